@@ -1,0 +1,8 @@
+// The EIT document: "EIT".
+#pragma once
+
+#include "documents/documentText.h"
+#include "feed/records.h"
+
+// Writes the document for this record. Returns the text's length without its terminator.
+std::size_t buildEitJson(const EitRecord& record, DocumentBuffer& out);

@@ -1,0 +1,1 @@
+#include "feed/reception.h"

@@ -1,0 +1,8 @@
+// The console's short names of topics.
+#pragma once
+
+#include "feed/topics.h"
+
+// Prints the short name of each topic in the mask, each followed by a space, then a newline. Returns what the
+// print of the newline returned.
+int printTopicNames(TopicBits mask);

@@ -1,0 +1,1 @@
+#include "requests.h"

@@ -1,0 +1,22 @@
+// The two ZeroMQ channels with the media manager, Trufios. It binds both endpoints; the service connects.
+#pragma once
+
+#include <cstdint>
+
+// One a process, zeroed at start.
+struct TrufiosChannels {
+    void* context;
+    void* mpegMstmlc;  // REQ: documents go out, Trufios acknowledges
+    void* reserved[3]; // further channels
+    void* mlcMstmpeg;  // REP: requests come in, the service acknowledges
+    std::int32_t status;
+};
+
+// Opens both channels and prints a line for each. A null vtx, or a context, socket or connection that cannot
+// be made, ends the process with an assertion report (after a line with the reason, for a connection). A
+// manager that is not running yet is no error.
+void initMPEGsideofMLC_MPEG_CTX(TrufiosChannels* vtx);
+
+// Closes both channels and their context without waiting for anything unsent, and sets the handles to null. A
+// null vtx or a channel that is not open ends the process with an assertion report.
+void closeMPEGsideofMLC_MPEG_CTX(TrufiosChannels* vtx);

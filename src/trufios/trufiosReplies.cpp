@@ -1,0 +1,1 @@
+#include "trufios/trufiosReplies.h"
