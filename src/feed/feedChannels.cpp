@@ -1,1 +1,119 @@
 #include "feed/feedChannels.h"
+
+#include "support/assertion.h"
+#include "support/sockets.h"
+
+#include <zmq.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+constexpr char publisherEndpoint[] = "tcp://" MPEGFE_PARSER_HOST ":5101";
+constexpr char instructionEndpoint[] = "ipc:///run/shm/zmq/uRO_MMR_MPEGFE-1";
+
+constexpr char sourceFile[] = "tolk_mpeg_toGui";
+
+void closeSuperseded(SupersededFeed& feed) {
+    if (feed.context != nullptr) {
+        closeSocketNow(feed.subscriber);
+        closeSocketNow(feed.instructor);
+        destroyContext(feed.context);
+    }
+}
+
+// Keeps what a session left open, but no more than one such feed, so that a client that never says "off"
+// cannot use up the process's descriptors.
+void supersedeOpenFeed(FeedContext* ptx) {
+    if (feedIsOpen(ptx)) {
+        closeSuperseded(ptx->superseded);
+        ptx->superseded = {ptx->context, ptx->subscriber_1, ptx->instructor_1};
+    }
+}
+
+// Makes the only channel that is built the first of the parser channels there is room for.
+void setFirstChannel(void* (&channels)[maxParserChannels], void* socket) {
+    channels[0] = socket;
+    for (int channel = 1; channel < maxParserChannels; ++channel) {
+        channels[channel] = nullptr;
+    }
+}
+
+void setSubscription(FeedContext* ptx, int option, TopicBits bit) {
+    const char* name = topicOf(bit).name;
+    zmq_setsockopt(ptx->subscribers[ptx->activeChannel], option, name, std::strlen(name));
+}
+
+} // namespace
+
+int init_mpeg_zmq_sub_context(FeedContext* ptx) {
+    const auto require = [](bool holds, const char* expression, unsigned line) {
+        requireThat(holds, expression, sourceFile, line, "init_mpeg_zmq_sub_context");
+    };
+    require(ptx != nullptr, "ptx != ((void *)0)", __LINE__);
+    supersedeOpenFeed(ptx);
+    ptx->context = zmq_ctx_new();
+    require(ptx->context != nullptr, "ptx->context != ((void *)0)", __LINE__);
+
+    ptx->subscriber_1 = zmq_socket(ptx->context, ZMQ_SUB);
+    require(ptx->subscriber_1 != nullptr, "ptx->subscriber_1 != ((void *)0)", __LINE__);
+    int rc = zmq_connect(ptx->subscriber_1, publisherEndpoint);
+    if (rc != 0) {
+        std::printf("MPEG SUB1 failed %d %s\n", rc, zmq_strerror(errno));
+    }
+    require(rc == 0, "rc == 0", __LINE__);
+    setFirstChannel(ptx->subscribers, ptx->subscriber_1);
+    std::puts("Connect SUB1 to MPEG PUB OK");
+
+    ptx->instructor_1 = zmq_socket(ptx->context, ZMQ_REQ);
+    require(ptx->instructor_1 != nullptr, "ptx->instructor_1 != ((void *)0)", __LINE__);
+    rc = zmq_connect(ptx->instructor_1, instructionEndpoint);
+    if (rc != 0) {
+        std::printf("MPEG MLC1 REQ To ZYNQ1 failed %d %s\n", rc, zmq_strerror(errno));
+    }
+    require(rc == 0, "rc == 0", __LINE__);
+    setFirstChannel(ptx->instructors, ptx->instructor_1);
+    std::puts("Connect MMR1 REQ Instructor to MPEGFE1 MPEG REP OK");
+    return 0;
+}
+
+int mpeg_cleanup_zmq_sub_context(FeedContext* ptx) {
+    const auto require = [](bool holds, const char* expression, unsigned line) {
+        requireThat(holds, expression, sourceFile, line, "mpeg_cleanup_zmq_sub_context");
+    };
+    require(ptx != nullptr, "ptx != ((void *)0)", __LINE__);
+    require(ptx->context != nullptr, "ptx->context != ((void *)0)", __LINE__);
+
+    for (int channel = 0; channel < maxParserChannels; ++channel) {
+        closeSocketNow(ptx->subscribers[channel]);
+        closeSocketNow(ptx->instructors[channel]);
+    }
+    ptx->subscriber_1 = nullptr;
+    ptx->instructor_1 = nullptr;
+    destroyContext(ptx->context);
+    closeSuperseded(ptx->superseded);
+    return std::printf("MLC: MPEG SUB and Instr Channels for Media MLC %d Closed\n", ptx->activeChannel + 1);
+}
+
+bool feedIsOpen(const FeedContext* ptx) {
+    return ptx->context != nullptr;
+}
+
+void subscribeTopics(FeedContext* ptx, std::initializer_list<TopicBits> bits) {
+    for (const TopicBits bit : bits) {
+        setSubscription(ptx, ZMQ_SUBSCRIBE, bit);
+    }
+}
+
+void unsubscribeTopic(FeedContext* ptx, TopicBits bit) {
+    setSubscription(ptx, ZMQ_UNSUBSCRIBE, bit);
+}
+
+void sendInstruction(FeedContext* ptx) {
+    void* instructor = ptx->instructors[ptx->activeChannel];
+    zmq_send(instructor, &ptx->instructionWord, sizeof ptx->instructionWord, 0);
+    std::uint16_t reply = 0;
+    receivePart(instructor, &reply, sizeof reply);
+}

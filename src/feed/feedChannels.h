@@ -48,9 +48,11 @@ int mpeg_cleanup_zmq_sub_context(FeedContext* ptx);
 // Whether the feed has been opened and not closed since.
 bool feedIsOpen(const FeedContext* ptx);
 
-// Subscribes to, or unsubscribes from, the topics of these bits, one at a time in this order.
+// Subscribes to the topics of these bits, one at a time in this order.
 void subscribeTopics(FeedContext* ptx, std::initializer_list<TopicBits> bits);
-void unsubscribeTopics(FeedContext* ptx, std::initializer_list<TopicBits> bits);
+
+// Takes back one subscription to the topic of this bit.
+void unsubscribeTopic(FeedContext* ptx, TopicBits bit);
 
 // Sends instructionWord as one message of 2 bytes, little-endian, and blocks until the parser's reply of 2
 // bytes, which carries nothing that is used.

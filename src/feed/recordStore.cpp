@@ -1,1 +1,5 @@
 #include "feed/recordStore.h"
+
+RecordSet newestRecords;
+RecordSet previousRecords;
+std::int32_t programCount;

@@ -37,6 +37,7 @@ inline constexpr std::uint16_t nitPid = 16;
 inline constexpr std::uint16_t sdtPid = 17;
 inline constexpr std::uint16_t eitPid = 18;
 inline constexpr std::uint16_t tdtPid = 20;
+inline constexpr std::uint16_t sitPid = 31;
 
 // One line of a program association: program_number and the PID of its PMT. Program number 0 is the network
 // entry, and its PID is the network PID.
