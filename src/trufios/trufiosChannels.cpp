@@ -1,1 +1,62 @@
 #include "trufios/trufiosChannels.h"
+
+#include "support/assertion.h"
+#include "support/sockets.h"
+
+#include <zmq.h>
+
+#include <cerrno>
+#include <cstdio>
+
+namespace {
+
+constexpr char documentEndpoint[] = "ipc:///run/shm/zmq/uRO_MpegFE_MMR";
+constexpr char requestEndpoint[] = "ipc:///run/shm/zmq/uRO_MMR_MpegFE";
+
+// Operators look assertion reports up by these, so they stay as they are wherever the code moves.
+constexpr char sourceFile[] = "main";
+
+} // namespace
+
+void initMPEGsideofMLC_MPEG_CTX(TrufiosChannels* vtx) {
+    const auto require = [](bool holds, const char* expression, unsigned line) {
+        requireThat(holds, expression, sourceFile, line, "initMPEGsideofMLC_MPEG_CTX");
+    };
+    require(vtx != nullptr, "vtx != ((void *)0)", 98);
+    vtx->context = zmq_ctx_new();
+    require(vtx->context != nullptr, "vtx->context != ((void *)0)", 100);
+
+    vtx->mpegMstmlc = zmq_socket(vtx->context, ZMQ_REQ);
+    require(vtx->mpegMstmlc != nullptr, "vtx->mpegMstmlc != ((void *)0)", 102);
+    // A document that was never acknowledged must not stop the next one.
+    const int relaxed = 1;
+    zmq_setsockopt(vtx->mpegMstmlc, ZMQ_REQ_RELAXED, &relaxed, sizeof relaxed);
+    int rc = zmq_connect(vtx->mpegMstmlc, documentEndpoint);
+    if (rc != 0) {
+        std::printf("mpegFE to IntermediateMR connect failed %d %s\n", rc, zmq_strerror(errno));
+    }
+    require(rc == 0, "rc == 0", 105);
+    std::puts("Connect mpegFE REQ to Trufios REP OK");
+
+    vtx->mlcMstmpeg = zmq_socket(vtx->context, ZMQ_REP);
+    require(vtx->mlcMstmpeg != nullptr, "vtx->mlcMstmpeg != ((void *)0)", 109);
+    rc = zmq_connect(vtx->mlcMstmpeg, requestEndpoint);
+    if (rc != 0) {
+        std::printf("Trufios to mpegFE connect failed %d %s\n", rc, zmq_strerror(errno));
+    }
+    require(rc == 0, "rc == 0", 112);
+    std::puts("Connect Trufios REQ to mpegFE REP OK");
+}
+
+void closeMPEGsideofMLC_MPEG_CTX(TrufiosChannels* vtx) {
+    const auto require = [](bool holds, const char* expression, unsigned line) {
+        requireThat(holds, expression, sourceFile, line, "closeMPEGsideofMLC_MPEG_CTX");
+    };
+    require(vtx != nullptr, "vtx != ((void *)0)", 120);
+    require(vtx->context != nullptr, "vtx->context != ((void *)0)", 121);
+    require(vtx->mpegMstmlc != nullptr, "vtx->mpegMstmlc != ((void *)0)", 122);
+    require(vtx->mlcMstmpeg != nullptr, "vtx->mlcMstmpeg != ((void *)0)", 123);
+    closeSocketNow(vtx->mpegMstmlc);
+    closeSocketNow(vtx->mlcMstmpeg);
+    destroyContext(vtx->context);
+}
