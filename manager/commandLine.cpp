@@ -1,0 +1,73 @@
+#include "commandLine.h"
+
+#include "managerError.h"
+
+#include <CLI/CLI.hpp>
+#include <iostream>
+
+namespace manager {
+namespace {
+
+constexpr const char* description = "Stands in for the media manager: sends mpegFE one request, prints its "
+                                    "acknowledgement and the documents\n"
+                                    "that answer it, and acknowledges each.";
+
+constexpr const char* footer = R"(
+"on" starts the parser feed and brings a document; "off" stops the feed, whichever data stream is named.
+
+Exit status:
+  0  acknowledged, and every document arrived
+  1  the answer was not an acknowledgement, or --table met a document that has no table form
+  2  the command line is wrong
+  3  nothing acknowledged the request in time
+  4  acknowledged, but a document did not arrive in time
+  5  the endpoints in /run/shm/zmq cannot be used
+  128 + N  ended by signal N)";
+
+std::string defaultOf(std::chrono::seconds value) {
+    return std::to_string(value.count());
+}
+
+} // namespace
+
+std::optional<Options> parseCommandLine(int argumentCount, const char* const* arguments) {
+    std::string dataStream;
+    std::string value;
+    bool table = false;
+    std::optional<int> documents;
+    int timeout = static_cast<int>(tunables::timeout.count());
+
+    CLI::App app(description, "mpegfe-manager");
+    app.footer("\nData streams:\n" + dataStreamHelp() + footer);
+    app.set_version_flag("--version", "mpegfe-manager " MPEGFE_VERSION);
+    app.add_option("DATASTREAM", dataStream, "What to ask for, see below")->required();
+    app.add_option("VALUE", value, "on, off or a program index, see below")->required();
+    app.add_flag("--table", table, "Print a PID list or a program list as a table");
+    app.add_option("--documents", documents, "Documents to wait for (1, and 0 for \"off\")")
+        ->check(CLI::Range(0, tunables::mostDocuments))
+        ->type_name("N");
+    app.add_option("--timeout", timeout,
+                   "How long to wait for each message (" + defaultOf(tunables::timeout) + ')')
+        ->check(CLI::Range(1, static_cast<int>(tunables::longestTimeout.count())))
+        ->type_name("SECONDS");
+    try {
+        app.parse(argumentCount, arguments);
+    } catch (const CLI::Success& helpOrVersion) {
+        app.exit(helpOrVersion);
+        return std::nullopt;
+    } catch (const CLI::ParseError& error) {
+        throw ManagerError(ExitStatus::usage,
+                           {"the command line is wrong",
+                            "a data stream and its value, for example \"pidData on --table\"",
+                            std::string("an error: ") + error.what(), "see mpegfe-manager --help"});
+    }
+
+    Options options;
+    options.request = makeRequest(dataStream, value);
+    options.table = table;
+    options.documents = documents.value_or(bringsDocument(options.request) ? 1 : 0);
+    options.timeout = std::chrono::seconds(timeout);
+    return options;
+}
+
+} // namespace manager

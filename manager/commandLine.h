@@ -1,0 +1,24 @@
+// The command line of mpegfe-manager.
+#pragma once
+
+#include "request.h"
+#include "tunables.h"
+
+#include <chrono>
+#include <optional>
+#include <string>
+
+namespace manager {
+
+struct Options {
+    Request request;
+    bool table = false;                               // a table instead of the documents' texts
+    int documents = 0;                                // answers to wait for
+    std::chrono::seconds timeout = tunables::timeout; // for each message
+};
+
+// Reads the command line. Nothing when it was --help or --version, which are then printed on standard output.
+// Throws ManagerError (usage) for what it does not understand.
+std::optional<Options> parseCommandLine(int argumentCount, const char* const* arguments);
+
+} // namespace manager

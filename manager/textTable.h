@@ -1,0 +1,31 @@
+// A table of texts in aligned columns.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace manager {
+
+enum class Align { left, right };
+
+struct Column {
+    std::string title;
+    Align align;
+};
+
+class TextTable {
+  public:
+    explicit TextTable(std::vector<Column> tableColumns);
+
+    // One text a column, UTF-8; what a terminal would not show is written out.
+    void addRow(const std::vector<std::string>& texts);
+
+    // The titles and the rows as lines, each with a line end and no blanks before it.
+    std::string text() const;
+
+  private:
+    std::vector<Column> columns;
+    std::vector<std::vector<std::string>> rows; // the titles first
+};
+
+} // namespace manager
