@@ -46,6 +46,7 @@ void bind(zmq::socket_t& socket, const char* endpoint) {
 } // namespace
 
 EndpointLock::EndpointLock() {
+    umask(S_IRWXO); // the lock and the sockets are for the user and the group, as the directory is
     descriptor = open(tunables::lockPath, O_RDWR | O_CREAT | O_CLOEXEC, 0660);
     if (descriptor < 0) {
         refuseToLock(errno);
@@ -70,7 +71,6 @@ EndpointLock::~EndpointLock() {
 }
 
 Endpoints::Endpoints() : requests(context, zmq::socket_type::req), documents(context, zmq::socket_type::rep) {
-    umask(S_IRWXO); // the sockets' files are for the user and the group, as the directory is
     requests.set(zmq::sockopt::linger, 0);
     documents.set(zmq::sockopt::linger, static_cast<int>(tunables::farewell.count()));
     bind(requests, tunables::requestEndpoint);
