@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 
 // Room for one document with its terminator.
@@ -36,8 +37,20 @@ void rewindText(DocumentText& text, std::size_t length);
 // Writes the terminator and returns the text's length without it.
 std::size_t finishText(DocumentText& text);
 
-// Append a piece as it stands, a number in decimal, or a number in hexadecimal ("0x2f", no leading zeros).
-void append(DocumentText& text, std::string_view piece);
+// Appends a piece as it stands. Inline, so that the constant pieces that make up most of a document are
+// stored without a call.
+inline void append(DocumentText& text, std::string_view piece) {
+    std::size_t length = piece.size();
+    const auto room = static_cast<std::size_t>(text.end - text.next);
+    if (length > room) [[unlikely]] {
+        length = room;
+        text.truncated = true;
+    }
+    std::memcpy(text.next, piece.data(), length);
+    text.next += length;
+}
+
+// Append a number in decimal, or in hexadecimal ("0x2f", no leading zeros).
 void appendNumber(DocumentText& text, std::int32_t number);
 void appendHex(DocumentText& text, std::uint32_t number);
 
