@@ -6,9 +6,6 @@
 
 namespace {
 
-// The longest number is a rate: 39 digits before the point, three behind it, and a sign.
-constexpr std::size_t longestNumber = 64;
-
 // How a number with decimals is written: "%*.*f".
 struct FixedForm {
     std::size_t width; // padded with blanks
@@ -19,14 +16,6 @@ constexpr FixedForm rateForm{8, 3, 1000};
 constexpr FixedForm pictureRateForm{6, 2, 100};
 
 constexpr float kilobitLimit = 1000000.0F; // bit/s; above it rates are written in Mbps
-
-void appendPadded(DocumentText& text, std::string_view number, std::size_t width) {
-    constexpr std::string_view blanks = "        ";
-    if (number.size() < width) {
-        append(text, blanks.substr(0, width - number.size()));
-    }
-    append(text, number);
-}
 
 // Doubles below this have fraction bits, so that roundScaled can shift them out.
 constexpr double integersOnly = 4503599627370496.0; // 2^52
@@ -49,23 +38,76 @@ std::uint64_t roundScaled(double value, unsigned scale) {
     return whole + (rest > half || (rest == half && whole % 2 == 1) ? 1 : 0);
 }
 
-void appendFixed(DocumentText& text, double value, const FixedForm& form) {
-    char number[longestNumber];
-    char* end = nullptr;
-    if (!std::signbit(value) && value < integersOnly) {
-        const std::uint64_t scaled = roundScaled(value, form.scale);
-        end = std::to_chars(number, number + sizeof number, scaled / form.scale).ptr;
-        *end++ = '.';
-        auto fraction = static_cast<unsigned>(scaled % form.scale);
-        for (char* digit = end + form.decimals; digit != end; fraction /= 10) {
-            *--digit = static_cast<char>('0' + fraction % 10);
-        }
-        end += form.decimals;
-    } else {
-        end =
-            std::to_chars(number, number + sizeof number, value, std::chars_format::fixed, form.decimals).ptr;
+// Two digits at a time, as most PIDs and program numbers have two to four.
+struct DigitPairs {
+    char digits[200];
+};
+constexpr DigitPairs makeDigitPairs() {
+    DigitPairs pairs{};
+    for (int number = 0; number < 100; ++number) {
+        pairs.digits[2 * number] = static_cast<char>('0' + number / 10);
+        pairs.digits[2 * number + 1] = static_cast<char>('0' + number % 10);
     }
-    appendPadded(text, {number, end}, form.width);
+    return pairs;
+}
+constexpr DigitPairs digitPairs = makeDigitPairs();
+
+char* putPair(char* at, unsigned number) {
+    std::memcpy(at, digitPairs.digits + 2 * number, 2);
+    return at + 2;
+}
+
+// Below 100, without a leading zero.
+char* putShort(char* at, unsigned number) {
+    if (number < 10) {
+        *at = static_cast<char>('0' + number);
+        return at + 1;
+    }
+    return putPair(at, number);
+}
+
+char* putUnsigned(char* at, std::uint32_t number) {
+    if (number < 100) {
+        return putShort(at, number);
+    }
+    if (number < 10000) {
+        return putPair(putShort(at, number / 100), number % 100);
+    }
+    return std::to_chars(at, at + longestInteger, number).ptr;
+}
+
+// number, which fills less than width, moved to the end of width.
+char* padLeft(char* number, char* end, std::size_t width) {
+    const auto length = static_cast<std::size_t>(end - number);
+    if (length >= width) {
+        return end;
+    }
+    std::memmove(number + (width - length), number, length);
+    std::memset(number, ' ', width - length);
+    return number + width;
+}
+
+// Texts of 10^9 last decimals and more go the slow way, so that what is left fits 32 bits.
+constexpr double fastLimit = 1000000.0;
+
+char* formatFixed(char* at, double value, const FixedForm& form) {
+    if (std::signbit(value) || !(value < fastLimit)) {
+        char* end = std::to_chars(at, at + longestRate, value, std::chars_format::fixed, form.decimals).ptr;
+        return padLeft(at, end, form.width);
+    }
+    const auto scaled = static_cast<std::uint32_t>(roundScaled(value, form.scale));
+    char* end = putUnsigned(at, scaled / form.scale);
+    *end++ = '.';
+    std::uint32_t fraction = scaled % form.scale;
+    for (char* digit = end + form.decimals; digit != end; fraction /= 10) {
+        *--digit = static_cast<char>('0' + fraction % 10);
+    }
+    return padLeft(at, end + form.decimals, form.width);
+}
+
+char* putUnit(char* at, const char (&unit)[5]) {
+    std::memcpy(at, unit, 4);
+    return at + 4;
 }
 
 } // namespace
@@ -88,31 +130,31 @@ std::size_t finishText(DocumentText& text) {
     return textLength(text);
 }
 
-void appendNumber(DocumentText& text, std::int32_t number) {
-    char digits[longestNumber];
-    append(text, {digits, std::to_chars(digits, digits + sizeof digits, number).ptr});
-}
-
-void appendHex(DocumentText& text, std::uint32_t number) {
-    char digits[longestNumber];
-    append(text, "0x");
-    append(text, {digits, std::to_chars(digits, digits + sizeof digits, number, 16).ptr});
-}
-
-void appendRate(DocumentText& text, float rate) {
-    if (rate > kilobitLimit) {
-        appendFixed(text, static_cast<double>(rate) / 1000000.0, rateForm);
-        append(text, "Mbps");
-    } else {
-        appendRateKbps(text, rate);
+char* formatNumber(char* at, std::int32_t number) {
+    if (number < 0) {
+        *at++ = '-';
+        return putUnsigned(at, 0U - static_cast<std::uint32_t>(number));
     }
+    return putUnsigned(at, static_cast<std::uint32_t>(number));
 }
 
-void appendRateKbps(DocumentText& text, float rate) {
-    appendFixed(text, static_cast<double>(rate) / 1000.0, rateForm);
-    append(text, "Kbps");
+char* formatHex(char* at, std::uint32_t number) {
+    *at++ = '0';
+    *at++ = 'x';
+    return std::to_chars(at, at + longestHex - 2, number, 16).ptr;
 }
 
-void appendPictureRate(DocumentText& text, float picturesPerSecond) {
-    appendFixed(text, static_cast<double>(picturesPerSecond), pictureRateForm);
+char* formatRate(char* at, float rate) {
+    if (rate > kilobitLimit) {
+        return putUnit(formatFixed(at, static_cast<double>(rate) / 1000000.0, rateForm), "Mbps");
+    }
+    return formatRateKbps(at, rate);
+}
+
+char* formatRateKbps(char* at, float rate) {
+    return putUnit(formatFixed(at, static_cast<double>(rate) / 1000.0, rateForm), "Kbps");
+}
+
+char* formatPictureRate(char* at, float picturesPerSecond) {
+    return formatFixed(at, static_cast<double>(picturesPerSecond), pictureRateForm);
 }

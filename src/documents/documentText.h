@@ -37,31 +37,70 @@ void rewindText(DocumentText& text, std::size_t length);
 // Writes the terminator and returns the text's length without it.
 std::size_t finishText(DocumentText& text);
 
-// Appends a piece as it stands. Inline, so that the constant pieces that make up most of a document are
-// stored without a call.
+// Characters that can still be written.
+inline std::size_t roomLeft(const DocumentText& text) {
+    return static_cast<std::size_t>(text.end - text.next);
+}
+
+// Appends a piece as it stands. This and what follows is inline so that the compiler keeps the cursor in
+// registers: through a reference, each character stored could have changed it.
 inline void append(DocumentText& text, std::string_view piece) {
     std::size_t length = piece.size();
-    const auto room = static_cast<std::size_t>(text.end - text.next);
-    if (length > room) [[unlikely]] {
-        length = room;
+    if (length > roomLeft(text)) [[unlikely]] {
+        length = roomLeft(text);
         text.truncated = true;
     }
     std::memcpy(text.next, piece.data(), length);
     text.next += length;
 }
 
-// Append a number in decimal, or in hexadecimal ("0x2f", no leading zeros).
-void appendNumber(DocumentText& text, std::int32_t number);
-void appendHex(DocumentText& text, std::uint32_t number);
+// Longest texts of the numbers below, sign and unit included: 39 digits before a rate's point and three
+// behind it.
+inline constexpr std::size_t longestInteger = 11;
+inline constexpr std::size_t longestHex = 10;
+inline constexpr std::size_t longestRate = 48;
+
+// Write a number at a place that has room for its longest text. Return the end of what was written.
+char* formatNumber(char* at, std::int32_t number);
+char* formatHex(char* at, std::uint32_t number);
+char* formatRate(char* at, float rate);
+char* formatRateKbps(char* at, float rate);
+char* formatPictureRate(char* at, float picturesPerSecond);
+
+template <std::size_t longest, typename Number>
+void appendFormatted(DocumentText& text, char* (*format)(char*, Number), Number number) {
+    if (roomLeft(text) >= longest) [[likely]] {
+        text.next = format(text.next, number);
+    } else {
+        char scratch[longest];
+        append(text, {scratch, format(scratch, number)});
+    }
+}
+
+// In decimal.
+inline void appendNumber(DocumentText& text, std::int32_t number) {
+    appendFormatted<longestInteger>(text, formatNumber, number);
+}
+
+// In hexadecimal: "0x2f", no leading zeros.
+inline void appendHex(DocumentText& text, std::uint32_t number) {
+    appendFormatted<longestHex>(text, formatHex, number);
+}
 
 // A rate in bit/s: "%8.3fMbps" of rate / 1000000 above 1000000, else "%8.3fKbps" of rate / 1000.
-void appendRate(DocumentText& text, float rate);
+inline void appendRate(DocumentText& text, float rate) {
+    appendFormatted<longestRate>(text, formatRate, rate);
+}
 
 // A rate in bit/s, always "%8.3fKbps" of rate / 1000: the form of the PSI documents.
-void appendRateKbps(DocumentText& text, float rate);
+inline void appendRateKbps(DocumentText& text, float rate) {
+    appendFormatted<longestRate>(text, formatRateKbps, rate);
+}
 
 // "%6.2f".
-void appendPictureRate(DocumentText& text, float picturesPerSecond);
+inline void appendPictureRate(DocumentText& text, float picturesPerSecond) {
+    appendFormatted<longestRate>(text, formatPictureRate, picturesPerSecond);
+}
 
 // A text field, up to its zero byte or its width.
 template <std::size_t width>
