@@ -1,0 +1,374 @@
+#include "analyser.h"
+
+#include "codecHeaders.h"
+#include "packetSync.h"
+
+#include "feed/records.h"
+
+#include <bitstream/mpeg/pes.h>
+#include <bitstream/mpeg/ts.h>
+
+#include <algorithm>
+
+namespace board {
+
+namespace {
+
+constexpr std::size_t pidValues = 8192;
+constexpr std::uint8_t patTable = 0x00;
+constexpr std::uint8_t pmtTable = 0x02;
+constexpr std::uint8_t sdtActualTable = 0x42;
+constexpr Ticks ticksPerPcrBase = 300; // and per tick of a PES time stamp: 90 kHz
+constexpr std::size_t pesFixedBytes = 9;
+
+std::optional<Ticks> pcrOf(const std::uint8_t* packet) {
+    constexpr std::uint8_t bytesWithPcr = 7;
+    if (!ts_has_adaptation(packet) || ts_get_adaptation(packet) < bytesWithPcr || !tsaf_has_pcr(packet)) {
+        return std::nullopt;
+    }
+    return static_cast<Ticks>(tsaf_get_pcr(packet)) * ticksPerPcrBase +
+           static_cast<Ticks>(tsaf_get_pcrext(packet));
+}
+
+// The payload of a packet; empty where there is none or the adaptation field claims more than the packet.
+std::span<const std::uint8_t> payloadOf(const std::uint8_t* packet) {
+    if (!ts_has_payload(packet)) {
+        return {};
+    }
+    const std::size_t start = ts_has_adaptation(packet)
+                                  ? std::size_t{TS_HEADER_SIZE} + 1 + ts_get_adaptation(packet)
+                                  : std::size_t{TS_HEADER_SIZE};
+    if (start >= tsPacketSize) {
+        return {};
+    }
+    return {packet + start, tsPacketSize - start};
+}
+
+bool startsPes(std::span<const std::uint8_t> bytes) {
+    return bytes.size() >= pesFixedBytes && pes_validate(bytes.data()) && pes_validate_header(bytes.data());
+}
+
+// The decoding time of a PES packet, which never runs backwards inside a stream.
+std::optional<Ticks> timeStampOf(std::span<const std::uint8_t> bytes) {
+    if (!startsPes(bytes) || !pes_has_pts(bytes.data())) {
+        return std::nullopt;
+    }
+    const std::size_t needed = pes_has_dts(bytes.data()) ? 19 : 14;
+    if (bytes.size() < needed) {
+        return std::nullopt;
+    }
+    const std::uint64_t stamp =
+        pes_has_dts(bytes.data()) ? pes_get_dts(bytes.data()) : pes_get_pts(bytes.data());
+    return static_cast<Ticks>(stamp) * ticksPerPcrBase;
+}
+
+std::uint64_t sectionKey(std::uint16_t pid, const SectionHeader& header) {
+    return std::uint64_t{pid} << 32 | std::uint64_t{header.tableId} << 24 |
+           std::uint64_t{header.extension} << 8 | header.number;
+}
+
+} // namespace
+
+Analyser::Analyser(Ticks ratePeriod) : rates_(ratePeriod), slots_(pidValues) {
+    assignPids();
+}
+
+bool Analyser::packet(const std::uint8_t* bytes) {
+    const std::uint64_t number = packets_++;
+    if (ts_get_transporterror(bytes)) {
+        // The PID itself may be wrong: the packet only takes its time.
+        ++errors_.transportErrors;
+        if (clock_.packet(nullPid, std::nullopt, std::nullopt)) {
+            rates_.reading(clock_.now(), number);
+            return true;
+        }
+        return false;
+    }
+    const std::uint16_t pid = ts_get_pid(bytes);
+    PidSlot& slot = slots_[pid];
+    PidState& state = stateOf(pid, slot);
+    const auto content = payloadOf(bytes);
+    const bool unitStart = ts_get_unitstart(bytes);
+    const bool scrambled = ts_get_scrambling(bytes) != 0;
+
+    const bool needsStamp = clock_.base() != TimeBase::pcr && unitStart && !scrambled;
+    const bool reading = clock_.packet(pid, pcrOf(bytes), needsStamp ? timeStampOf(content) : std::nullopt);
+    if (reading && rates_.reading(clock_.now(), number)) {
+        judgeScrambling();
+    }
+    rates_.count(static_cast<std::size_t>(slot.position));
+    ++state.packets;
+    if (!content.empty()) {
+        ++(scrambled ? state.recentScrambled : state.recentClear);
+    }
+    if (follows(state, bytes, !content.empty()) && !scrambled) {
+        payload(pid, slot, content, unitStart);
+    }
+    return reading;
+}
+
+// The state of a PID; a PID that is seen for the first time joins the list.
+PidState& Analyser::stateOf(std::uint16_t pid, PidSlot& slot) {
+    if (slot.position < 0) {
+        slot.position = static_cast<std::int32_t>(model_.pids.size());
+        PidState state;
+        state.pid = pid;
+        model_.pids.push_back(state);
+    }
+    return model_.pids[static_cast<std::size_t>(slot.position)];
+}
+
+// Whether the packet brings a payload that has not been there before. After a gap what was collected of the
+// PID is dropped (ISO/IEC 13818-1, 2.4.3.3).
+bool Analyser::follows(PidState& state, const std::uint8_t* bytes, bool hasPayload) {
+    if (!hasPayload || state.pid == nullPid) {
+        return false;
+    }
+    const std::uint8_t counter = ts_get_cc(bytes);
+    const bool announced =
+        ts_has_adaptation(bytes) && ts_get_adaptation(bytes) > 0 && tsaf_has_discontinuity(bytes);
+    if (state.continuity && !announced) {
+        if (ts_check_duplicate(counter, *state.continuity)) {
+            return false;
+        }
+        if (ts_check_discontinuity(counter, *state.continuity)) {
+            ++errors_.discontinuities;
+            PidSlot& slot = slots_[state.pid];
+            if (slot.sections) {
+                slot.sections->lost();
+            }
+            if (slot.probe) {
+                slot.probe->collecting = false;
+            }
+        }
+    }
+    state.continuity = counter;
+    return true;
+}
+
+void Analyser::payload(std::uint16_t pid, PidSlot& slot, std::span<const std::uint8_t> bytes,
+                       bool unitStart) {
+    if (slot.sections) {
+        slot.sections->payload(bytes, unitStart,
+                               [this, pid](std::span<const std::uint8_t> whole) { section(pid, whole); });
+    } else if (slot.probe) {
+        collect(pid, *slot.probe, bytes, unitStart);
+    }
+}
+
+// A section that has been read before is recognised by its CRC and costs nothing more.
+void Analyser::section(std::uint16_t pid, std::span<const std::uint8_t> bytes) {
+    const auto header = sectionHeader(bytes);
+    if (header) {
+        const auto known = knownSections_.find(sectionKey(pid, *header));
+        if (known != knownSections_.end() && known->second == header->crc) {
+            return;
+        }
+    }
+    if (!sectionIsSound(bytes)) {
+        ++errors_.badSections;
+        return;
+    }
+    if (!header || !header->current) {
+        return;
+    }
+    if (pid == patPid && header->tableId == patTable) {
+        takePat(*header, bytes);
+    } else if (header->tableId == pmtTable) {
+        takePmt(pid, bytes);
+    } else if (pid == sdtPid && header->tableId == sdtActualTable) {
+        takeSdt(*header, bytes);
+    }
+    knownSections_[sectionKey(pid, *header)] = header->crc;
+}
+
+void Analyser::takePat(const SectionHeader& header, std::span<const std::uint8_t> bytes) {
+    auto rows = readPat(bytes);
+    if (!rows) {
+        return;
+    }
+    pat_.put(header, std::move(*rows));
+    if (!pat_.complete()) {
+        return;
+    }
+    std::vector<Program> programs = pat_.rows();
+    for (Program& program : programs) { // the maps of programs that stay are still true
+        for (const Program& old : model_.programs) {
+            if (old.number == program.number && old.pmtPid == program.pmtPid) {
+                program.map = old.map;
+            }
+        }
+    }
+    model_.transportStreamId = header.extension;
+    model_.programs = std::move(programs);
+    knownSections_.clear(); // a map that nobody asked for before may be wanted now
+    assignPids();
+}
+
+void Analyser::takePmt(std::uint16_t pid, std::span<const std::uint8_t> bytes) {
+    const auto pmt = readPmt(pid, bytes);
+    if (!pmt) {
+        return;
+    }
+    for (Program& program : model_.programs) {
+        if (program.number == pmt->programNumber && program.pmtPid == pid && program.number != 0) {
+            program.map = pmt->map;
+            assignPids();
+        }
+    }
+}
+
+void Analyser::takeSdt(const SectionHeader& header, std::span<const std::uint8_t> bytes) {
+    auto table = readSdt(bytes);
+    if (!table) {
+        return;
+    }
+    sdt_.put(header, std::move(table->services));
+    table->services = sdt_.rows();
+    model_.services = std::move(table);
+}
+
+// Decides for every PID whether its sections or its headers are read.
+void Analyser::assignPids() {
+    std::vector<bool> wanted(pidValues, false);
+    const auto wantSections = [&](std::uint16_t pid) {
+        wanted[pid] = true;
+        if (!slots_[pid].sections) {
+            slots_[pid].sections = std::make_unique<SectionAssembler>();
+        }
+    };
+    wantSections(patPid);
+    wantSections(sdtPid);
+    for (const Program& program : model_.programs) {
+        if (program.number != 0 && program.pmtPid < nullPid) {
+            wantSections(program.pmtPid);
+        }
+    }
+    for (std::size_t pid = 0; pid < pidValues; ++pid) {
+        if (!wanted[pid]) {
+            slots_[pid].sections.reset();
+        }
+    }
+    for (const Program& program : model_.programs) {
+        if (!program.map) {
+            continue;
+        }
+        for (const ElementaryStream& stream : program.map->streams) {
+            PidSlot& slot = slots_[stream.pid];
+            if (stream.kind == StreamKind::data ||
+                (slot.probe && slot.probe->streamType == stream.streamType)) {
+                continue;
+            }
+            slot.probe = std::make_unique<HeaderProbe>();
+            slot.probe->kind = stream.kind;
+            slot.probe->streamType = stream.streamType;
+            slot.probe->audioCoding = stream.audioCoding;
+        }
+    }
+}
+
+// Collects the start of a PES packet, as much of it as is searched for headers.
+void Analyser::collect(std::uint16_t pid, HeaderProbe& probe, std::span<const std::uint8_t> bytes,
+                       bool unitStart) {
+    if (unitStart) {
+        if (probe.collecting) {
+            readHeaders(pid, probe);
+        }
+        probe.data.clear();
+        probe.collecting = clock_.now() >= probe.quietUntil && startsPes(bytes);
+        if (!probe.collecting) {
+            return;
+        }
+        const std::size_t start = pesFixedBytes + pes_get_headerlength(bytes.data());
+        bytes = bytes.subspan(std::min(start, bytes.size()));
+    }
+    if (!probe.collecting) {
+        return;
+    }
+    probe.data.insert(probe.data.end(), bytes.begin(), bytes.end());
+    if (probe.data.size() >= tunables::headerBytes) {
+        readHeaders(pid, probe);
+    }
+}
+
+void Analyser::readHeaders(std::uint16_t pid, HeaderProbe& probe) {
+    probe.collecting = false;
+    bool found = false;
+    if (probe.kind == StreamKind::video) {
+        if (const auto format = readVideoFormat(probe.streamType, probe.data)) {
+            model_.videoFormats[pid] = *format;
+            found = true;
+        }
+    } else if (const auto format = readAudioFormat(probe.audioCoding, probe.data)) {
+        model_.audioFormats[pid] = *format;
+        found = true;
+    }
+    if (found) {
+        probe.quietUntil = clock_.now() + tunables::headerRecheck;
+    }
+}
+
+// A stream is scrambled when most of its recent packets are; a few wrong headers do not make it flicker.
+void Analyser::judgeScrambling() {
+    for (PidState& state : model_.pids) {
+        if (state.recentClear + state.recentScrambled > 0) {
+            state.scrambled = state.recentScrambled > state.recentClear;
+        }
+        state.recentClear = 0;
+        state.recentScrambled = 0;
+    }
+}
+
+void Analyser::seam() {
+    clock_.seam();
+    for (PidState& state : model_.pids) {
+        state.continuity.reset();
+    }
+    for (PidSlot& slot : slots_) {
+        if (slot.sections) {
+            slot.sections->lost();
+        }
+        if (slot.probe) {
+            slot.probe->collecting = false;
+        }
+    }
+}
+
+void Analyser::finish() {
+    for (const PidState& state : model_.pids) {
+        PidSlot& slot = slots_[state.pid];
+        if (slot.probe && slot.probe->collecting) {
+            readHeaders(state.pid, *slot.probe);
+        }
+    }
+    clock_.sourceEnded();
+    rates_.finish();
+    judgeScrambling();
+}
+
+bool Analyser::settled() const {
+    return everythingKnown() || clock_.now() >= tunables::settlePatience ||
+           packets_ >= tunables::settlePackets;
+}
+
+bool Analyser::everythingKnown() const {
+    if (!pat_.complete() || !model_.services || !sdt_.complete() || !rates_.measured()) {
+        return false;
+    }
+    for (const Program& program : model_.programs) {
+        if (program.number == 0) {
+            continue;
+        }
+        if (!program.map) {
+            return false;
+        }
+        for (const ElementaryStream& stream : program.map->streams) {
+            if (stream.kind == StreamKind::video && !model_.videoFormats.contains(stream.pid)) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
+} // namespace board

@@ -1,0 +1,91 @@
+// Finds the packets in a flow of bytes: 188-byte packets, also as 192-byte (time-stamped) and 204-byte
+// (Reed-Solomon) ones, with garbage between them and packets cut short.
+#pragma once
+
+#include "tunables.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace board {
+
+inline constexpr std::size_t tsPacketSize = 188;
+inline constexpr std::uint8_t tsSyncByte = 0x47;
+
+class PacketSync {
+  public:
+    // Takes bytes and calls onPacket(const std::uint8_t* packet) for each packet found, in order.
+    template <class OnPacket>
+    void push(std::span<const std::uint8_t> bytes, OnPacket&& onPacket) {
+        pending_.insert(pending_.end(), bytes.begin(), bytes.end());
+        drain(false, onPacket);
+    }
+
+    // Hands out what is left at the end of the flow; the next push starts a new flow of the same format.
+    template <class OnPacket>
+    void finish(OnPacket&& onPacket) {
+        drain(true, onPacket);
+        pending_.clear();
+    }
+
+    // Bytes from packet to packet: 188, 192 or 204; 0 as long as no packet has been found.
+    std::size_t stride() const {
+        return stride_;
+    }
+    std::uint64_t losses() const {
+        return losses_;
+    }
+    std::uint64_t skippedBytes() const {
+        return skippedBytes_;
+    }
+
+  private:
+    template <class OnPacket>
+    void drain(bool atEnd, OnPacket& onPacket) {
+        std::size_t at = 0;
+        while (true) {
+            if (!locked_ && !lock(at, atEnd)) {
+                break;
+            }
+            const std::size_t left = pending_.size() - at;
+            // What follows a packet tells whether it is whole, so wait for it.
+            if (left < tsPacketSize || (!atEnd && left < tunables::relockPackets * stride_)) {
+                break;
+            }
+            if (pending_[at] != tsSyncByte) {
+                locked_ = false;
+                ++losses_;
+                continue;
+            }
+            if (const std::size_t restart = cutShortBy(at); restart != 0) {
+                ++losses_;
+                skippedBytes_ += restart - at;
+                at = restart;
+                continue;
+            }
+            onPacket(static_cast<const std::uint8_t*>(pending_.data() + at));
+            at += left < stride_ ? left : stride_;
+        }
+        pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(at));
+    }
+
+    // Moves at to the next packet and sets the stride. Returns false, with what cannot be one passed, when
+    // more bytes are needed.
+    bool lock(std::size_t& at, bool atEnd);
+
+    // Whether count sync bytes stand at this stride from at; at the end of the flow, as many as there are.
+    bool inStep(std::size_t at, std::size_t stride, std::size_t count, bool atEnd) const;
+
+    // Where the packets go on inside this one, when it was cut short; 0 when it is whole.
+    std::size_t cutShortBy(std::size_t at) const;
+
+    std::vector<std::uint8_t> pending_;
+    std::size_t stride_ = 0;
+    bool locked_ = false;
+    std::uint64_t losses_ = 0;
+    std::uint64_t skippedBytes_ = 0;
+};
+
+} // namespace board

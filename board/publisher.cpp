@@ -1,0 +1,215 @@
+#include "publisher.h"
+
+#include "boardError.h"
+#include "tunables.h"
+
+#include <zmq.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <span>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+namespace board {
+
+namespace {
+
+// A round ends with the records that a client waits for, so that whoever has those has the others of the same
+// round: AVPGM before PMT and TS-STATUS, and the PAT last.
+constexpr std::array<TopicBits, 9> roundOrder{sdtBit, avPgmBit, catBit,      nitBit, eitBit,
+                                              tdtBit, pmtBit,   tsStatusBit, patBit};
+
+constexpr int sendQueue = 100; // messages kept for a client that does not read
+
+void setInt(void* socket, int option, int value) {
+    zmq_setsockopt(socket, option, &value, sizeof value);
+}
+
+std::span<const std::uint8_t> bytesOf(const Topic& topic, const RecordSet& records) {
+    return {reinterpret_cast<const std::uint8_t*>(&records) + topic.offset, topic.size};
+}
+
+std::string namesOf(TopicBits bits) {
+    std::string names;
+    for (const TopicBits bit : reportOrder) {
+        if ((bits & bit) != 0) {
+            names += " ";
+            names += topicOf(bit).name;
+        }
+    }
+    return names.empty() ? " nothing" : names;
+}
+
+} // namespace
+
+// Everything that must be closed, in the order of opening.
+struct Publisher::Sockets {
+    int lock = -1;
+    void* context = nullptr;
+    void* records = nullptr;
+    void* instructions = nullptr;
+
+    Sockets() = default;
+    Sockets(const Sockets&) = delete;
+    Sockets& operator=(const Sockets&) = delete;
+    ~Sockets() {
+        for (void* socket : {records, instructions}) {
+            if (socket != nullptr) {
+                setInt(socket, ZMQ_LINGER, 0);
+                zmq_close(socket);
+            }
+        }
+        if (context != nullptr) {
+            zmq_ctx_term(context);
+        }
+        if (lock >= 0) {
+            ::close(lock);
+        }
+    }
+
+    // Two programs can bind the same ipc endpoint without an error, so a lock comes first.
+    void takeLock() {
+        struct stat status {};
+        if (::stat(instructionDirectory, &status) != 0) {
+            throw BoardError({"cannot open the instruction endpoint",
+                              std::string("the directory ") + instructionDirectory, std::strerror(errno),
+                              std::string("make it with: mkdir -p ") + instructionDirectory});
+        }
+        lock = ::open(lockFile, O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+        if (lock < 0) {
+            throw BoardError({std::string("cannot open ") + lockFile, "a writable file", std::strerror(errno),
+                              "check who owns the directory"});
+        }
+        if (::flock(lock, LOCK_EX | LOCK_NB) != 0) {
+            throw BoardError({std::string("cannot lock ") + lockFile, "no other board on this machine",
+                              "one that is running", "stop it first"});
+        }
+    }
+
+    void* bindSocket(int type, const char* endpoint, const std::string& meaning) {
+        void* socket = zmq_socket(context, type);
+        if (type == ZMQ_XPUB) {
+            setInt(socket, ZMQ_SNDHWM, sendQueue);
+            setInt(socket, ZMQ_XPUB_MANUAL, 1); // a subscription counts when takeSubscriptions says so
+        }
+        if (zmq_bind(socket, endpoint) != 0) {
+            const std::string got = zmq_strerror(zmq_errno());
+            zmq_close(socket);
+            throw BoardError({std::string("cannot bind ") + endpoint, "a free endpoint", got, meaning});
+        }
+        return socket;
+    }
+};
+
+Publisher::Publisher(std::chrono::milliseconds interval)
+    : sockets_(std::make_unique<Sockets>()), interval_(interval), published_(std::make_unique<RecordSet>()),
+      nextRound_(Clock::now()), nextComparison_(nextRound_) {
+    sockets_->takeLock();
+    sockets_->context = zmq_ctx_new();
+    sockets_->records = sockets_->bindSocket(
+        ZMQ_XPUB, publishEndpoint, "another program uses port 5101; find it with: ss -ltnp 'sport = :5101'");
+    sockets_->instructions = sockets_->bindSocket(ZMQ_REP, instructionEndpoint,
+                                                  std::string("check who owns ") + instructionDirectory);
+}
+
+Publisher::~Publisher() = default;
+
+void Publisher::attend(std::chrono::milliseconds longest) {
+    std::array<zmq_pollitem_t, 2> items{
+        {{sockets_->instructions, 0, ZMQ_POLLIN, 0}, {sockets_->records, 0, ZMQ_POLLIN, 0}}};
+    const int watched = subscriptionsWait_ ? 1 : 2;
+    if (zmq_poll(items.data(), watched, static_cast<long>(longest.count())) <= 0) {
+        return;
+    }
+    if ((items[0].revents & ZMQ_POLLIN) != 0) {
+        takeInstruction();
+    }
+    if ((items[1].revents & ZMQ_POLLIN) != 0) {
+        subscriptionsWait_ = true;
+    }
+    nextRound_ = std::min(nextRound_, Clock::now() + tunables::joinPause);
+}
+
+// An instruction word is 2 bytes, little-endian; the reply echoes it.
+void Publisher::takeInstruction() {
+    std::array<std::uint8_t, 2> word{};
+    const int length = zmq_recv(sockets_->instructions, word.data(), word.size(), 0);
+    zmq_send(sockets_->instructions, word.data(), word.size(), 0);
+    if (length != static_cast<int>(word.size())) {
+        say("cannot use an instruction: expected 2 bytes, got " + std::to_string(length) +
+            "; the topics stay as they were");
+        return;
+    }
+    const auto bits = static_cast<TopicBits>((word[0] | word[1] << 8) & allTopicBits);
+    if (bits != requested_) {
+        say("publishing" + namesOf(bits));
+    }
+    requested_ = bits;
+}
+
+// Subscriptions that arrived together count together, between two rounds.
+void Publisher::takeSubscriptions() {
+    std::array<char, 64> message{};
+    subscriptionsWait_ = false;
+    for (int length;
+         (length = zmq_recv(sockets_->records, message.data(), message.size(), ZMQ_DONTWAIT)) > 0;) {
+        const auto size = std::min(static_cast<std::size_t>(length), message.size()) - 1;
+        zmq_setsockopt(sockets_->records, message[0] == 1 ? ZMQ_SUBSCRIBE : ZMQ_UNSUBSCRIBE,
+                       message.data() + 1, size);
+    }
+}
+
+std::chrono::milliseconds Publisher::untilDue() const {
+    const auto left = std::min(nextRound_, nextComparison_) - Clock::now();
+    return std::max(std::chrono::ceil<std::chrono::milliseconds>(left), std::chrono::milliseconds(0));
+}
+
+void Publisher::publish(const RecordSet& records) {
+    const auto now = Clock::now();
+    if (now >= nextRound_) {
+        publishRound(records);
+        return;
+    }
+    if (now < nextComparison_) {
+        return;
+    }
+    nextComparison_ = now + tunables::changeInterval;
+    for (const TopicBits bit : roundOrder) {
+        const Topic& topic = topicOf(bit);
+        const auto fresh = bytesOf(topic, records);
+        if ((requested_ & bit) != 0 && !std::ranges::equal(fresh, bytesOf(topic, *published_))) {
+            send(topic, records);
+        }
+    }
+}
+
+void Publisher::publishRound(const RecordSet& records) {
+    const auto now = Clock::now();
+    takeSubscriptions();
+    for (const TopicBits bit : roundOrder) {
+        if ((requested_ & bit) != 0) {
+            send(topicOf(bit), records);
+        }
+    }
+    nextRound_ = now + interval_ - std::min(interval_ / 2, tunables::publishMargin);
+    nextComparison_ = now + tunables::changeInterval;
+}
+
+// Three parts: topic, a running number of at most 10 digits, record.
+void Publisher::send(const Topic& topic, const RecordSet& records) {
+    const auto record = bytesOf(topic, records);
+    const std::string number = std::to_string(sequence_++);
+    zmq_send(sockets_->records, topic.name, std::strlen(topic.name), ZMQ_SNDMORE);
+    zmq_send(sockets_->records, number.data(), number.size(), ZMQ_SNDMORE);
+    zmq_send(sockets_->records, record.data(), record.size(), 0);
+    std::memcpy(reinterpret_cast<std::uint8_t*>(published_.get()) + topic.offset, record.data(),
+                record.size());
+}
+
+} // namespace board

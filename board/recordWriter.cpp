@@ -1,0 +1,323 @@
+#include "recordWriter.h"
+
+#include <glib.h>
+
+#include <algorithm>
+#include <cstring>
+#include <span>
+
+namespace board {
+
+namespace {
+
+// What stands for "no PCR" in a PMT record: the 16 bits as they lie in a PMT, all ones. With the bare PID,
+// 8191, the null packets would be listed as the program's PCR.
+constexpr std::uint16_t noPcr = 0xFFFF;
+constexpr std::uint8_t notInPat = 255; // patIndex of a service that the PAT does not list
+
+// Documents carry texts between quotation marks as they stand. So what would end or break the text is
+// replaced.
+char harmless(char c) {
+    const auto code = static_cast<unsigned char>(c);
+    return c == '"' ? '\'' : c == '\\' ? '/' : code < 0x20 || code == 0x7F ? ' ' : c;
+}
+
+// Writes UTF-8 text into a field, cut at a character boundary, with a terminating zero inside the field.
+void putText(std::span<char> field, const std::string& text) {
+    const std::size_t room = std::min(text.size(), field.size() - 1);
+    const gchar* end = nullptr;
+    g_utf8_validate(text.data(), static_cast<gssize>(room), &end);
+    std::transform(text.data(), end, field.begin(), harmless);
+    field[static_cast<std::size_t>(end - text.data())] = '\0';
+}
+
+// The streams of a program as its slots list them.
+struct Components {
+    const ElementaryStream* video = nullptr;
+    std::vector<const ElementaryStream*> audio;
+    std::vector<const ElementaryStream*> data;
+};
+
+Components componentsOf(const Program& program, LimitReport& limits) {
+    Components components;
+    if (!program.map) {
+        return components;
+    }
+    std::size_t videos = 0;
+    for (const ElementaryStream& stream : program.map->streams) {
+        switch (stream.kind) {
+        case StreamKind::video:
+            ++videos;
+            components.video = components.video == nullptr ? &stream : components.video;
+            break;
+        case StreamKind::audio:
+            components.audio.push_back(&stream);
+            break;
+        case StreamKind::data:
+            components.data.push_back(&stream);
+            break;
+        }
+    }
+    const std::string name = " of program " + std::to_string(program.number);
+    limits.check("video streams" + name, videos, 1);
+    limits.check("audio streams" + name, components.audio.size(), maxAudioTracks);
+    limits.check("private streams" + name, components.data.size(), maxPrivatePids);
+    limits.check("ECM PIDs" + name, program.map->ecmPids.size(), maxEcmPids);
+    components.audio.resize(std::min<std::size_t>(components.audio.size(), maxAudioTracks));
+    components.data.resize(std::min<std::size_t>(components.data.size(), maxPrivatePids));
+    return components;
+}
+
+// The programs in the order of the records: the PAT's, with the network entry first, because the service
+// recognises it only there.
+std::vector<const Program*> orderedPrograms(const StreamModel& model) {
+    std::vector<const Program*> programs;
+    for (const Program& program : model.programs) {
+        if (program.number == 0) {
+            programs.insert(programs.begin(), &program);
+        } else {
+            programs.push_back(&program);
+        }
+    }
+    return programs;
+}
+
+// Positions of the PID list: the PAT's PID first, because the service takes the PID at position 0 for no part
+// of any program; then the order of first appearance.
+std::vector<std::size_t> orderedPids(const StreamModel& model) {
+    std::vector<std::size_t> order;
+    for (std::size_t k = 0; k < model.pids.size(); ++k) {
+        if (model.pids[k].pid == patPid) {
+            order.insert(order.begin(), k);
+        } else {
+            order.push_back(k);
+        }
+    }
+    return order;
+}
+
+const PidState* stateOf(const StreamModel& model, std::uint16_t pid) {
+    const auto found = std::find_if(model.pids.begin(), model.pids.end(),
+                                    [pid](const PidState& state) { return state.pid == pid; });
+    return found == model.pids.end() ? nullptr : &*found;
+}
+
+bool scrambled(const StreamModel& model, std::uint16_t pid) {
+    const PidState* state = stateOf(model, pid);
+    return state != nullptr && state->scrambled;
+}
+
+// Whether every component that is on air is scrambled, and there is one.
+bool allScrambled(const StreamModel& model, const Program& program) {
+    if (!program.map) {
+        return false;
+    }
+    bool any = false;
+    for (const ElementaryStream& stream : program.map->streams) {
+        if (const PidState* state = stateOf(model, stream.pid)) {
+            if (!state->scrambled) {
+                return false;
+            }
+            any = true;
+        }
+    }
+    return any;
+}
+
+void writePat(const StreamModel& model, const std::vector<const Program*>& programs,
+              const std::vector<std::size_t>& pids, PatRecord& pat) {
+    const std::size_t listed = std::min<std::size_t>(pids.size(), maxPids);
+    for (std::size_t k = 0; k < listed; ++k) {
+        pat.pidList[k] = model.pids[pids[k]].pid;
+    }
+    pat.pidListCount = static_cast<std::uint16_t>(listed);
+    const std::size_t inList = std::min<std::size_t>(programs.size(), maxPrograms);
+    for (std::size_t k = 0; k < inList; ++k) {
+        pat.programs[k] = {programs[k]->number, programs[k]->pmtPid};
+        pat.sectionPrograms[k] = pat.programs[k];
+    }
+    pat.programCount = static_cast<std::int32_t>(std::min<std::size_t>(inList, maxPmtSlots));
+    pat.sectionProgramCount = static_cast<std::uint16_t>(inList);
+    pat.transportStreamId = model.transportStreamId.value_or(0);
+}
+
+void writePmt(const Program& program, const Components& components, PmtEntry& slot) {
+    slot.pgmNum = program.number;
+    slot.pmtPid = program.pmtPid;
+    slot.pcrPid = noPcr;
+    if (!program.map) {
+        return;
+    }
+    if (program.map->pcrPid < nullPid) {
+        slot.pcrPid = program.map->pcrPid;
+    }
+    const std::size_t ecms = std::min<std::size_t>(program.map->ecmPids.size(), maxEcmPids);
+    slot.ecmCount = static_cast<std::uint16_t>(ecms);
+    std::copy_n(program.map->ecmPids.begin(), ecms, slot.ecmPids);
+    if (components.video != nullptr) {
+        slot.videoPid = components.video->pid;
+        slot.videoStreamType = components.video->streamType;
+    }
+    slot.audioCount = static_cast<std::uint16_t>(components.audio.size());
+    for (std::size_t k = 0; k < components.audio.size(); ++k) {
+        slot.audioPids[k] = components.audio[k]->pid;
+        slot.audioCodings[k] = components.audio[k]->audioCoding;
+        putText(slot.audioLanguages[k], components.audio[k]->language);
+    }
+    slot.privateCount = static_cast<std::uint16_t>(components.data.size());
+    for (std::size_t k = 0; k < components.data.size(); ++k) {
+        slot.pvtPids[k] = components.data[k]->pid;
+    }
+}
+
+void writeVideo(const StreamModel& model, const ElementaryStream& stream, AvPgmEntry& slot) {
+    slot.videoPid = stream.pid;
+    slot.videoScrambled = scrambled(model, stream.pid) ? 1 : 0;
+    const auto found = model.videoFormats.find(stream.pid);
+    if (found == model.videoFormats.end()) {
+        return;
+    }
+    const VideoFormat& format = found->second;
+    slot.horizRes = format.width;
+    slot.vertRes = format.height;
+    slot.pictRate = format.pictureRate;
+    slot.entropyFlag = format.entropyFlag;
+    slot.aspectRatio = format.aspectCode;
+    slot.profile = format.profile;
+    slot.level = format.level;
+}
+
+void writeAudio(const StreamModel& model, const ElementaryStream& stream, AvAudioTrack& track) {
+    track.pid = stream.pid;
+    track.scrambled = scrambled(model, stream.pid) ? 1 : 0;
+    const auto found = model.audioFormats.find(stream.pid);
+    if (found != model.audioFormats.end()) {
+        track.bitRateIndex = found->second.bitRateIndex;
+        track.sampleRateIndex = found->second.sampleRateIndex;
+        track.modeIndex = found->second.modeIndex;
+    }
+}
+
+void writeAvPgm(const StreamModel& model, const Program& program, const Components& components,
+                AvPgmEntry& slot) {
+    slot.pgmNum = program.number;
+    slot.pmtPid = program.pmtPid;
+    if (components.video != nullptr) {
+        writeVideo(model, *components.video, slot);
+    }
+    slot.audioCount = static_cast<std::uint16_t>(components.audio.size());
+    for (std::size_t k = 0; k < components.audio.size(); ++k) {
+        writeAudio(model, *components.audio[k], slot.audio[k]);
+    }
+    slot.privateCount = static_cast<std::uint16_t>(components.data.size());
+    for (std::size_t k = 0; k < components.data.size(); ++k) {
+        slot.privatePids[k].pid = components.data[k]->pid;
+    }
+    slot.allScrambled = allScrambled(model, program) ? 1 : 0;
+}
+
+// One row of the SDT record: a program of the PAT, a service of the SDT, or both.
+struct ServiceRow {
+    const Service* service;
+    const Program* program;
+    std::uint8_t patIndex;
+};
+
+// The service counts the rows of the SDT record and the programs of the PAT side by side. So every program
+// has a row, in the PAT's order, also one that the SDT leaves out; services without a program follow.
+std::vector<ServiceRow> serviceRows(const ServiceTable& table, const std::vector<const Program*>& programs) {
+    std::vector<ServiceRow> rows;
+    for (std::size_t k = 0; k < programs.size(); ++k) {
+        if (programs[k]->number == 0) {
+            continue;
+        }
+        const auto found =
+            std::find_if(table.services.begin(), table.services.end(),
+                         [&](const Service& service) { return service.id == programs[k]->number; });
+        rows.push_back({found == table.services.end() ? nullptr : &*found, programs[k],
+                        static_cast<std::uint8_t>(std::min<std::size_t>(k, notInPat))});
+    }
+    for (const Service& service : table.services) {
+        const bool listed = std::any_of(programs.begin(), programs.end(), [&](const Program* program) {
+            return program->number == service.id;
+        });
+        if (!listed) {
+            rows.push_back({&service, nullptr, notInPat});
+        }
+    }
+    return rows;
+}
+
+void writeService(const ServiceRow& row, SdtService& entry) {
+    entry.patIndex = row.patIndex;
+    if (row.program != nullptr) {
+        entry.serviceId = row.program->number;
+        entry.pmtPid = row.program->pmtPid;
+        entry.pidCount = static_cast<std::uint8_t>(
+            row.program->map ? std::min<std::size_t>(row.program->map->streams.size(), 255) : 0);
+    }
+    if (row.service == nullptr) { // named as the service names a program without an SDT
+        putText(entry.serviceName, "Program " + std::to_string(row.program->number));
+        putText(entry.providerName, "Unk");
+        return;
+    }
+    entry.serviceId = row.service->id;
+    entry.serviceType = row.service->type;
+    entry.caFlag = row.service->scrambled ? 1 : 0;
+    putText(entry.serviceName, row.service->name);
+    putText(entry.providerName, row.service->provider);
+}
+
+void writeSdt(const StreamModel& model, const std::vector<const Program*>& programs, SdtRecord& sdt,
+              LimitReport& limits) {
+    sdt.pid = sdtPid;
+    sdt.actual = actualArtificial; // no SDT in the stream: the service makes its own
+    if (!model.services) {
+        return;
+    }
+    constexpr std::uint16_t sdtActualTable = 0x42;
+    sdt.tableId = sdtActualTable;
+    sdt.transportStreamId = model.services->transportStreamId;
+    sdt.originalNetworkId = model.services->originalNetworkId;
+    sdt.actual = actualFromStream;
+    const std::vector<ServiceRow> rows = serviceRows(*model.services, programs);
+    limits.check("services", rows.size(), maxServices);
+    const std::size_t count = std::min<std::size_t>(rows.size(), maxServices);
+    sdt.serviceCount = static_cast<std::uint16_t>(count);
+    for (std::size_t k = 0; k < count; ++k) {
+        writeService(rows[k], sdt.services[k]);
+    }
+}
+
+} // namespace
+
+void LimitReport::check(const std::string& what, std::size_t count, std::size_t limit) {
+    if (count > limit && told_.insert(what).second) {
+        print_("too many " + what + ": expected at most " + std::to_string(limit) + ", got " +
+               std::to_string(count) + "; the rest is left out");
+    }
+}
+
+void writeRecords(const StreamModel& model, const RateMeter& rates, RecordSet& records, LimitReport& limits) {
+    std::memset(&records, 0, sizeof records);
+    const std::vector<const Program*> programs = orderedPrograms(model);
+    const std::vector<std::size_t> pids = orderedPids(model);
+    limits.check("PIDs", pids.size(), maxPids);
+    limits.check("PIDs with a rate", pids.size(), maxPidStats);
+    limits.check("programs with a map", programs.size(), maxPmtSlots);
+
+    writePat(model, programs, pids, records.pat);
+    for (std::size_t k = 0; k < std::min<std::size_t>(pids.size(), maxPidStats); ++k) {
+        records.tsStatus.pidStats[k].rate = rates.rate(pids[k]);
+    }
+    for (std::size_t k = 0; k < std::min<std::size_t>(programs.size(), maxPrograms); ++k) {
+        const Components components = componentsOf(*programs[k], limits);
+        writeAvPgm(model, *programs[k], components, records.avPgm.slots[k]);
+        if (k < maxPmtSlots) {
+            writePmt(*programs[k], components, records.pmt.slots[k]);
+        }
+    }
+    writeSdt(model, programs, records.sdt, limits);
+}
+
+} // namespace board

@@ -1,0 +1,49 @@
+// Every tunable of the board, with its unit, in one place.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+
+namespace board {
+
+// Ticks of the 27 MHz system clock (ISO/IEC 13818-1, 2.4.2.1).
+using Ticks = std::int64_t;
+inline constexpr Ticks ticksPerSecond = 27'000'000;
+inline constexpr Ticks ticksPerMillisecond = ticksPerSecond / 1000;
+
+namespace tunables {
+
+using std::chrono::milliseconds;
+
+// Publishing.
+inline constexpr milliseconds publishInterval{250}; // every requested topic at least this often
+inline constexpr milliseconds publishMargin{10};    // and that much earlier, for a late wake-up
+inline constexpr milliseconds changeInterval{50};   // how often records are compared for changes
+inline constexpr milliseconds joinPause{20};        // from the last subscription to the next full round,
+                                                    // so that one round serves all of a client's topics
+
+// Measuring, in stream time.
+inline constexpr Ticks ratePeriod = ticksPerSecond;             // rates are renewed this often
+inline constexpr Ticks settlePatience = 5 * ticksPerSecond / 2; // wait for tables before publishing without
+inline constexpr Ticks headerRecheck = ticksPerSecond;          // between looks at a known stream's header
+inline constexpr std::uint64_t settlePackets = 400'000;         // settling never takes more packets than this
+
+// The stream clock.
+inline constexpr Ticks longestPcrStep = ticksPerSecond;      // a larger step of the PCR is a discontinuity
+inline constexpr Ticks silentReference = ticksPerSecond / 2; // then another PID's PCR becomes the clock
+inline constexpr Ticks estimatedTick = ticksPerSecond / 10;  // clock reading where no PCR arrives
+inline constexpr std::uint64_t pcrPatience = 5'000;          // packets; then PES time stamps are the clock
+inline constexpr std::uint64_t stampPatience = 20'000;       // packets; then the clock is the assumed rate
+inline constexpr double assumedBitRate = 10e6;               // bit/s of a stream that carries no time at all
+
+// Reading.
+inline constexpr std::size_t readSize = 64 * 1024;      // bytes a read
+inline constexpr std::size_t lockPackets = 5;           // sync bytes in a row that make a transport stream
+inline constexpr std::size_t relockPackets = 3;         // sync bytes in a row after a loss
+inline constexpr std::size_t searchLimit = 1024 * 1024; // bytes searched for the first sync byte
+inline constexpr std::size_t headerBytes = 16 * 1024;   // of a PES packet, searched for codec headers
+inline constexpr milliseconds fallingBehind{1000};      // lateness after which real time starts anew
+
+} // namespace tunables
+} // namespace board
