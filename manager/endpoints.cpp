@@ -32,6 +32,15 @@ std::string holderOf(int descriptor) {
                         std::string("the error \"") + std::strerror(error) + '"', meaning});
 }
 
+int openLock() {
+    umask(S_IRWXO); // the lock and the sockets are for the user and the group, as the directory is
+    const int descriptor = open(tunables::lockPath, O_RDWR | O_CREAT | O_CLOEXEC, 0660);
+    if (descriptor < 0) {
+        refuseToLock(errno);
+    }
+    return descriptor;
+}
+
 void bind(zmq::socket_t& socket, const char* endpoint) {
     try {
         socket.bind(endpoint);
@@ -45,12 +54,7 @@ void bind(zmq::socket_t& socket, const char* endpoint) {
 
 } // namespace
 
-EndpointLock::EndpointLock() {
-    umask(S_IRWXO); // the lock and the sockets are for the user and the group, as the directory is
-    descriptor = open(tunables::lockPath, O_RDWR | O_CREAT | O_CLOEXEC, 0660);
-    if (descriptor < 0) {
-        refuseToLock(errno);
-    }
+EndpointLock::EndpointLock() : descriptor(openLock()) {
     if (flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
         const std::string holder = holderOf(descriptor);
         close(descriptor);

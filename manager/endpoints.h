@@ -16,7 +16,7 @@ class EndpointLock {
     EndpointLock& operator=(const EndpointLock&) = delete;
 
   private:
-    int descriptor = -1;
+    int descriptor;
 };
 
 // Both sockets, bound. The service connects to them, and connects again by itself whenever a manager starts.

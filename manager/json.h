@@ -21,7 +21,7 @@ using Json = std::unique_ptr<json_t, JsonRelease>;
 inline std::string dump(const Json& value) {
     struct Free {
         void operator()(char* text) const {
-            std::free(text); // NOLINT(cppcoreguidelines-no-malloc): Jansson allocated it with malloc
+            std::free(text);
         }
     };
     const std::unique_ptr<char, Free> text(json_dumps(value.get(), 0));
