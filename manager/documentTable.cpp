@@ -66,9 +66,9 @@ std::string serviceType(std::string_view code) {
 }
 
 // "3 programs", and how many of them the document holds when it was too long for all.
-std::string counted(const json_t* list, std::string_view count, const std::string& things) {
+std::string counted(const json_t* list, std::string_view count, const std::string& thing) {
     const std::string shown = std::to_string(json_array_size(list));
-    const std::string all = displayable(count) + ' ' + things;
+    const std::string all = displayable(count) + ' ' + thing + (count == "1" ? "" : "s");
     return shown == count ? all : all + " (the document has room for " + shown + ')';
 }
 
@@ -92,7 +92,7 @@ std::string pidListTable(const json_t* pidData) {
                       orNone(textOf(pid, "referencePID")), trimmed(textOf(pid, "pidRate")),
                       yesNo(textOf(pid, "scrambled"))});
     }
-    return "PID list: " + counted(pids, textOf(pidData, "pidCount"), "PIDs") + ", " +
+    return "PID list: " + counted(pids, textOf(pidData, "pidCount"), "PID") + ", " +
            trimmed(displayable(textOf(pidData, "aggStreamRate"))) + "\n\n" + table.text();
 }
 
@@ -118,7 +118,7 @@ std::string programListTable(const json_t* pgmData) {
                       yesNo(textOf(program, "caFlag")), yesNo(textOf(program, "allScrambled"))});
     }
     const bool derived = textOf(pgmData, "derived") == "1";
-    return "Program list: " + counted(programs, textOf(pgmData, "svcCount"), "programs") + ", " +
+    return "Program list: " + counted(programs, textOf(pgmData, "svcCount"), "program") + ", " +
            displayable(textOf(pgmData, "scrambledCount")) + " scrambled, " +
            trimmed(displayable(textOf(pgmData, "aggStreamRate"))) +
            (derived ? " (the stream has no SDT: the names are made from the PAT)" : "") + "\n\n" +
