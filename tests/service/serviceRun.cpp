@@ -1,0 +1,128 @@
+#include "serviceRun.h"
+
+#include <algorithm>
+#include <array>
+#include <csignal>
+#include <stdexcept>
+#include <unistd.h>
+
+namespace serviceTest {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// Adds what can be read now. Returns false at the end of the stream.
+bool readInto(std::string& text, int descriptor) {
+    std::array<char, 65536> buffer{};
+    ssize_t length = 0;
+    while ((length = read(descriptor, buffer.data(), buffer.size())) > 0) {
+        text.append(buffer.data(), static_cast<std::size_t>(length));
+    }
+    return length != 0;
+}
+
+std::chrono::milliseconds until(Clock::time_point deadline) {
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
+    return std::max(left, std::chrono::milliseconds(0));
+}
+
+// Sanitizers, gcov and memcheck report when a process exits, not when a signal kills it.
+bool mustExit(const RunOptions& options) {
+    return options.recorded && (MPEGFE_EXIT_TO_CHECK || !options.launcher.empty());
+}
+
+} // namespace
+
+ServiceRun::ServiceRun(RunOptions runOptions) : options(std::move(runOptions)) {}
+
+void ServiceRun::startService() {
+    std::vector<std::string> words = options.launcher;
+    words.emplace_back(MPEGFE_PROGRAM);
+    std::vector<std::string> environment{
+        // The runtime of g++'s sanitizer insists on being loaded first, which nothing here depends on.
+        "ASAN_OPTIONS=verify_asan_link_order=0",
+    };
+    if (options.recorded) {
+        environment.emplace_back("LD_PRELOAD=" MPEGFE_RECORDER);
+    }
+    service.emplace(words, environment);
+}
+
+void ServiceRun::hearOnce(std::chrono::milliseconds limit) {
+    std::vector<zmq::pollitem_t> items;
+    const auto add = [&](void* socket, int descriptor) {
+        items.push_back({socket, descriptor, ZMQ_POLLIN, 0});
+    };
+    if (service && !serviceEnded) {
+        if (service->outputDescriptor() >= 0) {
+            add(nullptr, service->outputDescriptor());
+        }
+        add(nullptr, service->errorDescriptor());
+    }
+    if (trufiosPeer) {
+        add(trufiosPeer->requestSocket.handle(), 0);
+        add(trufiosPeer->documentSocket.handle(), 0);
+    }
+    if (parserPeer) {
+        add(parserPeer->publisher.handle(), 0);
+        add(parserPeer->instructionSocket.handle(), 0);
+    }
+    zmq::poll(items, limit);
+    if (trufiosPeer) {
+        trufiosPeer->hear();
+    }
+    if (parserPeer) {
+        parserPeer->hear();
+    }
+    if (service && !serviceEnded) {
+        if (service->outputDescriptor() >= 0) {
+            readInto(consoleText, service->outputDescriptor());
+        }
+        serviceEnded = !readInto(errorText, service->errorDescriptor());
+    }
+}
+
+void ServiceRun::waitUntil(const std::string& what, const std::function<bool()>& isThere) {
+    const Clock::time_point deadline = Clock::now() + options.patience;
+    while (!isThere()) {
+        if (serviceEnded) {
+            throw std::runtime_error("the service ended while the test waited for " + what);
+        }
+        if (Clock::now() >= deadline) {
+            throw std::runtime_error("there never was " + what);
+        }
+        hearOnce(until(deadline));
+    }
+}
+
+void ServiceRun::letPass(std::chrono::milliseconds time) {
+    const Clock::time_point deadline = Clock::now() + time;
+    while (Clock::now() < deadline) {
+        hearOnce(until(deadline));
+    }
+}
+
+void ServiceRun::interrupt() {
+    const Clock::time_point deadline = Clock::now() + options.patience;
+    while (!service->sleeps() && Clock::now() < deadline) {
+        hearOnce(std::chrono::milliseconds(1));
+    }
+    service->signal(SIGUSR1);
+}
+
+ServiceRun::Ending ServiceRun::end() {
+    const bool exits = mustExit(options);
+    service->signal(exits ? SIGUSR2 : SIGTERM);
+    const Clock::time_point deadline = Clock::now() + options.patience;
+    while (!serviceEnded && Clock::now() < deadline) {
+        hearOnce(until(deadline));
+    }
+    if (service->outputDescriptor() >= 0) {
+        readInto(consoleText, service->outputDescriptor());
+    }
+    const std::optional<int> status = service->waitFor(options.patience);
+    return {exits ? "exit code 0" : "signal 15 (Terminated)",
+            status ? testSupport::describeStatus(*status) : "never ended"};
+}
+
+} // namespace serviceTest
