@@ -1,0 +1,29 @@
+// What the bench programs share: the service's console out of the way, the figures on standard error.
+#pragma once
+
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+
+// The service prints to standard output as it always does; nobody reads it here.
+inline void sendConsoleNowhere() {
+    if (std::freopen("/dev/null", "w", stdout) == nullptr) {
+        std::perror("bench: /dev/null cannot be opened");
+        std::exit(1);
+    }
+}
+
+// Runs what has been registered and reports on standard error, and to the file of --benchmark_out.
+inline int runBenchmarks(int argc, char** argv) {
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
+        return 1;
+    }
+    benchmark::ConsoleReporter reporter;
+    reporter.SetOutputStream(&std::cerr);
+    reporter.SetErrorStream(&std::cerr);
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    return 0;
+}

@@ -1,0 +1,21 @@
+// Streams that the benches work on, put into the service's own record store.
+#pragma once
+
+#include <cstdint>
+
+// What a stream is made of.
+struct StreamShape {
+    int pids;             // in the PID list, PAT, CAT, NIT, SDT, EIT and TDT first, the null PID last
+    int programs;         // without the network entry, which takes program index 0
+    int audioTracks;      // of each program
+    int privatePids;      // of each program
+    int ecmPids;          // of each program
+    bool listsComponents; // false: the PID list holds none of the programs' PIDs, so each search reads all of
+                          // it
+};
+
+// Fills the newest records with a stream of this shape: rates of every size, names of usual length.
+void loadStream(const StreamShape& shape);
+
+// The table records at their fullest: 60 services, 60 events, 10 CA systems, 10 network descriptors.
+void loadFullTables();
