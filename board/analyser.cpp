@@ -9,6 +9,7 @@
 #include <bitstream/mpeg/ts.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace board {
 
@@ -139,6 +140,7 @@ bool Analyser::follows(PidState& state, const std::uint8_t* bytes, bool hasPaylo
             }
             if (slot.probe) {
                 slot.probe->collecting = false;
+                slot.probe->lastStamp.reset();
             }
         }
     }
@@ -271,6 +273,9 @@ void Analyser::assignPids() {
 void Analyser::collect(std::uint16_t pid, HeaderProbe& probe, std::span<const std::uint8_t> bytes,
                        bool unitStart) {
     if (unitStart) {
+        if (probe.kind == StreamKind::video) {
+            timePictures(pid, probe, bytes);
+        }
         if (probe.collecting) {
             readHeaders(pid, probe);
         }
@@ -289,6 +294,30 @@ void Analyser::collect(std::uint16_t pid, HeaderProbe& probe, std::span<const st
     if (probe.data.size() >= tunables::headerBytes) {
         readHeaders(pid, probe);
     }
+}
+
+// Measures the picture rate by the decoding times of successive PES packets, one picture each. Where they are
+// uneven, they are not one picture each, and there is no rate.
+void Analyser::timePictures(std::uint16_t pid, HeaderProbe& probe, std::span<const std::uint8_t> bytes) {
+    if (probe.steps >= tunables::timedPictures) {
+        return;
+    }
+    const auto stamp = timeStampOf(bytes);
+    const auto last = std::exchange(probe.lastStamp, stamp);
+    if (!stamp || !last || *stamp <= *last || *stamp - *last > ticksPerSecond) {
+        return;
+    }
+    const Ticks step = *stamp - *last;
+    probe.timed += step;
+    probe.shortestStep = probe.steps == 0 ? step : std::min(probe.shortestStep, step);
+    probe.longestStep = std::max(probe.longestStep, step);
+    ++probe.steps;
+    const bool even = probe.longestStep - probe.shortestStep <= tunables::stampJitter;
+    model_.pictureRates[pid] =
+        even && probe.steps >= tunables::fewestPictures
+            ? static_cast<float>(static_cast<double>(probe.steps) * static_cast<double>(ticksPerSecond) /
+                                 static_cast<double>(probe.timed))
+            : 0.0F;
 }
 
 void Analyser::readHeaders(std::uint16_t pid, HeaderProbe& probe) {
@@ -330,6 +359,7 @@ void Analyser::seam() {
         }
         if (slot.probe) {
             slot.probe->collecting = false;
+            slot.probe->lastStamp.reset();
         }
     }
 }

@@ -66,6 +66,12 @@ class Analyser {
         std::vector<std::uint8_t> data; // of the PES packet that is being collected
         bool collecting = false;
         Ticks quietUntil = 0;
+        // Pictures are timed where the headers give no picture rate.
+        std::optional<Ticks> lastStamp;
+        Ticks timed = 0;
+        Ticks shortestStep = 0;
+        Ticks longestStep = 0;
+        std::uint32_t steps = 0;
     };
     struct PidSlot {
         std::int32_t position = -1; // in model_.pids
@@ -82,6 +88,7 @@ class Analyser {
     void takeSdt(const SectionHeader& header, std::span<const std::uint8_t> bytes);
     void assignPids();
     void collect(std::uint16_t pid, HeaderProbe& probe, std::span<const std::uint8_t> bytes, bool unitStart);
+    void timePictures(std::uint16_t pid, HeaderProbe& probe, std::span<const std::uint8_t> bytes);
     void readHeaders(std::uint16_t pid, HeaderProbe& probe);
     void judgeScrambling();
     bool everythingKnown() const;

@@ -240,6 +240,7 @@ constexpr std::uint8_t modeStereo = 0;
 constexpr std::uint8_t modeDual = 2;
 constexpr std::uint8_t modeSingle = 3;
 constexpr std::uint8_t modeBeyond = 4; // more channels than the mode field can say
+constexpr std::uint16_t codingAac = 1;
 
 struct MpegAudioHeader {
     AudioFormat format;
@@ -270,23 +271,31 @@ std::optional<MpegAudioHeader> readMpegAudioHeader(const std::uint8_t* header) {
                 : layer == MPGA_LAYER_3 && low ? 72000 * kilobits / rateHertz + padding
                                                : 144000 * kilobits / rateHertz + padding;
     }
-    return MpegAudioHeader{{bitRateIndexOf(kilobits), sampleRateIndexOf(rateHertz), mpga_get_mode(header)},
+    return MpegAudioHeader{{bitRateIndexOf(kilobits), sampleRateIndexOf(rateHertz), mpga_get_mode(header), 0},
                            bytes};
 }
 
-std::optional<AudioFormat> readMpegAudio(std::span<const std::uint8_t> data) {
+// A sync word inside coded audio is no header: the next frame's sync word proves it, or, where the PES packet
+// holds one frame only, that the frame is its first.
+bool provenFrame(std::span<const std::uint8_t> data, std::size_t at, std::size_t next, std::size_t headerSize,
+                 bool (*sameFormat)(const std::uint8_t*, const std::uint8_t*)) {
+    if (next + headerSize > data.size()) {
+        return at == 0;
+    }
+    return sameFormat(data.data() + at, data.data() + next);
+}
+
+std::optional<AudioFormat> readLayers(std::span<const std::uint8_t> data) {
     for (std::size_t at = 0; at + MPGA_HEADER_SIZE <= data.size(); ++at) {
         const auto found = readMpegAudioHeader(data.data() + at);
         if (!found) {
             continue;
         }
-        // A sync word inside coded audio is no header; the next frame's sync word proves it.
         const std::size_t next = at + found->frameBytes;
-        if (found->frameBytes == 0 || next + MPGA_HEADER_SIZE > data.size() ||
-            !mpga_sync_compare(data.data() + at, data.data() + next)) {
-            continue;
+        if (found->frameBytes != 0 &&
+            provenFrame(data, at, next, MPGA_HEADER_SIZE, mpga_sync_compare_formats)) {
+            return found->format;
         }
-        return found->format;
     }
     return std::nullopt;
 }
@@ -301,15 +310,23 @@ std::optional<AudioFormat> readAdts(std::span<const std::uint8_t> data) {
             continue;
         }
         const std::size_t next = at + adts_get_length(header);
-        if (next == at || next + ADTS_HEADER_SIZE > data.size() ||
-            !adts_sync_compare(header, data.data() + next)) {
+        if (next == at || !provenFrame(data, at, next, ADTS_HEADER_SIZE, adts_sync_compare_formats)) {
             continue;
         }
         const unsigned channels = adts_get_channels(header);
         const std::uint8_t mode = channels == 1 ? modeSingle : channels == 2 ? modeStereo : modeBeyond;
-        return AudioFormat{0, sampleRateIndexOf(hertz[frequency]), mode};
+        return AudioFormat{0, sampleRateIndexOf(hertz[frequency]), mode, 0};
     }
     return std::nullopt;
+}
+
+// Streams that are announced as MPEG audio hold ADTS at times.
+std::optional<AudioFormat> readMpegAudio(std::span<const std::uint8_t> data) {
+    auto format = readLayers(data);
+    if (!format && (format = readAdts(data))) {
+        format->coding = codingAac;
+    }
+    return format;
 }
 
 std::optional<AudioFormat> readAc3(std::span<const std::uint8_t> data) {
@@ -329,7 +346,7 @@ std::optional<AudioFormat> readAc3(std::span<const std::uint8_t> data) {
                                   : coding == 2 ? modeStereo
                                                 : modeBeyond;
         return AudioFormat{bitRateIndexOf(a52_bitrate_tab[sizeCode]), sampleRateIndexOf(hertz[frequency]),
-                           mode};
+                           mode, 0};
     }
     return std::nullopt;
 }

@@ -141,7 +141,13 @@ void writePat(const StreamModel& model, const std::vector<const Program*>& progr
     pat.transportStreamId = model.transportStreamId.value_or(0);
 }
 
-void writePmt(const Program& program, const Components& components, PmtEntry& slot) {
+AudioFormat audioFormatOf(const StreamModel& model, std::uint16_t pid) {
+    const auto found = model.audioFormats.find(pid);
+    return found == model.audioFormats.end() ? AudioFormat{} : found->second;
+}
+
+void writePmt(const StreamModel& model, const Program& program, const Components& components,
+              PmtEntry& slot) {
     slot.pgmNum = program.number;
     slot.pmtPid = program.pmtPid;
     slot.pcrPid = noPcr;
@@ -161,7 +167,8 @@ void writePmt(const Program& program, const Components& components, PmtEntry& sl
     slot.audioCount = static_cast<std::uint16_t>(components.audio.size());
     for (std::size_t k = 0; k < components.audio.size(); ++k) {
         slot.audioPids[k] = components.audio[k]->pid;
-        slot.audioCodings[k] = components.audio[k]->audioCoding;
+        const std::uint16_t held = audioFormatOf(model, components.audio[k]->pid).coding;
+        slot.audioCodings[k] = held != 0 ? held : components.audio[k]->audioCoding;
         putText(slot.audioLanguages[k], components.audio[k]->language);
     }
     slot.privateCount = static_cast<std::uint16_t>(components.data.size());
@@ -173,6 +180,8 @@ void writePmt(const Program& program, const Components& components, PmtEntry& sl
 void writeVideo(const StreamModel& model, const ElementaryStream& stream, AvPgmEntry& slot) {
     slot.videoPid = stream.pid;
     slot.videoScrambled = scrambled(model, stream.pid) ? 1 : 0;
+    const auto measured = model.pictureRates.find(stream.pid);
+    slot.pictRate = measured == model.pictureRates.end() ? 0.0F : measured->second;
     const auto found = model.videoFormats.find(stream.pid);
     if (found == model.videoFormats.end()) {
         return;
@@ -180,7 +189,9 @@ void writeVideo(const StreamModel& model, const ElementaryStream& stream, AvPgmE
     const VideoFormat& format = found->second;
     slot.horizRes = format.width;
     slot.vertRes = format.height;
-    slot.pictRate = format.pictureRate;
+    if (format.pictureRate > 0) {
+        slot.pictRate = format.pictureRate;
+    }
     slot.entropyFlag = format.entropyFlag;
     slot.aspectRatio = format.aspectCode;
     slot.profile = format.profile;
@@ -190,12 +201,10 @@ void writeVideo(const StreamModel& model, const ElementaryStream& stream, AvPgmE
 void writeAudio(const StreamModel& model, const ElementaryStream& stream, AvAudioTrack& track) {
     track.pid = stream.pid;
     track.scrambled = scrambled(model, stream.pid) ? 1 : 0;
-    const auto found = model.audioFormats.find(stream.pid);
-    if (found != model.audioFormats.end()) {
-        track.bitRateIndex = found->second.bitRateIndex;
-        track.sampleRateIndex = found->second.sampleRateIndex;
-        track.modeIndex = found->second.modeIndex;
-    }
+    const AudioFormat format = audioFormatOf(model, stream.pid);
+    track.bitRateIndex = format.bitRateIndex;
+    track.sampleRateIndex = format.sampleRateIndex;
+    track.modeIndex = format.modeIndex;
 }
 
 void writeAvPgm(const StreamModel& model, const Program& program, const Components& components,
@@ -314,7 +323,7 @@ void writeRecords(const StreamModel& model, const RateMeter& rates, RecordSet& r
         const Components components = componentsOf(*programs[k], limits);
         writeAvPgm(model, *programs[k], components, records.avPgm.slots[k]);
         if (k < maxPmtSlots) {
-            writePmt(*programs[k], components, records.pmt.slots[k]);
+            writePmt(model, *programs[k], components, records.pmt.slots[k]);
         }
     }
     writeSdt(model, programs, records.sdt, limits);

@@ -68,11 +68,14 @@ struct VideoFormat {
     bool operator==(const VideoFormat&) const = default;
 };
 
-// What the headers of an audio stream say, as indexes of the AVPGM record.
+// What the headers of an audio stream say, as indexes of the AVPGM record. Where its tables have no place for
+// what is so, or nothing is known, the indexes lie outside them: 0 (free format) for the bit rate, 3
+// (reserved) for the sampling frequency, 4 for the mode.
 struct AudioFormat {
     std::uint8_t bitRateIndex = 0;
-    std::uint8_t sampleRateIndex = 0;
-    std::uint8_t modeIndex = 0;
+    std::uint8_t sampleRateIndex = 3;
+    std::uint8_t modeIndex = 4;
+    std::uint16_t coding = 0; // what the stream holds, where that is not what its program map says; else 0
     bool operator==(const AudioFormat&) const = default;
 };
 
@@ -83,6 +86,7 @@ struct StreamModel {
     std::optional<ServiceTable> services;
     std::map<std::uint16_t, VideoFormat> videoFormats; // by PID
     std::map<std::uint16_t, AudioFormat> audioFormats; // by PID
+    std::map<std::uint16_t, float> pictureRates;       // by PID, measured from the time stamps of PES packets
 };
 
 } // namespace board

@@ -27,7 +27,10 @@ inline constexpr milliseconds joinPause{20};        // from the last subscriptio
 inline constexpr Ticks ratePeriod = ticksPerSecond;             // rates are renewed this often
 inline constexpr Ticks settlePatience = 5 * ticksPerSecond / 2; // wait for tables before publishing without
 inline constexpr Ticks headerRecheck = ticksPerSecond;          // between looks at a known stream's header
-inline constexpr std::uint64_t settlePackets = 400'000;         // settling never takes more packets than this
+inline constexpr std::uint32_t timedPictures = 100;           // that a picture rate is measured over, at most
+inline constexpr std::uint32_t fewestPictures = 2;            // and at least
+inline constexpr Ticks stampJitter = 2 * ticksPerMillisecond; // between pictures of an even rate
+inline constexpr std::uint64_t settlePackets = 400'000;       // settling never takes more packets than this
 
 // The stream clock.
 inline constexpr Ticks longestPcrStep = ticksPerSecond;      // a larger step of the PCR is a discontinuity
@@ -42,7 +45,7 @@ inline constexpr std::size_t readSize = 64 * 1024;      // bytes a read
 inline constexpr std::size_t lockPackets = 5;           // sync bytes in a row that make a transport stream
 inline constexpr std::size_t relockPackets = 3;         // sync bytes in a row after a loss
 inline constexpr std::size_t searchLimit = 1024 * 1024; // bytes searched for the first sync byte
-inline constexpr std::size_t headerBytes = 16 * 1024;   // of a PES packet, searched for codec headers
+inline constexpr std::size_t headerBytes = 64 * 1024;   // of a PES packet, searched for codec headers
 inline constexpr milliseconds fallingBehind{1000};      // lateness after which real time starts anew
 
 } // namespace tunables
