@@ -4,6 +4,7 @@
 // is dropped, and truncated says so. Record text is copied without escaping, as clients expect it.
 #pragma once
 
+#include "documents/numberText.h"
 #include "support/boundedText.h"
 
 #include <cstddef>
@@ -54,19 +55,7 @@ inline void append(DocumentText& text, std::string_view piece) {
     text.next += length;
 }
 
-// Longest texts of the numbers below, sign and unit included: 39 digits before a rate's point and three
-// behind it.
-inline constexpr std::size_t longestInteger = 11;
-inline constexpr std::size_t longestHex = 10;
-inline constexpr std::size_t longestRate = 48;
-
-// Write a number at a place that has room for its longest text. Return the end of what was written.
-char* formatNumber(char* at, std::int32_t number);
-char* formatHex(char* at, std::uint32_t number);
-char* formatRate(char* at, float rate);
-char* formatRateKbps(char* at, float rate);
-char* formatPictureRate(char* at, float picturesPerSecond);
-
+// Appends a number with one of the functions of numberText.h, which needs room for its longest text.
 template <std::size_t longest, typename Number>
 void appendFormatted(DocumentText& text, char* (*format)(char*, Number), Number number) {
     if (roomLeft(text) >= longest) [[likely]] {
