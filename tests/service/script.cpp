@@ -6,6 +6,7 @@
 #include <array>
 #include <fstream>
 #include <iterator>
+#include <optional>
 #include <sstream>
 #include <stdexcept>
 
@@ -71,7 +72,7 @@ class Player {
         std::string_view name;
         Verb verb;
     };
-    static const std::array<VerbRow, 18> verbs;
+    static const std::array<VerbRow, 19> verbs;
 
     void step(const Line& line);
     void startPeersAndService();
@@ -95,6 +96,7 @@ class Player {
     void console(const Line& line);
     void closeConsole(const Line& line);
     void interrupt(const Line& line);
+    void sameDescriptors(const Line& line);
     void endsWaiting(const Line& line);
 
     void note(const std::string& line);
@@ -107,9 +109,10 @@ class Player {
     bool wantsTrufios = true;
     bool wantsParser = true;
     bool waits = false;
+    std::optional<std::size_t> descriptors;
 };
 
-constexpr std::array<Player::VerbRow, 18> Player::verbs{{
+constexpr std::array<Player::VerbRow, 19> Player::verbs{{
     {"without", &Player::without},
     {"starts", &Player::starts},
     {"request", &Player::request},
@@ -127,6 +130,7 @@ constexpr std::array<Player::VerbRow, 18> Player::verbs{{
     {"console", &Player::console},
     {"close-console", &Player::closeConsole},
     {"interrupt", &Player::interrupt},
+    {"same-descriptors", &Player::sameDescriptors},
     {"ends-waiting", &Player::endsWaiting},
 }};
 
@@ -317,6 +321,14 @@ void Player::closeConsole(const Line&) {
 
 void Player::interrupt(const Line&) {
     run.interrupt();
+}
+
+// The first time, counts the descriptors; from then on waits until there are as many again.
+void Player::sameDescriptors(const Line&) {
+    if (!descriptors) {
+        descriptors = run.descriptorCount();
+    }
+    run.waitUntil("as few descriptors", [&] { return run.descriptorCount() == *descriptors; });
 }
 
 void Player::note(const std::string& line) {

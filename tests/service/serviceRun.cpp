@@ -110,9 +110,7 @@ void ServiceRun::interrupt() {
     service->signal(SIGUSR1);
 }
 
-ServiceRun::Ending ServiceRun::end() {
-    const bool exits = mustExit(options);
-    service->signal(exits ? SIGUSR2 : SIGTERM);
+std::string ServiceRun::waitForEnd() {
     const Clock::time_point deadline = Clock::now() + options.patience;
     while (!serviceEnded && Clock::now() < deadline) {
         hearOnce(until(deadline));
@@ -121,8 +119,13 @@ ServiceRun::Ending ServiceRun::end() {
         readInto(consoleText, service->outputDescriptor());
     }
     const std::optional<int> status = service->waitFor(options.patience);
-    return {exits ? "exit code 0" : "signal 15 (Terminated)",
-            status ? testSupport::describeStatus(*status) : "never ended"};
+    return status ? testSupport::describeStatus(*status) : "never ended";
+}
+
+ServiceRun::Ending ServiceRun::end() {
+    const bool exits = mustExit(options);
+    service->signal(exits ? SIGUSR2 : SIGTERM);
+    return {exits ? "exit code 0" : "signal 15 (Terminated)", waitForEnd()};
 }
 
 } // namespace serviceTest

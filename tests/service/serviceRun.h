@@ -67,6 +67,14 @@ class ServiceRun {
     // Interrupts the call that the service waits in, once it waits in one.
     void interrupt();
 
+    // How many files and sockets the service has open.
+    std::size_t descriptorCount() const {
+        return service.value().descriptorCount();
+    }
+
+    // Waits until the service has ended by itself, and returns how.
+    std::string waitForEnd();
+
     // Ends the service in the way that this build can be checked in, and returns what that should look like
     // and what it looked like.
     struct Ending {

@@ -104,6 +104,21 @@ TEST_F(Process, printsTheSameWithoutARecorder) {
     EXPECT_EQ(outcome.ending.actual, "signal 15 (Terminated)");
 }
 
+// A broken precondition ends the process with the C library's report, in release builds too: four descriptors
+// are enough for the program and its libraries, not for a socket.
+TEST_F(Process, abortsWithAReportWhenThereIsNoSocket) {
+    RunOptions options;
+    options.recorded = false;
+    options.launcher = {"prlimit", "--nofile=4", "--core=0"};
+    ServiceRun run(options);
+    run.startService();
+    EXPECT_EQ(run.waitForEnd(), "signal 6 (Aborted)");
+    const std::string startUp = consoleLines(expectedTranscript("start-up"));
+    EXPECT_EQ(run.console(), startUp.substr(0, startUp.find('\n') + 1));
+    EXPECT_EQ(run.errors(), "mpegFE: main:102: initMPEGsideofMLC_MPEG_CTX: Assertion "
+                            "`vtx->mpegMstmlc != ((void *)0)' failed.\n");
+}
+
 // Every request, once: no byte is used before it is set, none outside its buffer, and none is lost.
 TEST_F(Process, isCleanUnderMemcheck) {
     if (MPEGFE_SANITIZED) {

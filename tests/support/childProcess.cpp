@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <poll.h>
@@ -100,6 +101,11 @@ bool ChildProcess::sleeps() const {
     // The state follows the program's name, which is in parentheses and may hold any character.
     const std::size_t name = text.rfind(')');
     return name != std::string::npos && name + 2 < text.size() && text[name + 2] == 'S';
+}
+
+std::size_t ChildProcess::descriptorCount() const {
+    const std::filesystem::directory_iterator entries("/proc/" + std::to_string(pid) + "/fd");
+    return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
 }
 
 std::optional<int> ChildProcess::waitFor(std::chrono::milliseconds limit) {

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
@@ -35,6 +36,9 @@ class ChildProcess {
 
     // Whether the child's first thread waits for something.
     bool sleeps() const;
+
+    // How many files and sockets the child has open.
+    std::size_t descriptorCount() const;
 
     // The status as waitpid gives it, or nothing when the child has not ended in time.
     std::optional<int> waitFor(std::chrono::milliseconds limit);
