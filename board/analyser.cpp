@@ -2,6 +2,7 @@
 
 #include "codecHeaders.h"
 #include "packetSync.h"
+#include "siTables.h"
 
 #include "feed/records.h"
 
@@ -18,7 +19,12 @@ namespace {
 constexpr std::size_t pidValues = 8192;
 constexpr std::uint8_t patTable = 0x00;
 constexpr std::uint8_t pmtTable = 0x02;
+constexpr std::uint8_t catTable = 0x01;
+constexpr std::uint8_t nitActualTable = 0x40;
 constexpr std::uint8_t sdtActualTable = 0x42;
+constexpr std::uint8_t eitPresentTable = 0x4E; // present/following of the actual transport stream
+constexpr std::uint8_t firstScheduleTable = 0x50;
+constexpr std::uint8_t lastScheduleTable = 0x5F;
 constexpr Ticks ticksPerPcrBase = 300; // and per tick of a PES time stamp: 90 kHz
 constexpr std::size_t pesFixedBytes = 9;
 
@@ -171,15 +177,31 @@ void Analyser::section(std::uint16_t pid, std::span<const std::uint8_t> bytes) {
         ++errors_.badSections;
         return;
     }
-    if (!header || !header->current) {
+    if (!header) { // the tables of the time alone have no header and no version
+        if (pid == tdtPid) {
+            if (const auto time = readTime(bytes)) {
+                model_.time = time;
+            }
+        }
+        return;
+    }
+    if (!header->current) {
         return;
     }
     if (pid == patPid && header->tableId == patTable) {
         takePat(*header, bytes);
     } else if (header->tableId == pmtTable) {
         takePmt(pid, bytes);
+    } else if (pid == catPid && header->tableId == catTable) {
+        takeCat(*header, bytes);
     } else if (pid == sdtPid && header->tableId == sdtActualTable) {
         takeSdt(*header, bytes);
+    } else if (pid == networkPid() && header->tableId == nitActualTable) {
+        takeNit(pid, *header, bytes);
+    } else if (pid == eitPid &&
+               (header->tableId == eitPresentTable ||
+                (header->tableId >= firstScheduleTable && header->tableId <= lastScheduleTable))) {
+        takeEit(*header, bytes);
     }
     knownSections_[sectionKey(pid, *header)] = header->crc;
 }
@@ -230,6 +252,47 @@ void Analyser::takeSdt(const SectionHeader& header, std::span<const std::uint8_t
     model_.services = std::move(table);
 }
 
+void Analyser::takeCat(const SectionHeader& header, std::span<const std::uint8_t> bytes) {
+    if (auto systems = readCat(bytes)) {
+        cat_.put(header, std::move(*systems));
+        model_.caSystems = cat_.rows();
+    }
+}
+
+void Analyser::takeNit(std::uint16_t pid, const SectionHeader& header, std::span<const std::uint8_t> bytes) {
+    if (auto nit = readNit(pid, bytes)) {
+        nit_.put(header, {std::move(nit->part)});
+        model_.network = NetworkTable{nit->networkId, nit_.rows()};
+    }
+}
+
+void Analyser::takeEit(const SectionHeader& header, std::span<const std::uint8_t> bytes) {
+    const std::uint16_t service = header.extension;
+    const bool listed = std::ranges::any_of(
+        model_.programs, [&](const Program& program) { return program.number == service; });
+    if (!listed) { // so that what is kept is bounded
+        return;
+    }
+    if (auto eit = readEit(bytes)) {
+        auto& table = eit_[std::uint32_t{service} << 8 | header.tableId];
+        table.put(header, std::move(eit->events));
+        EventTable& events = model_.events[service];
+        events.transportStreamId = eit->transportStreamId;
+        events.originalNetworkId = eit->originalNetworkId;
+        events.events[header.tableId] = table.rows();
+    }
+}
+
+// The PID of the NIT: the PAT's network entry names it, and DVB keeps to 16.
+std::uint16_t Analyser::networkPid() const {
+    for (const Program& program : model_.programs) {
+        if (program.number == 0 && program.pmtPid < nullPid) {
+            return program.pmtPid;
+        }
+    }
+    return nitPid;
+}
+
 // Decides for every PID whether its sections or its headers are read.
 void Analyser::assignPids() {
     std::vector<bool> wanted(pidValues, false);
@@ -239,8 +302,9 @@ void Analyser::assignPids() {
             slots_[pid].sections = std::make_unique<SectionAssembler>();
         }
     };
-    wantSections(patPid);
-    wantSections(sdtPid);
+    for (const std::uint16_t pid : {patPid, catPid, networkPid(), sdtPid, eitPid, tdtPid}) {
+        wantSections(pid);
+    }
     for (const Program& program : model_.programs) {
         if (program.number != 0 && program.pmtPid < nullPid) {
             wantSections(program.pmtPid);

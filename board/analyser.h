@@ -3,13 +3,15 @@
 
 #include "rateMeter.h"
 #include "sectionAssembler.h"
+#include "sectionedTable.h"
 #include "streamClock.h"
 #include "streamModel.h"
-#include "tables.h"
 
 #include <array>
 #include <cstdint>
+#include <map>
 #include <memory>
+#include <optional>
 #include <span>
 #include <unordered_map>
 #include <vector>
@@ -85,7 +87,11 @@ class Analyser {
     void section(std::uint16_t pid, std::span<const std::uint8_t> bytes);
     void takePat(const SectionHeader& header, std::span<const std::uint8_t> bytes);
     void takePmt(std::uint16_t pid, std::span<const std::uint8_t> bytes);
+    void takeCat(const SectionHeader& header, std::span<const std::uint8_t> bytes);
     void takeSdt(const SectionHeader& header, std::span<const std::uint8_t> bytes);
+    void takeNit(std::uint16_t pid, const SectionHeader& header, std::span<const std::uint8_t> bytes);
+    void takeEit(const SectionHeader& header, std::span<const std::uint8_t> bytes);
+    std::uint16_t networkPid() const;
     void assignPids();
     void collect(std::uint16_t pid, HeaderProbe& probe, std::span<const std::uint8_t> bytes, bool unitStart);
     void timePictures(std::uint16_t pid, HeaderProbe& probe, std::span<const std::uint8_t> bytes);
@@ -100,7 +106,10 @@ class Analyser {
     std::uint64_t packets_ = 0;
     std::vector<PidSlot> slots_; // one a PID
     SectionedTable<Program> pat_;
+    SectionedTable<CaSystem> cat_;
     SectionedTable<Service> sdt_;
+    SectionedTable<NetworkPart> nit_;
+    std::map<std::uint32_t, SectionedTable<Event>> eit_;             // by service_id and table_id
     std::unordered_map<std::uint64_t, std::uint32_t> knownSections_; // CRC by PID, table, extension, number
 };
 

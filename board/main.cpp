@@ -1,7 +1,7 @@
 #include "boardError.h"
 #include "options.h"
 #include "playback.h"
-#include "tables.h"
+#include "psiTables.h"
 
 #include <cstdio>
 #include <exception>

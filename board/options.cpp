@@ -11,17 +11,22 @@ namespace board {
 
 namespace {
 
-constexpr int longestMilliseconds = 3'600'000;
+struct Range {
+    int least;
+    int most;
+};
 
-// A whole number of milliseconds from least to an hour.
-int parseMilliseconds(std::string_view option, std::string_view text, int least) {
+constexpr int hour = 3'600'000; // milliseconds
+
+int parseNumber(std::string_view option, std::string_view what, std::string_view text, Range range) {
     int value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc{} || end != text.data() + text.size() || value < least ||
-        value > longestMilliseconds) {
-        throw BoardError({"cannot use the value of " + std::string(option),
-                          "a whole number of milliseconds from " + std::to_string(least) + " to 3600000",
-                          "\"" + std::string(text) + "\"", "see mpegfe-board --help"});
+    if (error != std::errc{} || end != text.data() + text.size() || value < range.least ||
+        value > range.most) {
+        throw BoardError(
+            {"cannot use the value of " + std::string(option),
+             std::string(what) + " from " + std::to_string(range.least) + " to " + std::to_string(range.most),
+             "\"" + std::string(text) + "\"", "see mpegfe-board --help"});
     }
     return value;
 }
@@ -40,18 +45,28 @@ std::string usage() {
            "  --fast            as fast as possible instead of in real time\n"
            "  --interval MS     publish each requested topic at least this often (250)\n"
            "  --rate-period MS  measure rates over this much stream time (1000); 0: the whole stream\n"
+           "  --service NUMBER  list this program's events in the EIT record (the first that has any)\n"
            "  --print           read the file once, print the records as JSON and stop; no sockets\n"
            "  --help            this text\n";
 }
 
 Options parseOptions(std::span<char* const> arguments) {
-    enum Code { onceOption = 1, fastOption, printOption, intervalOption, ratePeriodOption, helpOption };
+    enum Code {
+        onceOption = 1,
+        fastOption,
+        printOption,
+        intervalOption,
+        ratePeriodOption,
+        serviceOption,
+        helpOption
+    };
     static constexpr option known[] = {
         {"once", no_argument, nullptr, onceOption},
         {"fast", no_argument, nullptr, fastOption},
         {"print", no_argument, nullptr, printOption},
         {"interval", required_argument, nullptr, intervalOption},
         {"rate-period", required_argument, nullptr, ratePeriodOption},
+        {"service", required_argument, nullptr, serviceOption},
         {"help", no_argument, nullptr, helpOption},
         {nullptr, 0, nullptr, 0},
     };
@@ -76,10 +91,16 @@ Options parseOptions(std::span<char* const> arguments) {
             options.print = options.once = options.fast = true;
             break;
         case intervalOption:
-            options.interval = std::chrono::milliseconds(parseMilliseconds("--interval", optarg, 1));
+            options.interval =
+                std::chrono::milliseconds(parseNumber("--interval", "milliseconds", optarg, {1, hour}));
             break;
         case ratePeriodOption:
-            options.ratePeriod = parseMilliseconds("--rate-period", optarg, 0) * ticksPerMillisecond;
+            options.ratePeriod =
+                parseNumber("--rate-period", "milliseconds", optarg, {0, hour}) * ticksPerMillisecond;
+            break;
+        case serviceOption:
+            options.eventService =
+                static_cast<std::uint16_t>(parseNumber("--service", "a program number", optarg, {1, 65535}));
             break;
         case helpOption:
             options.help = true;

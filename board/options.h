@@ -16,6 +16,7 @@ struct Options {
     bool fast = false;  // as fast as possible instead of paced by the stream's clock
     bool print = false; // print the records as JSON at the end; no sockets
     bool help = false;
+    std::optional<std::uint16_t> eventService; // program number whose events the EIT record lists
     std::chrono::milliseconds interval = tunables::publishInterval;
     Ticks ratePeriod = tunables::ratePeriod; // 0: one period, the whole stream
 };

@@ -130,7 +130,7 @@ class Session {
     void finish() {
         analyser_.finish();
         publisher_.attend(std::chrono::milliseconds(0));
-        writeRecords(analyser_.model(), analyser_.rates(), *records_, limits_);
+        writeRecords(analyser_.model(), analyser_.rates(), options_.eventService, *records_, limits_);
         publisher_.publishRound(*records_);
     }
 
@@ -138,7 +138,7 @@ class Session {
     void turn(std::chrono::milliseconds wait) {
         publisher_.attend(std::min(wait, publisher_.untilDue()));
         if (publisher_.untilDue().count() == 0) {
-            writeRecords(analyser_.model(), analyser_.rates(), *records_, limits_);
+            writeRecords(analyser_.model(), analyser_.rates(), options_.eventService, *records_, limits_);
             publisher_.publish(*records_);
         }
     }
@@ -178,7 +178,7 @@ void printRecords(const Options& options) {
     analyser.finish();
     const auto records = std::make_unique<RecordSet>();
     LimitReport limits(say);
-    writeRecords(analyser.model(), analyser.rates(), *records, limits);
+    writeRecords(analyser.model(), analyser.rates(), options.eventService, *records, limits);
     std::fputs(recordsAsJson(*records, analyser.rates().window()).c_str(), stdout);
 }
 

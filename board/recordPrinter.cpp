@@ -94,6 +94,42 @@ json_t* sdtOf(const SdtRecord& sdt) {
                      "actual", sdt.actual, "services", arrayOf(sdt.services, sdt.serviceCount, serviceOf));
 }
 
+json_t* catOf(const CatRecord& cat) {
+    return json_pack("{s:i, s:o}", "tableId", cat.tableId, "caEntries",
+                     arrayOf(cat.caEntries, cat.caCount, [](const CaEntry& entry) {
+                         return json_pack("{s:i, s:i}", "caSystemId", entry.caSystemId, "caPid", entry.caPid);
+                     }));
+}
+
+json_t* nitOf(const NitRecord& nit) {
+    return json_pack("{s:i, s:i, s:i, s:i, s:i, s:o, s:o}", "tableId", nit.tableId, "networkId",
+                     nit.networkId, "transportStreamId", nit.transportStreamId, "originalNetworkId",
+                     nit.originalNetworkId, "descriptorType", nit.descriptorType, "descriptorText",
+                     textOf(nit.descriptorText), "descriptorEntries",
+                     arrayOf(nit.descriptorEntries, nit.descriptorCount, [](const NitDescriptor& entry) {
+                         return json_pack("{s:i, s:o}", "descriptorType", entry.descriptorType,
+                                          "descriptorText", textOf(entry.descriptorText));
+                     }));
+}
+
+json_t* eventOf(const EitEvent& event) {
+    return json_pack("{s:i, s:i, s:o, s:o, s:o, s:o, s:o}", "eventId", event.eventId, "startDateMjd",
+                     event.startDateMjd, "startTime", textOf(event.startTime), "duration",
+                     textOf(event.duration), "language", textOf(event.language), "eventName",
+                     textOf(event.eventName), "description", textOf(event.description));
+}
+
+json_t* eitOf(const EitRecord& eit) {
+    return json_pack("{s:i, s:i, s:i, s:i, s:o}", "tableId", eit.tableId, "serviceId", eit.serviceId,
+                     "transportStreamId", eit.transportStreamId, "originalNetworkId", eit.originalNetworkId,
+                     "events", arrayOf(eit.events, eit.eventCount, eventOf));
+}
+
+json_t* tdtOf(const TdtRecord& tdt) {
+    return json_pack("{s:i, s:i, s:o}", "tableId", tdt.tableId, "dateMjd", tdt.dateMjd, "timeOfDay",
+                     textOf(tdt.timeOfDay));
+}
+
 json_t* windowOf(const RateWindow& window) {
     return json_pack("{s:I, s:I, s:f}", "firstPacket", static_cast<json_int_t>(window.firstPacket),
                      "endPacket", static_cast<json_int_t>(window.endPacket), "seconds",
@@ -106,11 +142,12 @@ std::string recordsAsJson(const RecordSet& records, const RateWindow& window) {
     const auto programs = static_cast<std::size_t>(records.pat.programCount);
     const std::size_t rates = std::min<std::size_t>(records.pat.pidListCount, maxPidStats);
     const std::unique_ptr<json_t, JsonRelease> root(json_pack(
-        "{s:o, s:o, s:o, s:o, s:o, s:o}", "window", windowOf(window), "pat", patOf(records.pat), "pmt",
-        arrayOf(records.pmt.slots, programs, pmtOf), "tsStatus",
+        "{s:o, s:o, s:o, s:o, s:o, s:o, s:o, s:o, s:o, s:o}", "window", windowOf(window), "pat",
+        patOf(records.pat), "pmt", arrayOf(records.pmt.slots, programs, pmtOf), "tsStatus",
         arrayOf(records.tsStatus.pidStats, rates,
                 [](const PidStatEntry& entry) { return json_real(static_cast<double>(entry.rate)); }),
-        "avPgm", arrayOf(records.avPgm.slots, programs, avPgmOf), "sdt", sdtOf(records.sdt)));
+        "avPgm", arrayOf(records.avPgm.slots, programs, avPgmOf), "sdt", sdtOf(records.sdt), "cat",
+        catOf(records.cat), "nit", nitOf(records.nit), "eit", eitOf(records.eit), "tdt", tdtOf(records.tdt)));
     const std::unique_ptr<char, decltype(&std::free)> text(json_dumps(root.get(), JSON_INDENT(1)),
                                                            &std::free);
     return text ? std::string(text.get()) + "\n" : std::string();

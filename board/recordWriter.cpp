@@ -3,8 +3,11 @@
 #include <glib.h>
 
 #include <algorithm>
+#include <array>
+#include <cstdio>
 #include <cstring>
 #include <span>
+#include <tuple>
 
 namespace board {
 
@@ -27,8 +30,11 @@ void putText(std::span<char> field, const std::string& text) {
     const std::size_t room = std::min(text.size(), field.size() - 1);
     const gchar* end = nullptr;
     g_utf8_validate(text.data(), static_cast<gssize>(room), &end);
-    std::transform(text.data(), end, field.begin(), harmless);
-    field[static_cast<std::size_t>(end - text.data())] = '\0';
+    const std::size_t length = std::min(static_cast<std::size_t>(end - text.data()), room);
+    for (std::size_t k = 0; k < length; ++k) {
+        field[k] = harmless(text[k]);
+    }
+    field[length] = '\0';
 }
 
 // The streams of a program as its slots list them.
@@ -298,6 +304,141 @@ void writeSdt(const StreamModel& model, const std::vector<const Program*>& progr
     }
 }
 
+void writeCat(const StreamModel& model, CatRecord& cat, LimitReport& limits) {
+    if (!model.caSystems) {
+        return;
+    }
+    cat.tableId = 0x01;
+    limits.check("CA systems", model.caSystems->size(), maxCaEntries);
+    const std::size_t count = std::min<std::size_t>(model.caSystems->size(), maxCaEntries);
+    cat.caCount = static_cast<std::uint16_t>(count);
+    for (std::size_t k = 0; k < count; ++k) {
+        cat.caEntries[k] = {(*model.caSystems)[k].systemId, (*model.caSystems)[k].emmPid};
+    }
+}
+
+// The transport stream of the NIT that is this one, or the first where this one is not in it.
+const NetworkStream* ownStream(const StreamModel& model) {
+    const NetworkStream* first = nullptr;
+    for (const NetworkPart& part : model.network->parts) {
+        for (const NetworkStream& stream : part.streams) {
+            if (stream.transportStreamId == model.transportStreamId) {
+                return &stream;
+            }
+            first = first == nullptr ? &stream : first;
+        }
+    }
+    return first;
+}
+
+// The network's name, where it has one, stands in the header; the network's other descriptors and those of
+// this transport stream are the entries.
+void writeNit(const StreamModel& model, NitRecord& nit, LimitReport& limits) {
+    constexpr std::uint8_t networkNameTag = 0x40;
+    if (!model.network) {
+        return;
+    }
+    nit.tableId = 0x40;
+    nit.networkId = model.network->networkId;
+    std::vector<const TextDescriptor*> descriptors;
+    for (const NetworkPart& part : model.network->parts) {
+        for (const TextDescriptor& descriptor : part.descriptors) {
+            descriptors.push_back(&descriptor);
+        }
+    }
+    auto header = std::ranges::find_if(
+        descriptors, [](const TextDescriptor* descriptor) { return descriptor->tag == networkNameTag; });
+    header = header == descriptors.end() ? descriptors.begin() : header;
+    if (header != descriptors.end()) {
+        nit.descriptorType = (*header)->tag;
+        putText(nit.descriptorText, (*header)->text);
+        descriptors.erase(header);
+    }
+    if (const NetworkStream* stream = ownStream(model)) {
+        nit.transportStreamId = stream->transportStreamId;
+        nit.originalNetworkId = stream->originalNetworkId;
+        for (const TextDescriptor& descriptor : stream->descriptors) {
+            descriptors.push_back(&descriptor);
+        }
+    }
+    limits.check("NIT descriptors", descriptors.size(), maxNitDescriptors);
+    const std::size_t count = std::min<std::size_t>(descriptors.size(), maxNitDescriptors);
+    nit.descriptorCount = static_cast<std::uint16_t>(count);
+    for (std::size_t k = 0; k < count; ++k) {
+        nit.descriptorEntries[k].descriptorType = descriptors[k]->tag;
+        putText(nit.descriptorEntries[k].descriptorText, descriptors[k]->text);
+    }
+}
+
+// "HH:MM:SS" of a number of seconds below 100 hours.
+std::string clockText(std::uint32_t seconds) {
+    std::array<char, 12> text{};
+    std::snprintf(text.data(), text.size(), "%02u:%02u:%02u", seconds / 3600 % 100, seconds / 60 % 60,
+                  seconds % 60);
+    return text.data();
+}
+
+// Present and following, then the schedule from there on, each event once.
+std::vector<const Event*> eventsInOrder(const EventTable& table) {
+    constexpr std::uint8_t presentTable = 0x4E;
+    std::vector<const Event*> events;
+    std::set<std::uint16_t> listed;
+    const Event* present = nullptr;
+    for (const auto& [tableId, rows] : table.events) {
+        for (const Event& event : rows) {
+            const bool over =
+                tableId != presentTable && present != nullptr &&
+                std::tie(event.startDate, event.startTime) < std::tie(present->startDate, present->startTime);
+            if (!over && listed.insert(event.id).second) {
+                events.push_back(&event);
+                present = present == nullptr && tableId == presentTable ? &event : present;
+            }
+        }
+    }
+    return events;
+}
+
+void writeEvent(const Event& event, EitEvent& entry) {
+    entry.eventId = event.id;
+    entry.startDateMjd = event.startDate;
+    putText(entry.startTime, event.startTime ? clockText(*event.startTime) : "undefined");
+    putText(entry.duration, clockText(event.duration));
+    putText(entry.language, event.language);
+    putText(entry.eventName, event.name);
+    putText(entry.description, event.description);
+}
+
+void writeEit(const StreamModel& model, const std::vector<const Program*>& programs,
+              std::optional<std::uint16_t> eventService, EitRecord& eit, LimitReport& limits) {
+    const auto chosen = std::ranges::find_if(programs, [&](const Program* program) {
+        return eventService ? program->number == *eventService : model.events.contains(program->number);
+    });
+    if (chosen == programs.end() || !model.events.contains((*chosen)->number)) {
+        return;
+    }
+    const EventTable& table = model.events.at((*chosen)->number);
+    eit.tableId = table.events.begin()->first;
+    eit.serviceId = (*chosen)->number;
+    eit.transportStreamId = table.transportStreamId;
+    eit.originalNetworkId = table.originalNetworkId;
+    const std::vector<const Event*> events = eventsInOrder(table);
+    limits.check("events of service " + std::to_string(eit.serviceId), events.size(), maxEvents);
+    const std::size_t count = std::min<std::size_t>(events.size(), maxEvents);
+    eit.eventCount = static_cast<std::uint16_t>(count);
+    for (std::size_t k = 0; k < count; ++k) {
+        writeEvent(*events[k], eit.events[k]);
+    }
+}
+
+void writeTdt(const StreamModel& model, TdtRecord& tdt) {
+    if (!model.time) {
+        return;
+    }
+    tdt.tableId = model.time->tableId;
+    tdt.dateMjd = model.time->date;
+    putText(tdt.timeOfDay, clockText(model.time->time));
+}
+
 } // namespace
 
 void LimitReport::check(const std::string& what, std::size_t count, std::size_t limit) {
@@ -307,7 +448,8 @@ void LimitReport::check(const std::string& what, std::size_t count, std::size_t 
     }
 }
 
-void writeRecords(const StreamModel& model, const RateMeter& rates, RecordSet& records, LimitReport& limits) {
+void writeRecords(const StreamModel& model, const RateMeter& rates, std::optional<std::uint16_t> eventService,
+                  RecordSet& records, LimitReport& limits) {
     std::memset(&records, 0, sizeof records);
     const std::vector<const Program*> programs = orderedPrograms(model);
     const std::vector<std::size_t> pids = orderedPids(model);
@@ -327,6 +469,10 @@ void writeRecords(const StreamModel& model, const RateMeter& rates, RecordSet& r
         }
     }
     writeSdt(model, programs, records.sdt, limits);
+    writeCat(model, records.cat, limits);
+    writeNit(model, records.nit, limits);
+    writeEit(model, programs, eventService, records.eit, limits);
+    writeTdt(model, records.tdt);
 }
 
 } // namespace board

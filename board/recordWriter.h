@@ -6,7 +6,9 @@
 
 #include "feed/topics.h"
 
+#include <cstdint>
 #include <functional>
+#include <optional>
 #include <set>
 #include <string>
 
@@ -34,6 +36,9 @@ inline constexpr std::uint16_t actualArtificial = 1;
 
 // Fills every record from scratch; bytes that have no meaning are 0. The fields that the service writes stay
 // 0.
-void writeRecords(const StreamModel& model, const RateMeter& rates, RecordSet& records, LimitReport& limits);
+//
+// The EIT record has room for one service: eventService, or without it the first of the PAT that has events.
+void writeRecords(const StreamModel& model, const RateMeter& rates, std::optional<std::uint16_t> eventService,
+                  RecordSet& records, LimitReport& limits);
 
 } // namespace board

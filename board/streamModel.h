@@ -50,6 +50,60 @@ struct Service {
     std::string provider;   // UTF-8
 };
 
+// One CA descriptor of the CAT.
+struct CaSystem {
+    std::uint16_t systemId = 0;
+    std::uint16_t emmPid = 0;
+};
+
+// A descriptor made readable.
+struct TextDescriptor {
+    std::uint8_t tag = 0;
+    std::string text; // UTF-8
+};
+
+// What a NIT says of one transport stream.
+struct NetworkStream {
+    std::uint16_t transportStreamId = 0;
+    std::uint16_t originalNetworkId = 0;
+    std::vector<TextDescriptor> descriptors;
+};
+
+// One section's part of a NIT.
+struct NetworkPart {
+    std::vector<TextDescriptor> descriptors; // of the network
+    std::vector<NetworkStream> streams;
+};
+
+struct NetworkTable {
+    std::uint16_t networkId = 0;
+    std::vector<NetworkPart> parts;
+};
+
+struct Event {
+    std::uint16_t id = 0;
+    std::uint16_t startDate = 0;            // Modified Julian Day
+    std::optional<std::uint32_t> startTime; // seconds of the day, UTC; nothing where it is undefined
+    std::uint32_t duration = 0;             // seconds
+    std::string language;                   // ISO 639-2
+    std::string name;                       // UTF-8
+    std::string description;                // UTF-8
+};
+
+// The events of one service.
+struct EventTable {
+    std::uint16_t transportStreamId = 0;
+    std::uint16_t originalNetworkId = 0;
+    std::map<std::uint8_t, std::vector<Event>> events; // by table_id: present/following before the schedule
+};
+
+// The clock of the stream's TDT, or its TOT.
+struct UtcTime {
+    std::uint8_t tableId = 0;
+    std::uint16_t date = 0; // Modified Julian Day
+    std::uint32_t time = 0; // seconds of the day
+};
+
 struct ServiceTable {
     std::uint16_t transportStreamId = 0;
     std::uint16_t originalNetworkId = 0;
@@ -84,6 +138,10 @@ struct StreamModel {
     std::optional<std::uint16_t> transportStreamId;
     std::vector<Program> programs; // in the PAT's order, the network entry included
     std::optional<ServiceTable> services;
+    std::optional<std::vector<CaSystem>> caSystems;
+    std::optional<NetworkTable> network;
+    std::map<std::uint16_t, EventTable> events; // by service_id, of the PAT's programs only
+    std::optional<UtcTime> time;
     std::map<std::uint16_t, VideoFormat> videoFormats; // by PID
     std::map<std::uint16_t, AudioFormat> audioFormats; // by PID
     std::map<std::uint16_t, float> pictureRates;       // by PID, measured from the time stamps of PES packets

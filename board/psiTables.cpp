@@ -1,62 +1,23 @@
-#include "tables.h"
+#include "psiTables.h"
 
+#include "gstSections.h"
 #include "streamTypes.h"
+
+#include "feed/records.h"
 
 #include <bitstream/mpeg/psi.h>
 #include <gst/gst.h>
-#include <gst/mpegts/mpegts.h>
 
 #include <algorithm>
 #include <cstdlib>
-#include <memory>
 
 namespace board {
 
 namespace {
 
-struct SectionUnref {
-    void operator()(GstMpegtsSection* section) const {
-        gst_mpegts_section_unref(section);
-    }
-};
-struct GlibFree {
-    void operator()(gchar* text) const {
-        g_free(text);
-    }
-};
-struct ArrayUnref {
-    void operator()(GPtrArray* array) const {
-        g_ptr_array_unref(array);
-    }
-};
-using Section = std::unique_ptr<GstMpegtsSection, SectionUnref>;
-using GlibText = std::unique_ptr<gchar, GlibFree>;
-
-// GStreamer takes over the bytes it decodes, so it gets a copy.
-Section decode(std::uint16_t pid, std::span<const std::uint8_t> section) {
-    auto* copy = static_cast<guint8*>(g_memdup2(section.data(), section.size()));
-    return Section(gst_mpegts_section_new(pid, copy, section.size()));
-}
-
-template <class Item>
-std::span<Item* const> items(const GPtrArray* array) {
-    if (array == nullptr) {
-        return {};
-    }
-    return {reinterpret_cast<Item* const*>(array->pdata), array->len};
-}
-
-std::span<GstMpegtsDescriptor* const> descriptorsOf(const GPtrArray* array) {
-    return items<GstMpegtsDescriptor>(array);
-}
-
-std::string toString(const GlibText& text) {
-    return text ? std::string(text.get()) : std::string();
-}
-
 // The PIDs of all CA descriptors, each once.
 void collectEcmPids(const GPtrArray* descriptors, std::vector<std::uint16_t>& pids) {
-    for (GstMpegtsDescriptor* descriptor : descriptorsOf(descriptors)) {
+    for (GstMpegtsDescriptor* descriptor : gst::descriptors(descriptors)) {
         guint16 systemId = 0;
         guint16 pid = 0;
         if (descriptor->tag == GST_MTS_DESC_CA &&
@@ -69,11 +30,11 @@ void collectEcmPids(const GPtrArray* descriptors, std::vector<std::uint16_t>& pi
 
 // The first language of an ISO 639 language descriptor; empty where there is none.
 std::string languageOf(const GPtrArray* descriptors) {
-    for (const GstMpegtsDescriptor* descriptor : descriptorsOf(descriptors)) {
+    for (const GstMpegtsDescriptor* descriptor : gst::descriptors(descriptors)) {
         gchar* language = nullptr;
         if (descriptor->tag == GST_MTS_DESC_ISO_639_LANGUAGE &&
             gst_mpegts_descriptor_parse_iso_639_language_idx(descriptor, 0, &language, nullptr)) {
-            return toString(GlibText(language));
+            return gst::toString(language);
         }
     }
     return {};
@@ -82,7 +43,7 @@ std::string languageOf(const GPtrArray* descriptors) {
 // What classifyStream needs to know of a stream's descriptors.
 StreamHints hintsOf(const GPtrArray* descriptors) {
     StreamHints hints;
-    for (GstMpegtsDescriptor* descriptor : descriptorsOf(descriptors)) {
+    for (GstMpegtsDescriptor* descriptor : gst::descriptors(descriptors)) {
         hints.tags.push_back(descriptor->tag);
         guint32 registration = 0;
         if (descriptor->tag == GST_MTS_DESC_REGISTRATION &&
@@ -133,24 +94,44 @@ std::optional<SectionHeader> sectionHeader(std::span<const std::uint8_t> section
 }
 
 std::optional<std::vector<Program>> readPat(std::span<const std::uint8_t> section) {
-    const Section decoded = decode(0, section);
-    if (!decoded || decoded->section_type != GST_MPEGTS_SECTION_PAT) {
+    const gst::Section decoded = gst::decode(patPid, section, GST_MPEGTS_SECTION_PAT);
+    if (!decoded) {
         return std::nullopt;
     }
-    const std::unique_ptr<GPtrArray, ArrayUnref> pat(gst_mpegts_section_get_pat(decoded.get()));
+    const gst::Array pat(gst_mpegts_section_get_pat(decoded.get()));
     if (!pat) {
         return std::nullopt;
     }
     std::vector<Program> programs;
-    for (const GstMpegtsPatProgram* entry : items<GstMpegtsPatProgram>(pat.get())) {
+    for (const GstMpegtsPatProgram* entry : gst::items<GstMpegtsPatProgram>(pat.get())) {
         programs.push_back({entry->program_number, entry->network_or_program_map_PID, std::nullopt});
     }
     return programs;
 }
 
+std::optional<std::vector<CaSystem>> readCat(std::span<const std::uint8_t> section) {
+    const gst::Section decoded = gst::decode(catPid, section, GST_MPEGTS_SECTION_CAT);
+    if (!decoded) {
+        return std::nullopt;
+    }
+    const gst::Array cat(gst_mpegts_section_get_cat(decoded.get()));
+    if (!cat) {
+        return std::nullopt;
+    }
+    std::vector<CaSystem> systems;
+    for (GstMpegtsDescriptor* descriptor : gst::descriptors(cat.get())) {
+        CaSystem system{};
+        if (descriptor->tag == GST_MTS_DESC_CA &&
+            gst_mpegts_descriptor_parse_ca(descriptor, &system.systemId, &system.emmPid, nullptr, nullptr)) {
+            systems.push_back(system);
+        }
+    }
+    return systems;
+}
+
 std::optional<PmtSection> readPmt(std::uint16_t pid, std::span<const std::uint8_t> section) {
-    const Section decoded = decode(pid, section);
-    if (!decoded || decoded->section_type != GST_MPEGTS_SECTION_PMT) {
+    const gst::Section decoded = gst::decode(pid, section, GST_MPEGTS_SECTION_PMT);
+    if (!decoded) {
         return std::nullopt;
     }
     const GstMpegtsPMT* pmt = gst_mpegts_section_get_pmt(decoded.get());
@@ -159,42 +140,13 @@ std::optional<PmtSection> readPmt(std::uint16_t pid, std::span<const std::uint8_
     }
     PmtSection result{pmt->program_number, {pmt->pcr_pid, {}, {}}};
     collectEcmPids(pmt->descriptors, result.map.ecmPids);
-    for (const GstMpegtsPMTStream* stream : items<GstMpegtsPMTStream>(pmt->streams)) {
+    for (const GstMpegtsPMTStream* stream : gst::items<GstMpegtsPMTStream>(pmt->streams)) {
         collectEcmPids(stream->descriptors, result.map.ecmPids);
         const StreamClass kind = classifyStream(stream->stream_type, hintsOf(stream->descriptors));
         result.map.streams.push_back(
             {stream->pid, stream->stream_type, kind.kind, kind.audioCoding, languageOf(stream->descriptors)});
     }
     return result;
-}
-
-std::optional<ServiceTable> readSdt(std::span<const std::uint8_t> section) {
-    constexpr std::uint16_t pid = 17;
-    const Section decoded = decode(pid, section);
-    if (!decoded || decoded->section_type != GST_MPEGTS_SECTION_SDT) {
-        return std::nullopt;
-    }
-    const GstMpegtsSDT* sdt = gst_mpegts_section_get_sdt(decoded.get());
-    if (sdt == nullptr || !sdt->actual_ts) {
-        return std::nullopt;
-    }
-    ServiceTable table{sdt->transport_stream_id, sdt->original_network_id, {}};
-    for (const GstMpegtsSDTService* service : items<GstMpegtsSDTService>(sdt->services)) {
-        Service row{service->service_id, 0, service->free_CA_mode != FALSE, {}, {}};
-        for (const GstMpegtsDescriptor* descriptor : descriptorsOf(service->descriptors)) {
-            GstMpegtsDVBServiceType type{};
-            gchar* name = nullptr;
-            gchar* provider = nullptr;
-            if (descriptor->tag == GST_MTS_DESC_DVB_SERVICE &&
-                gst_mpegts_descriptor_parse_dvb_service(descriptor, &type, &name, &provider)) {
-                row.type = static_cast<std::uint8_t>(type);
-                row.name = toString(GlibText(name));
-                row.provider = toString(GlibText(provider));
-            }
-        }
-        table.services.push_back(std::move(row));
-    }
-    return table;
 }
 
 } // namespace board

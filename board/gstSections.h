@@ -1,0 +1,58 @@
+// GStreamer's sections and descriptors with C++ ownership. Only the table readers include this.
+#pragma once
+
+#include <gst/mpegts/mpegts.h>
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+
+namespace board::gst {
+
+template <auto release>
+struct Release {
+    template <class Object>
+    void operator()(Object* object) const {
+        release(object);
+    }
+};
+
+struct SectionUnref {
+    void operator()(GstMpegtsSection* section) const {
+        gst_mpegts_section_unref(section);
+    }
+};
+
+using Section = std::unique_ptr<GstMpegtsSection, SectionUnref>;
+using Text = std::unique_ptr<gchar, Release<g_free>>;
+using Array = std::unique_ptr<GPtrArray, Release<g_ptr_array_unref>>;
+
+// Decodes a sound section that came on pid; null, or of another type than expected, when it makes no sense.
+// GStreamer takes over the bytes that it decodes, so it gets a copy.
+inline Section decode(std::uint16_t pid, std::span<const std::uint8_t> bytes, GstMpegtsSectionType expected) {
+    auto* copy = static_cast<guint8*>(g_memdup2(bytes.data(), bytes.size()));
+    Section section(gst_mpegts_section_new(pid, copy, bytes.size()));
+    return section && section->section_type == expected ? std::move(section) : nullptr;
+}
+
+// The items of an array; none for null.
+template <class Item>
+std::span<Item* const> items(const GPtrArray* array) {
+    if (array == nullptr) {
+        return {};
+    }
+    return {reinterpret_cast<Item* const*>(array->pdata), array->len};
+}
+
+inline std::span<GstMpegtsDescriptor* const> descriptors(const GPtrArray* array) {
+    return items<GstMpegtsDescriptor>(array);
+}
+
+// Takes over a text that GStreamer made; empty for null.
+inline std::string toString(gchar* text) {
+    const Text owned(text);
+    return owned ? std::string(owned.get()) : std::string();
+}
+
+} // namespace board::gst
