@@ -16,6 +16,8 @@
 #include <system_error>
 #include <unistd.h>
 
+#include <linux/close_range.h>
+
 namespace testSupport {
 namespace {
 
@@ -62,6 +64,7 @@ ChildProcess::ChildProcess(const std::vector<std::string>& words,
         prctl(PR_SET_PDEATHSIG, SIGKILL);
         dup2(outputPipe.write, STDOUT_FILENO);
         dup2(errorPipe.write, STDERR_FILENO);
+        close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC); // whatever our own parent has left open
         execvpe(arguments[0], arguments.data(), variables.data());
         _exit(127);
     }
