@@ -102,11 +102,15 @@ void ServiceRun::letPass(std::chrono::milliseconds time) {
     }
 }
 
-void ServiceRun::interrupt() {
+void ServiceRun::waitForSleep() {
     const Clock::time_point deadline = Clock::now() + options.patience;
-    while (!service->sleeps() && Clock::now() < deadline) {
+    while (!service->sleeps() && !serviceEnded && Clock::now() < deadline) {
         hearOnce(std::chrono::milliseconds(1));
     }
+}
+
+void ServiceRun::interrupt() {
+    waitForSleep();
     service->signal(SIGUSR1);
 }
 
@@ -124,6 +128,7 @@ std::string ServiceRun::waitForEnd() {
 
 ServiceRun::Ending ServiceRun::end() {
     const bool exits = mustExit(options);
+    waitForSleep(); // a process that exits in the middle of a print would print twice
     service->signal(exits ? SIGUSR2 : SIGTERM);
     return {exits ? "exit code 0" : "signal 15 (Terminated)", waitForEnd()};
 }

@@ -85,6 +85,7 @@ class ServiceRun {
 
   private:
     void hearOnce(std::chrono::milliseconds limit);
+    void waitForSleep();
 
     RunOptions options;
     zmq::context_t context;
