@@ -1,0 +1,52 @@
+#include "displayText.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using manager::displayable;
+using manager::displayWidth;
+
+TEST(DisplayWidth, countsTerminalColumnsAndNotBytes) {
+    EXPECT_EQ(displayWidth("Harbour One"), 11U);
+    EXPECT_EQ(displayWidth("Télé"), 4U);
+    EXPECT_EQ(displayWidth("Царьград"), 8U);
+}
+
+TEST(DisplayWidth, givesWideCharactersTwoColumns) {
+    EXPECT_EQ(displayWidth("東京"), 4U);
+}
+
+TEST(DisplayWidth, givesCombiningMarksNone) {
+    EXPECT_EQ(displayWidth("Te\u0301le\u0301"), 4U);
+}
+
+TEST(Displayable, leavesTextsOfAllScriptsAlone) {
+    const std::string text = "Télé Médiane, Царьград, 東京, \u0639\u0631\u0628\u064a, Shop & Show \"1\" \\2";
+    EXPECT_EQ(displayable(text), text);
+}
+
+TEST(Displayable, writesOutControlCharacters) {
+    EXPECT_EQ(displayable(std::string_view("a\0b\x1b[2Jc\n\x7f", 10)), R"(a\u{0}b\u{1B}[2Jc\u{A}\u{7F})");
+    EXPECT_EQ(displayable("\u0086bold\u0087"), R"(\u{86}bold\u{87})");
+}
+
+TEST(Displayable, writesOutTheEmphasisMarksOfDvbText) {
+    EXPECT_EQ(displayable("\uE086News\uE087 24"), R"(\u{E086}News\u{E087} 24)");
+}
+
+TEST(Displayable, writesOutLineSeparatorsAndChangesOfDirection) {
+    EXPECT_EQ(displayable("a\u2028b\u202Ec"), R"(a\u{2028}b\u{202E}c)");
+}
+
+TEST(Displayable, writesOutBytesThatAreNotUtf8) {
+    EXPECT_EQ(displayable("T\xE9l\xE9"), R"(T\xE9l\xE9)");
+    EXPECT_EQ(displayable("cut \xD0"), R"(cut \xD0)");
+    EXPECT_EQ(displayable("\xC0\xAF"), R"(\xC0\xAF)");
+}
+
+TEST(Displayable, takesAnotherBackslash) {
+    EXPECT_EQ(displayable("\x1b\xE9", R"(\\)"), R"(\\u{1B}\\xE9)");
+}
+
+} // namespace

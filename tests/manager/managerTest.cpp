@@ -1,0 +1,348 @@
+// The program itself, run against a scripted service; what it prints and how it ends is compared as one text.
+
+#include "scriptedService.h"
+#include "support/childProcess.h"
+#include "support/isolation.h"
+
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <memory>
+#include <poll.h>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+using namespace std::chrono_literals;
+using testSupport::ChildProcess;
+using testSupport::Isolation;
+using testSupport::ScriptedService;
+
+constexpr const char* ack = R"({"reply": "ack"})";
+constexpr const char* emptyPat =
+    R"({"requestReply":"dataStream","dataStream":"PAT","PAT":{"pgms":"0","pidRate":"   0.000Kbps","details":[]}})";
+constexpr const char* emptyPidList =
+    R"({"requestReply":"dataStream","dataStream":"pidData","pidData":{"pidCount":"0","aggStreamRate":"   0.000Kbps","pids":[]}})";
+// As the service writes a radio program: two commas in a row.
+constexpr const char* radioDetail =
+    R"({"requestReply":"dataStream","dataStream":"pgmDetail","pgmDetail":{"pidCount":"1","details":[{"pidType":"PMT","pidNum":"4096","pgmNum":"1"},,{"pidType":"AUDIO"}]}})";
+
+std::string readToEnd(int descriptor) {
+    std::string text;
+    std::array<char, 4096> buffer{};
+    pollfd readable{descriptor, POLLIN, 0};
+    while (poll(&readable, 1, 20'000) == 1) {
+        const ssize_t length = read(descriptor, buffer.data(), buffer.size());
+        if (length == 0 || (length < 0 && errno != EAGAIN)) {
+            break;
+        }
+        if (length > 0) {
+            text.append(buffer.data(), static_cast<std::size_t>(length));
+        }
+    }
+    return text;
+}
+
+// Output, then errors, then how it ended.
+std::string transcript(ChildProcess& program) {
+    const std::string output = readToEnd(program.outputDescriptor());
+    const std::string errors = readToEnd(program.errorDescriptor());
+    const auto status = program.waitFor(20s);
+    return output + errors + (status ? testSupport::describeStatus(*status) : "still running") + '\n';
+}
+
+class Manager : public testing::Test {
+  protected:
+    static void SetUpTestSuite() {
+        isolation = testSupport::enterIsolation();
+    }
+
+    static std::unique_ptr<ChildProcess> start(std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), MPEGFE_MANAGER);
+        return std::make_unique<ChildProcess>(arguments, std::vector<std::string>{});
+    }
+
+    // Changes of the endpoint directory are for namespaces of our own only.
+    static bool mayChangeDirectory() {
+        return isolation == Isolation::namespaces;
+    }
+
+    static inline Isolation isolation = Isolation::lock;
+};
+
+TEST_F(Manager, printsAcknowledgementAndDocumentAsTheyCome) {
+    const auto manager = start({"PAT", "on"});
+    ScriptedService service;
+    EXPECT_EQ(service.takeRequest(), R"({"dataStream": "PAT", "status": "on"})");
+    service.reply(ack);
+    service.sendDocument({emptyPat});
+    EXPECT_EQ(service.takeAcknowledgement(), ack);
+    EXPECT_EQ(transcript(*manager), std::string(ack) + '\n' + emptyPat + "\nexit code 0\n");
+}
+
+TEST_F(Manager, reachesAServiceThatHasBeenThereForLong) {
+    ScriptedService service;
+    const auto manager = start({"TDT", "off"});
+    EXPECT_EQ(service.takeRequest(), R"({"dataStream": "TDT", "status": "off"})");
+    service.reply(ack);
+    EXPECT_EQ(transcript(*manager), std::string(ack) + "\nexit code 0\n");
+}
+
+TEST_F(Manager, waitsForAsManyDocumentsAsItIsTold) {
+    const auto manager = start({"PAT", "on", "--documents", "3"});
+    ScriptedService service;
+    service.takeRequest();
+    service.reply(ack);
+    for (int i = 0; i < 3; ++i) {
+        service.sendDocument({emptyPat});
+        EXPECT_EQ(service.takeAcknowledgement(), ack);
+    }
+    const std::string line = std::string(emptyPat) + '\n';
+    EXPECT_EQ(transcript(*manager), std::string(ack) + '\n' + line + line + line + "exit code 0\n");
+}
+
+TEST_F(Manager, takesADocumentThatIsNoJsonAsItCame) {
+    const auto manager = start({"pgmDetail", "3"});
+    ScriptedService service;
+    EXPECT_EQ(service.takeRequest(), R"({"dataStream": "pgmDetail", "patIndex": "3"})");
+    service.reply(ack);
+    service.sendDocument({radioDetail});
+    EXPECT_EQ(service.takeAcknowledgement(), ack);
+    EXPECT_EQ(transcript(*manager), std::string(ack) + '\n' + radioDetail + "\nexit code 0\n");
+}
+
+TEST_F(Manager, dropsFurtherPartsOfADocument) {
+    const auto manager = start({"PAT", "on"});
+    ScriptedService service;
+    service.takeRequest();
+    service.reply(ack);
+    service.sendDocument({emptyPat, "second", "third"});
+    EXPECT_EQ(service.takeAcknowledgement(), ack);
+    EXPECT_EQ(transcript(*manager), std::string(ack) + '\n' + emptyPat + "\nexit code 0\n");
+}
+
+TEST_F(Manager, printsATableAndNothingElse) {
+    const auto manager = start({"pidData", "on", "--table"});
+    ScriptedService service;
+    service.takeRequest();
+    service.reply(ack);
+    service.sendDocument({emptyPidList});
+    EXPECT_EQ(service.takeAcknowledgement(), ack);
+    EXPECT_EQ(transcript(*manager), "PID list: 0 PIDs, 0.000Kbps\n"
+                                    "\n"
+                                    "  PID  hex  type  program  index  PMT PID  rate  scrambled\n"
+                                    "exit code 0\n");
+}
+
+TEST_F(Manager, saysThatADocumentHasNoTable) {
+    const auto manager = start({"pgmDetail", "3", "--table"});
+    ScriptedService service;
+    service.takeRequest();
+    service.reply(ack);
+    service.sendDocument({radioDetail});
+    EXPECT_EQ(service.takeAcknowledgement(), ack);
+    EXPECT_EQ(
+        transcript(*manager),
+        std::string(radioDetail) +
+            "\nmpegfe-manager: no table for this document: the document is not valid JSON (unexpected token "
+            "near ','); it is shown as it came\n"
+            "exit code 1\n");
+}
+
+TEST_F(Manager, tellsAnEarlierRequestsDocumentFromItsOwn) {
+    const auto manager = start({"PAT", "on"});
+    ScriptedService service;
+    service.takeRequest();
+    service.reply(ack);
+    service.sendDocument({emptyPidList});
+    EXPECT_EQ(service.takeAcknowledgement(), ack);
+    service.sendDocument({emptyPat});
+    EXPECT_EQ(service.takeAcknowledgement(), ack);
+    EXPECT_EQ(transcript(*manager), std::string(ack) + '\n' + emptyPidList + '\n' + emptyPat +
+                                        "\nmpegfe-manager: the document above answers an earlier request\n"
+                                        "exit code 0\n");
+}
+
+TEST_F(Manager, tellsWhyTheServiceRefused) {
+    const auto manager = start({"PAT", "on"});
+    ScriptedService service;
+    service.takeRequest();
+    service.reply(R"({"reply": "nak", "reason": "busy"})");
+    EXPECT_EQ(transcript(*manager),
+              "{\"reply\": \"nak\", \"reason\": \"busy\"}\n"
+              "mpegfe-manager: the request was not accepted: expected the reply {\"reply\": \"ack\"}, got "
+              "{\"reply\": \"nak\", \"reason\": \"busy\"}; the service refused it: busy\n"
+              "exit code 1\n");
+}
+
+TEST_F(Manager, doesNotTakeAStrangersReplyForAnAcknowledgement) {
+    const auto manager = start({"PAT", "on"});
+    ScriptedService service;
+    service.takeRequest();
+    service.reply("hello");
+    EXPECT_EQ(
+        transcript(*manager),
+        "hello\n"
+        "mpegfe-manager: the request was not accepted: expected the reply {\"reply\": \"ack\"}, got hello; "
+        "what answers on the request endpoint does not speak mpegFE's protocol\n"
+        "exit code 1\n");
+}
+
+TEST_F(Manager, saysThatNoServiceIsThere) {
+    const auto manager = start({"PAT", "on", "--timeout", "1"});
+    EXPECT_EQ(transcript(*manager),
+              "mpegfe-manager: no service took the request: expected mpegFE to connect to "
+              "ipc:///run/shm/zmq/uRO_MMR_MpegFE within 1 s, got no connection; mpegFE may not be running: "
+              "start it, "
+              "or everything with ./run --keep\n"
+              "exit code 3\n");
+}
+
+TEST_F(Manager, saysThatTheServiceIsBusy) {
+    const auto manager = start({"PAT", "on", "--timeout", "1"});
+    ScriptedService service;
+    EXPECT_EQ(service.takeRequest(), R"({"dataStream": "PAT", "status": "on"})");
+    EXPECT_EQ(
+        transcript(*manager),
+        "mpegfe-manager: the request was not acknowledged: expected a reply within 1 s, got none; mpegFE is "
+        "busy with an earlier request, most likely still waiting for the parser's records: see that the "
+        "parser board is running\n"
+        "exit code 3\n");
+}
+
+TEST_F(Manager, saysThatADocumentIsMissing) {
+    const auto manager = start({"PAT", "on", "--documents", "2", "--timeout", "1"});
+    ScriptedService service;
+    service.takeRequest();
+    service.reply(ack);
+    service.sendDocument({emptyPat});
+    EXPECT_EQ(service.takeAcknowledgement(), ack);
+    EXPECT_EQ(
+        transcript(*manager),
+        std::string(ack) + '\n' + emptyPat +
+            "\nmpegfe-manager: the request was acknowledged, but its documents are incomplete: expected 2, "
+            "the "
+            "next within 1 s, got 1; mpegFE may still be waiting for the parser's records, or the stream has "
+            "nothing to show: its console says which\n"
+            "exit code 4\n");
+}
+
+TEST_F(Manager, stopsAtOnceWhenToldTo) {
+    for (const int signal : {SIGINT, SIGTERM}) {
+        const auto manager = start({"PAT", "on"});
+        ScriptedService service;
+        service.takeRequest();
+        service.reply(ack);
+        service.sendDocument({emptyPidList});
+        service.takeAcknowledgement();
+        manager->signal(signal);
+        const std::string name = signal == SIGINT ? "2 (Interrupt)" : "15 (Terminated)";
+        EXPECT_EQ(transcript(*manager),
+                  std::string(ack) + '\n' + emptyPidList +
+                      "\nmpegfe-manager: the document above answers an earlier request\n"
+                      "mpegfe-manager: stopped before the exchange was complete: expected time to finish, "
+                      "got signal " +
+                      name +
+                      "; the service may still send a document; the next mpegfe-manager takes it\n"
+                      "exit code " +
+                      std::to_string(128 + signal) + '\n');
+    }
+}
+
+TEST_F(Manager, leavesTheEndpointsToWhoeverHoldsThem) {
+    const auto first = start({"PAT", "on"});
+    ScriptedService service;
+    service.takeRequest();
+    const auto second = start({"PAT", "on"});
+    const std::string refusal = transcript(*second);
+    std::string holder;
+    std::ifstream("/run/shm/zmq/mpegfe-manager.lock") >> holder;
+    EXPECT_EQ(refusal,
+              "mpegfe-manager: the service already has a media manager: expected nobody to hold the lock "
+              "/run/shm/zmq/mpegfe-manager.lock, got process " +
+                  holder +
+                  "; wait until it has ended, or stop it\n"
+                  "exit code 5\n");
+    service.reply(ack);
+    service.sendDocument({emptyPat});
+    EXPECT_EQ(service.takeAcknowledgement(), ack);
+    EXPECT_EQ(transcript(*first), std::string(ack) + '\n' + emptyPat + "\nexit code 0\n");
+}
+
+TEST_F(Manager, saysThatTheDirectoryIsMissing) {
+    if (!mayChangeDirectory()) {
+        GTEST_SKIP() << "needs a /run/shm of its own";
+    }
+    std::filesystem::remove_all("/run/shm/zmq");
+    const auto manager = start({"PAT", "on"});
+    EXPECT_EQ(transcript(*manager),
+              "mpegfe-manager: cannot use the endpoints in /run/shm/zmq: expected a directory in which files "
+              "can be "
+              "made, got the error \"No such file or directory\"; make the directory with \"mkdir -p -m 0770 "
+              "/run/shm/zmq\"\n"
+              "exit code 5\n");
+}
+
+TEST_F(Manager, saysThatItMayNotWriteTheDirectory) {
+    if (!mayChangeDirectory()) {
+        GTEST_SKIP() << "needs a /run/shm of its own";
+    }
+    std::filesystem::permissions("/run/shm/zmq", std::filesystem::perms::none);
+    // Root may write anywhere unless it has lost that right.
+    ChildProcess manager({"setpriv", "--bounding-set=-dac_override,-dac_read_search", "--inh-caps=-all",
+                          MPEGFE_MANAGER, "PAT", "on"},
+                         {});
+    EXPECT_EQ(transcript(manager), "mpegfe-manager: cannot use the endpoints in /run/shm/zmq: expected a "
+                                   "directory in which files can be "
+                                   "made, got the error \"Permission denied\"; run as the user that owns the "
+                                   "directory, or as one of its "
+                                   "group\n"
+                                   "exit code 5\n");
+}
+
+TEST_F(Manager, saysThatAnEndpointIsNoSocket) {
+    if (!mayChangeDirectory()) {
+        GTEST_SKIP() << "needs a /run/shm of its own";
+    }
+    std::filesystem::create_directories("/run/shm/zmq/uRO_MMR_MpegFE/occupied");
+    const auto manager = start({"PAT", "on"});
+    EXPECT_EQ(
+        transcript(*manager),
+        "mpegfe-manager: cannot bind ipc:///run/shm/zmq/uRO_MMR_MpegFE: expected a free path that can be "
+        "written, got the error \"Address already in use\"; remove what stands there, or run as the user "
+        "that owns it\n"
+        "exit code 5\n");
+}
+
+TEST_F(Manager, saysThatItsOutputIsLost) {
+    ChildProcess manager({"sh", "-c", "exec \"$0\" TDT off >/dev/full", MPEGFE_MANAGER}, {});
+    ScriptedService service;
+    service.takeRequest();
+    service.reply(ack);
+    EXPECT_EQ(transcript(manager),
+              "mpegfe-manager: cannot write to standard output: what was printed is incomplete\n"
+              "exit code 1\n");
+}
+
+TEST_F(Manager, explainsAWrongCommandLine) {
+    const auto manager = start({"PAT", "on", "--timeout", "0"});
+    EXPECT_EQ(transcript(*manager),
+              "mpegfe-manager: the command line is wrong: expected a data stream and its value, for example "
+              "\"pidData on --table\", got an error: --timeout: Value 0 not in range 1 to 86400; see "
+              "mpegfe-manager "
+              "--help\n"
+              "exit code 2\n");
+}
+
+TEST_F(Manager, tellsItsVersion) {
+    const auto manager = start({"--version"});
+    EXPECT_EQ(transcript(*manager), "mpegfe-manager 1.0.0\nexit code 0\n");
+}
+
+} // namespace

@@ -1,0 +1,347 @@
+// ./run as a newcomer meets it: what it prints, what it refuses, and that it leaves nothing behind.
+
+#include "support/childProcess.h"
+#include "support/isolation.h"
+
+#include <algorithm>
+#include <arpa/inet.h>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <regex>
+#include <string>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+using testing::HasSubstr;
+using testSupport::ChildProcess;
+using testSupport::Isolation;
+
+const fs::path root = MPEGFE_ROOT;
+const fs::path endpoints = "/run/shm/zmq";
+constexpr auto patience = 300s;
+constexpr std::uint16_t parserPort = 5101;
+
+// Takes what a pipe holds until it ends, or until the text holds `until`.
+std::string readPipe(int descriptor, const std::string& until = {}) {
+    std::string text;
+    std::array<char, 4096> buffer{};
+    pollfd readable{descriptor, POLLIN, 0};
+    while (poll(&readable, 1, 300'000) == 1) {
+        const ssize_t length = read(descriptor, buffer.data(), buffer.size());
+        if (length == 0 || (length < 0 && errno != EAGAIN)) {
+            break;
+        }
+        text.append(buffer.data(), length > 0 ? static_cast<std::size_t>(length) : 0);
+        if (!until.empty() && text.find(until) != std::string::npos) {
+            break;
+        }
+    }
+    return text;
+}
+
+std::string transcript(ChildProcess& program) {
+    const std::string output = readPipe(program.outputDescriptor());
+    const std::string errors = readPipe(program.errorDescriptor());
+    const auto status = program.waitFor(patience);
+    return output + errors + (status ? testSupport::describeStatus(*status) : "still running") + '\n';
+}
+
+// Root may read and write anything unless it has lost that right.
+std::vector<std::string> withoutRootsRights(std::vector<std::string> words) {
+    words.insert(words.begin(),
+                 {"setpriv", "--bounding-set=-dac_override,-dac_read_search", "--inh-caps=-all"});
+    return words;
+}
+
+// With a folder of commands that stand in for the system's.
+std::vector<std::string> withCommands(const fs::path& stand, std::vector<std::string> words) {
+    words.insert(words.begin(), {"env", "PATH=" + stand.string() + ':' + std::getenv("PATH")});
+    return words;
+}
+
+// Names of the project's own programs that run in this process's mount namespace.
+std::vector<std::string> programsLeftRunning() {
+    std::vector<std::string> names;
+    std::error_code gone;
+    const fs::path here = fs::read_symlink("/proc/self/ns/mnt");
+    for (const auto& process : fs::directory_iterator("/proc")) {
+        std::string name;
+        std::getline(std::ifstream(process.path() / "comm") >> std::ws, name);
+        if (name.rfind("mpegF", 0) == 0 || name.rfind("mpegfe-", 0) == 0) {
+            if (fs::read_symlink(process.path() / "ns/mnt", gone) == here) {
+                names.push_back(name);
+            }
+        }
+    }
+    return names;
+}
+
+class Run : public testing::Test {
+  protected:
+    static void SetUpTestSuite() {
+        isolation = testSupport::enterIsolation();
+    }
+
+    void SetUp() override {
+        if (isolation != Isolation::namespaces) {
+            GTEST_SKIP() << "needs a network and a /run/shm of its own";
+        }
+        fs::current_path(root); // paths below it are shown without it
+        fs::remove_all(endpoints);
+        fs::create_directories(folder);
+    }
+
+    void TearDown() override {
+        fs::remove_all(folder);
+    }
+
+    static std::string result(const std::vector<std::string>& arguments) {
+        ChildProcess run(command(arguments), {});
+        return transcript(run);
+    }
+
+    static std::vector<std::string> command(std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), (root / "run").string());
+        return arguments;
+    }
+
+    std::string file(const std::string& name, const std::string& content) const {
+        std::ofstream(folder / name) << content;
+        return (folder / name).string();
+    }
+
+    static void expectNothingLeft() {
+        EXPECT_THAT(programsLeftRunning(), testing::IsEmpty());
+        EXPECT_FALSE(fs::exists(endpoints));
+    }
+
+    fs::path folder = fs::temp_directory_path() / ("mpegfe-run-" + std::to_string(getpid()));
+    static inline Isolation isolation = Isolation::lock;
+};
+
+using RunRefuses = Run;
+using RunShows = Run;
+
+TEST_F(RunRefuses, unknownOptions) {
+    EXPECT_EQ(result({"--fast"}), "run: there is no option --fast (see ./run --help)\nexit code 2\n");
+}
+
+TEST_F(RunRefuses, twoStreams) {
+    EXPECT_EQ(result({"a.ts", "b.ts"}),
+              "run: one transport stream only, not a.ts and b.ts (see ./run --help)\nexit code 2\n");
+}
+
+TEST_F(RunRefuses, streamsThatAreNotThere) {
+    EXPECT_EQ(
+        result({"/nowhere/a.ts"}),
+        "run: there is no file /nowhere/a.ts: give the path of a transport stream, or none for the sample\n"
+        "exit code 1\n");
+    expectNothingLeft();
+}
+
+TEST_F(RunRefuses, foldersAndEmptyFiles) {
+    EXPECT_EQ(result({folder.string()}),
+              "run: " + folder.string() +
+                  " is not a file: give the path of a transport stream\nexit code 1\n");
+    const std::string empty = file("empty.ts", "");
+    EXPECT_EQ(result({empty}), "run: " + empty + " is empty: give a transport stream\nexit code 1\n");
+}
+
+TEST_F(RunRefuses, streamsThatItMayNotRead) {
+    const std::string secret = file("secret.ts", "G");
+    fs::permissions(secret, fs::perms::none);
+    ChildProcess run(withoutRootsRights(command({secret})), {});
+    EXPECT_THAT(transcript(run),
+                testing::MatchesRegex("run: " + secret +
+                                      " may not be read by .*: change its permissions, or run as "
+                                      "its owner\nexit code 1\n"));
+}
+
+TEST_F(RunRefuses, aParserPortInUse) {
+    const int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(parserPort);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    ASSERT_EQ(bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    ASSERT_EQ(listen(listener, 1), 0);
+    EXPECT_EQ(result({}),
+              "run: TCP port 5101 is in use, and the service knows no other: stop what listens there (ss "
+              "-ltnp 'sport = :5101' names it)\nexit code 1\n");
+    expectNothingLeft();
+    close(listener);
+}
+
+TEST_F(RunRefuses, aSecondService) {
+    // Only the name of a process counts.
+    const fs::path impostor = folder / "mpegFE";
+    fs::copy_file("/bin/sleep", impostor);
+    ChildProcess other({impostor.string(), "600"}, {});
+    EXPECT_THAT(result({}), testing::MatchesRegex(
+                                "run: mpegFE is already running \\(process [0-9]+\\) and would take the "
+                                "requests: stop it first\nexit code 1\n"));
+    EXPECT_FALSE(fs::exists(endpoints));
+}
+
+TEST_F(RunRefuses, aSecondRun) {
+    fs::create_directories(endpoints);
+    ChildProcess other(
+        {"flock", "--no-fork", endpoints / "mpegfe-run.lock", "sh", "-c", "echo locked; exec sleep 600"}, {});
+    EXPECT_EQ(readPipe(other.outputDescriptor(), "locked"), "locked\n");
+    std::ofstream(endpoints / "mpegfe-run.lock") << "kill 1000001 1000002\n";
+    EXPECT_EQ(result({}),
+              "run: another ./run is at work, or has left its board and service running: stop it first (kill "
+              "1000001 1000002)\nexit code 1\n");
+    EXPECT_TRUE(fs::exists(endpoints / "mpegfe-run.lock"));
+}
+
+TEST_F(RunRefuses, anEndpointDirectoryItMayNotWrite) {
+    fs::create_directories(endpoints);
+    fs::permissions(endpoints, fs::perms::none);
+    ChildProcess run(withoutRootsRights(command({})), {});
+    EXPECT_THAT(transcript(run),
+                testing::MatchesRegex("run: /run/shm/zmq belongs to .* and may not be written by .*: "
+                                      "run as that user, or remove the directory when nothing uses "
+                                      "it\nexit code 1\n"));
+}
+
+TEST_F(RunRefuses, toWorkWhereTheEndpointDirectoryCannotBeMade) {
+    fs::permissions("/run/shm/", fs::perms::owner_read | fs::perms::owner_exec);
+    ChildProcess run(withoutRootsRights(command({})), {});
+    EXPECT_THAT(transcript(run),
+                testing::MatchesRegex("run: cannot make /run/shm/zmq, where the service meets its peers; "
+                                      "as root: mkdir -p /run/shm/zmq && chown .* /run/shm/zmq\n"
+                                      "exit code 1\n"));
+    fs::permissions("/run/shm/", fs::perms::owner_all);
+}
+
+TEST_F(RunRefuses, toGoOnAfterAFailedBuildAndShowsItsEnd) {
+    fs::create_directories(folder / "bin");
+    std::ofstream(folder / "bin/cmake") << "#!/bin/sh\necho no compiler today\nexit 1\n";
+    fs::permissions(folder / "bin/cmake", fs::perms::owner_all);
+    ChildProcess run(withCommands(folder / "bin", command({})), {});
+    const std::string text = transcript(run);
+    EXPECT_THAT(text, HasSubstr("no compiler today\nrun: the build failed; the end of "));
+    EXPECT_THAT(text, HasSubstr("build/run/build.log is above\nexit code 1\n"));
+    expectNothingLeft();
+}
+
+TEST_F(RunRefuses, toBuildOnWhenItIsStopped) {
+    fs::create_directories(folder / "bin");
+    const std::string started = folder / "started";
+    ASSERT_EQ(mkfifo(started.c_str(), 0600), 0);
+    std::ofstream(folder / "bin/cmake") << "#!/bin/sh\necho started >" + started + "\nsleep 600\n";
+    fs::permissions(folder / "bin/cmake", fs::perms::owner_all);
+    const int event = open(started.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
+    ChildProcess run(withCommands(folder / "bin", command({})), {});
+    EXPECT_EQ(readPipe(event, "started"), "started\n");
+    run.signal(SIGINT);
+    EXPECT_THAT(transcript(run), HasSubstr("signal 2 (Interrupt)\n"));
+    expectNothingLeft();
+    close(event);
+}
+
+// The rates depend on where in the stream the board is; everything else does not.
+std::string withoutRates(const std::string& text) {
+    return std::regex_replace(text, std::regex(" +([0-9]+\\.[0-9]{3}[MK]bps|rate)"), " #");
+}
+
+TEST_F(RunShows, theSamplesPidsAndPrograms) {
+    EXPECT_EQ(withoutRates(result({})), R"(Showing samples/three-programs.ts
+
+PID list: 14 PIDs, #
+
+   PID  hex     type     program  index  PMT PID #  scrambled
+     0  0x0000  PAT            -      -        - #  no
+    17  0x0011  SDT            -      -        - #  no
+  4352  0x1100  PMT          101      1     4352 #  no
+  4353  0x1101  PMT          102      2     4353 #  no
+  4354  0x1102  PMT          103      3     4354 #  no
+    16  0x0010  NIT            -      -        - #  no
+   273  0x0111  VID+PCR      101      1     4352 #  no
+   306  0x0132  AUDIO        103      3     4354 #  no
+   289  0x0121  VID+PCR      102      2     4353 #  no
+  8191  0x1FFF  NULL           -      -        - #  no
+   275  0x0113  AUDIO        101      1     4352 #  no
+   290  0x0122  AUDIO        102      2     4353 #  no
+   274  0x0112  AUDIO        101      1     4352 #  no
+   291  0x0123  AUDIO        102      2     4353 #  no
+
+Program list: 3 programs, 0 scrambled, #
+
+  program  index  service       provider       type  PMT PID  PIDs #  CA  scrambled
+      101      1  Harbour One   Harbour Media  TV       4352     3 #  no  no
+      102      2  Télé Médiane  Médiane        TV       4353     3 #  no  no
+      103      3  Radio Küste   Küstenfunk     TV       4354     1 #  no  no
+exit code 0
+)");
+    expectNothingLeft();
+}
+
+TEST_F(RunShows, whyTheBoardEnded) {
+    const std::string noStream = file("letter.ts", std::string(100'000, 'x'));
+    const std::string text = result({noStream});
+    EXPECT_THAT(text, HasSubstr("mpegfe-board: "));
+    EXPECT_THAT(text, HasSubstr("\nrun: the board has ended; its own words are above\nexit code 1\n"));
+    expectNothingLeft();
+}
+
+// A stream of nothing but null packets, on which the service waits for a PAT for ever.
+std::string nullPackets() {
+    std::string packet(188, '\xff');
+    packet.replace(0, 4, "\x47\x1f\xff\x10");
+    std::string stream;
+    for (int i = 0; i < 5000; ++i) {
+        stream += packet;
+    }
+    return stream;
+}
+
+TEST_F(RunShows, nothingOnceItIsStopped) {
+    for (const int signal : {SIGINT, SIGTERM}) {
+        ChildProcess run(command({file("null.ts", nullPackets())}), {});
+        EXPECT_THAT(readPipe(run.outputDescriptor(), "Showing "), HasSubstr("Showing "));
+        run.signal(signal);
+        EXPECT_THAT(transcript(run), HasSubstr("signal " + std::to_string(signal) + " ("));
+        expectNothingLeft();
+    }
+}
+
+TEST_F(RunShows, howToGoOnWhenItKeepsBoardAndService) {
+    const std::string text = result({"--keep"});
+    std::smatch kill;
+    ASSERT_TRUE(
+        std::regex_search(text, kill, std::regex("Stop them with:\n  (kill [0-9]+ [0-9]+)\nexit code 0\n$")))
+        << text;
+    EXPECT_THAT(programsLeftRunning(), testing::UnorderedElementsAre("mpegFE", "mpegfe-board"));
+
+    const std::string manager = "build/release/manager/mpegfe-manager";
+    EXPECT_THAT(text, HasSubstr("  " + manager + " pgmDetail 1\n"));
+    ChildProcess request({manager, "pgmDetail", "1"}, {});
+    EXPECT_THAT(transcript(request), HasSubstr(R"("pgmNum":"101")"));
+
+    EXPECT_THAT(result({}), HasSubstr("stop it first (" + kill.str(1) + ")\nexit code 1\n"));
+    EXPECT_EQ(std::system(kill.str(1).c_str()), 0);
+    for (int i = 0; i < 1000 && !programsLeftRunning().empty(); ++i) {
+        std::this_thread::sleep_for(10ms); // nobody tells when a process that is not ours has ended
+    }
+    EXPECT_THAT(programsLeftRunning(), testing::IsEmpty());
+}
+
+} // namespace
