@@ -282,28 +282,28 @@ void RecordReader::open(const std::vector<std::string>& words) {
 }
 
 void RecordReader::setField(const std::vector<std::string>& words) {
+    std::string& bytes = current->bytes;
+    if (words[0] == "fill") {
+        std::fill(bytes.begin(), bytes.end(), byteOf(words.at(1)));
+    } else if (words[0] == "length") {
+        bytes.resize(std::stoul(words.at(1)));
+    } else if (words[0] == "bytes") {
+        std::size_t offset = std::stoul(words.at(1));
+        for (const std::string& digits : std::span(words).subspan(2)) {
+            store(bytes, offset++, byteOf(digits));
+        }
+    } else if (words[0] == layoutOf(shortName).entries.name) {
+        entryIndex = std::stol(words.at(1));
+    } else {
+        setNamedField(words);
+    }
+}
+
+void RecordReader::setNamedField(const std::vector<std::string>& words) {
     const Layout& layout = layoutOf(shortName);
     const Entries& entries = layout.entries;
-    if (words[0] == "fill") {
-        std::fill(current->bytes.begin(), current->bytes.end(), byteOf(words.at(1)));
-        return;
-    }
-    if (words[0] == "length") {
-        current->bytes.resize(std::stoul(words.at(1)));
-        return;
-    }
-    if (words[0] == "bytes") {
-        for (std::size_t i = 2; i < words.size(); ++i) {
-            store(current->bytes, std::stoul(words[1]) + i - 2, byteOf(words[i]));
-        }
-        return;
-    }
-    if (words[0] == entries.name) {
-        entryIndex = std::stol(words.at(1));
-        if (entryIndex < 0 || entryIndex >= entries.count) {
-            throw std::runtime_error("no such entry");
-        }
-        return;
+    if (entryIndex >= entries.count) {
+        throw std::runtime_error("no such entry");
     }
     const bool inEntry = entryIndex >= 0;
     const std::span<const Field> fields = inEntry ? entries.fields : layout.fields;

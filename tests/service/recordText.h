@@ -47,6 +47,7 @@ class RecordReader {
   private:
     void open(const std::vector<std::string>& words);
     void setField(const std::vector<std::string>& words);
+    void setNamedField(const std::vector<std::string>& words);
 
     RecordBook& book;
     Record* current = nullptr;

@@ -129,6 +129,28 @@ std::string shownReceived(const std::string& socketName, const void* buffer, std
     return length <= capacity ? text : text + " (cut from " + std::to_string(length) + " bytes)";
 }
 
+std::string shownOption(int option, const void* value, std::size_t length) {
+    if (option == ZMQ_SUBSCRIBE || option == ZMQ_UNSUBSCRIBE) {
+        const std::string topic(static_cast<const char*>(value), length);
+        return (option == ZMQ_SUBSCRIBE ? "subscribe " : "unsubscribe ") + topic;
+    }
+    const auto* known = std::find_if(intOptions.begin(), intOptions.end(),
+                                     [&](const Option& row) { return row.option == option; });
+    if (known == intOptions.end() || length != sizeof(int)) {
+        return "option " + std::to_string(option);
+    }
+    int number = 0;
+    std::memcpy(&number, value, sizeof number);
+    return std::string(known->name) + ' ' + std::to_string(number);
+}
+
+int recordedDestroy(const Nested& call, const char* function, void* context) {
+    if (call.outermost()) {
+        record(names().contexts[context], "destroy");
+    }
+    return next<int(void*)>(function)(context);
+}
+
 void leave(int) {
     std::exit(EXIT_SUCCESS);
 }
@@ -156,20 +178,15 @@ void* zmq_ctx_new() {
     return context;
 }
 
+// Two names of one function.
 int zmq_ctx_destroy(void* context) {
     const Nested call;
-    if (call.outermost()) {
-        record(names().contexts[context], "destroy");
-    }
-    return next<decltype(zmq_ctx_destroy)>("zmq_ctx_destroy")(context);
+    return recordedDestroy(call, "zmq_ctx_destroy", context);
 }
 
 int zmq_ctx_term(void* context) {
     const Nested call;
-    if (call.outermost()) {
-        record(names().contexts[context], "destroy");
-    }
-    return next<decltype(zmq_ctx_term)>("zmq_ctx_term")(context);
+    return recordedDestroy(call, "zmq_ctx_term", context);
 }
 
 void* zmq_socket(void* context, int type) {
@@ -195,20 +212,7 @@ int zmq_connect(void* socket, const char* endpoint) {
 int zmq_setsockopt(void* socket, int option, const void* value, std::size_t length) {
     const Nested call;
     if (call.outermost()) {
-        const std::string text(static_cast<const char*>(value), length);
-        const auto* known = std::find_if(intOptions.begin(), intOptions.end(),
-                                         [&](const Option& row) { return row.option == option; });
-        if (option == ZMQ_SUBSCRIBE) {
-            record(nameOf(socket), "subscribe " + text);
-        } else if (option == ZMQ_UNSUBSCRIBE) {
-            record(nameOf(socket), "unsubscribe " + text);
-        } else if (known != intOptions.end() && length == sizeof(int)) {
-            int number = 0;
-            std::memcpy(&number, value, sizeof number);
-            record(nameOf(socket), std::string(known->name) + ' ' + std::to_string(number));
-        } else {
-            record(nameOf(socket), "option " + std::to_string(option));
-        }
+        record(nameOf(socket), shownOption(option, value, length));
     }
     return next<decltype(zmq_setsockopt)>("zmq_setsockopt")(socket, option, value, length);
 }
@@ -225,10 +229,8 @@ int zmq_recv(void* socket, void* buffer, std::size_t capacity, int flags) {
     const Nested call;
     const int length = next<decltype(zmq_recv)>("zmq_recv")(socket, buffer, capacity, flags);
     if (call.outermost() && length >= 0) {
-        const int receivedError = errno;
         record(nameOf(socket), "receives " + shownReceived(nameOf(socket), buffer, capacity,
                                                            static_cast<std::size_t>(length)));
-        errno = receivedError;
     }
     return length;
 }

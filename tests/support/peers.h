@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <deque>
-#include <span>
 #include <string>
 #include <vector>
 
