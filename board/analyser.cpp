@@ -69,6 +69,20 @@ std::optional<Ticks> timeStampOf(std::span<const std::uint8_t> bytes) {
     return static_cast<Ticks>(stamp) * ticksPerPcrBase;
 }
 
+// Whether this PAT is that of another stream: another transport_stream_id, or none of the old programs.
+bool beginsNewStream(const StreamModel& model, std::uint16_t transportStreamId,
+                     const std::vector<Program>& programs) {
+    const auto stays = [&](const Program& old) {
+        return old.number != 0 && std::ranges::any_of(programs, [&](const Program& program) {
+                   return program.number == old.number;
+               });
+    };
+    const bool hadPrograms =
+        std::ranges::any_of(model.programs, [](const Program& old) { return old.number != 0; });
+    return model.transportStreamId != transportStreamId ||
+           (hadPrograms && std::ranges::none_of(model.programs, stays));
+}
+
 std::uint64_t sectionKey(std::uint16_t pid, const SectionHeader& header) {
     return std::uint64_t{pid} << 32 | std::uint64_t{header.tableId} << 24 |
            std::uint64_t{header.extension} << 8 | header.number;
@@ -76,12 +90,13 @@ std::uint64_t sectionKey(std::uint16_t pid, const SectionHeader& header) {
 
 } // namespace
 
-Analyser::Analyser(Ticks ratePeriod) : rates_(ratePeriod), slots_(pidValues) {
+Analyser::Analyser(Ticks ratePeriod) : ratePeriod_(ratePeriod), rates_(ratePeriod), slots_(pidValues) {
     assignPids();
 }
 
 bool Analyser::packet(const std::uint8_t* bytes) {
     const std::uint64_t number = packets_++;
+    ++streamPackets_;
     if (ts_get_transporterror(bytes)) {
         // The PID itself may be wrong: the packet only takes its time.
         ++errors_.transportErrors;
@@ -216,6 +231,13 @@ void Analyser::takePat(const SectionHeader& header, std::span<const std::uint8_t
         return;
     }
     std::vector<Program> programs = pat_.rows();
+    if (model_.transportStreamId && beginsNewStream(model_, header.extension, programs)) {
+        // What is known of the PAT is known of the new stream.
+        SectionedTable<Program> pat = std::move(pat_);
+        restart();
+        pat_ = std::move(pat);
+        stateOf(patPid, slots_[patPid]);
+    }
     for (Program& program : programs) { // the maps of programs that stay are still true
         for (const Program& old : model_.programs) {
             if (old.number == program.number && old.pmtPid == program.pmtPid) {
@@ -428,6 +450,36 @@ void Analyser::seam() {
     }
 }
 
+void Analyser::rest(Ticks elapsed) {
+    clock_.rest(elapsed);
+    if (rates_.reading(clock_.now(), packets_)) {
+        judgeScrambling();
+    }
+}
+
+void Analyser::restart() {
+    ++streamNumber_;
+    streamStart_ = clock_.now();
+    streamPackets_ = 0;
+    model_ = StreamModel{};
+    rates_ = RateMeter(ratePeriod_);
+    for (PidSlot& slot : slots_) {
+        slot.position = -1;
+        slot.probe.reset();
+        if (slot.sections) {
+            slot.sections->lost();
+        }
+    }
+    pat_ = {};
+    cat_ = {};
+    sdt_ = {};
+    nit_ = {};
+    eit_.clear();
+    knownSections_.clear();
+    clock_.seam();
+    assignPids();
+}
+
 void Analyser::finish() {
     for (const PidState& state : model_.pids) {
         PidSlot& slot = slots_[state.pid];
@@ -441,8 +493,8 @@ void Analyser::finish() {
 }
 
 bool Analyser::settled() const {
-    return everythingKnown() || clock_.now() >= tunables::settlePatience ||
-           packets_ >= tunables::settlePackets;
+    return everythingKnown() || clock_.now() - streamStart_ >= tunables::settlePatience ||
+           streamPackets_ >= tunables::settlePackets;
 }
 
 bool Analyser::everythingKnown() const {

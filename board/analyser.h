@@ -36,6 +36,17 @@ class Analyser {
     // The file starts over: what spans the seam is dropped, the clock goes on.
     void seam();
 
+    // Time has passed without a packet: rates fall.
+    void rest(Ticks elapsed);
+
+    // Another stream begins: nothing known so far is true any more.
+    void restart();
+
+    // How many streams have begun; it counts up at the packet, or the restart, that begins a new one.
+    std::uint32_t streamNumber() const {
+        return streamNumber_;
+    }
+
     // The source has ended: the rates of a stream shorter than a period are what they are.
     void finish();
 
@@ -99,6 +110,10 @@ class Analyser {
     void judgeScrambling();
     bool everythingKnown() const;
 
+    Ticks ratePeriod_;
+    std::uint32_t streamNumber_ = 1;
+    Ticks streamStart_ = 0;
+    std::uint64_t streamPackets_ = 0;
     StreamModel model_;
     StreamClock clock_;
     RateMeter rates_;

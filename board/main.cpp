@@ -1,7 +1,10 @@
 #include "boardError.h"
 #include "options.h"
+#include "packetSource.h"
 #include "playback.h"
 #include "psiTables.h"
+#include "recorder.h"
+#include "stop.h"
 
 #include <cstdio>
 #include <exception>
@@ -15,9 +18,13 @@ int main(int argc, char** argv) {
             std::fputs(board::usage().c_str(), stdout);
             return 0;
         }
-        board::initialiseLibraries();
+        board::initialiseLibraries(board::isNetworkAddress(options.source));
         board::stopOnSignals();
-        if (options.print) {
+        if (!options.record.empty()) {
+            board::record(options);
+        } else if (!options.replay.empty()) {
+            board::replay(options);
+        } else if (options.print) {
             board::printRecords(options);
         } else {
             board::play(options);

@@ -2,7 +2,9 @@
 
 #include "boardError.h"
 
+#include <array>
 #include <charconv>
+#include <functional>
 #include <getopt.h>
 #include <string_view>
 #include <vector>
@@ -34,88 +36,105 @@ int parseNumber(std::string_view option, std::string_view what, std::string_view
 } // namespace
 
 std::string usage() {
-    return "usage: mpegfe-board [options] FILE\n"
+    return "usage: mpegfe-board [options] SOURCE\n"
+           "       mpegfe-board --record FILE [--host HOST] [--instruct] [--duration MS]\n"
+           "       mpegfe-board --replay FILE [options]\n"
            "\n"
            "Analyses a transport stream and publishes its PSI/SI, programs and rates as binary records\n"
-           "on TCP port 5101, as instructed over ipc:///run/shm/zmq/uRO_MMR_MPEGFE-1. FILE is a\n"
-           "transport stream file, played in real time and from the start again at its end, or - for\n"
-           "standard input.\n"
+           "on TCP port 5101, as instructed over ipc:///run/shm/zmq/uRO_MMR_MPEGFE-1. SOURCE is a\n"
+           "transport stream: a file, which is played in real time and from the start again at its end;\n"
+           "- for standard input; udp://ADDRESS:PORT, rtp://ADDRESS:PORT (multicast too) or\n"
+           "srt://ADDRESS:PORT.\n"
            "\n"
-           "  --once            stop at the end of the file\n"
-           "  --fast            as fast as possible instead of in real time\n"
-           "  --interval MS     publish each requested topic at least this often (250)\n"
-           "  --rate-period MS  measure rates over this much stream time (1000); 0: the whole stream\n"
-           "  --service NUMBER  list this program's events in the EIT record (the first that has any)\n"
-           "  --print           read the file once, print the records as JSON and stop; no sockets\n"
-           "  --help            this text\n";
+           "  --once                stop at the end of the file\n"
+           "  --fast                as fast as possible instead of in real time\n"
+           "  --new-stream-on-loop  a file that starts over is announced as a new stream\n"
+           "  --interface NAME      join multicast groups on this network interface\n"
+           "  --interval MS         publish each requested topic at least this often (250)\n"
+           "  --rate-period MS      measure rates over this much stream time (1000); 0: the whole stream\n"
+           "  --service NUMBER      list this program's events in the EIT record (the first that has any)\n"
+           "  --deterministic       wait for a client, and time everything by the stream's clock alone\n"
+           "  --print               read the file once, print the records as JSON and stop; no sockets\n"
+           "  --record FILE         write what a board publishes to FILE, until a signal\n"
+           "  --host HOST           the board to record (127.0.0.1)\n"
+           "  --instruct            ask that board for every topic; it must be on this machine\n"
+           "  --duration MS         record this long\n"
+           "  --replay FILE         publish a recording again with its timing\n"
+           "  --help                this text\n";
 }
 
 Options parseOptions(std::span<char* const> arguments) {
-    enum Code {
-        onceOption = 1,
-        fastOption,
-        printOption,
-        intervalOption,
-        ratePeriodOption,
-        serviceOption,
-        helpOption
+    Options options;
+    const auto number = [](const char* name, const char* what, Range range) {
+        return parseNumber(name, what, optarg, range);
     };
-    static constexpr option known[] = {
-        {"once", no_argument, nullptr, onceOption},
-        {"fast", no_argument, nullptr, fastOption},
-        {"print", no_argument, nullptr, printOption},
-        {"interval", required_argument, nullptr, intervalOption},
-        {"rate-period", required_argument, nullptr, ratePeriodOption},
-        {"service", required_argument, nullptr, serviceOption},
-        {"help", no_argument, nullptr, helpOption},
-        {nullptr, 0, nullptr, 0},
+    using std::chrono::milliseconds;
+    struct Known {
+        const char* name;
+        int argument;
+        std::function<void()> take;
     };
+    const std::array<Known, 15> known{{
+        {"once", no_argument, [&] { options.once = true; }},
+        {"fast", no_argument, [&] { options.fast = true; }},
+        {"new-stream-on-loop", no_argument, [&] { options.newStreamOnLoop = true; }},
+        {"interface", required_argument, [&] { options.interface = optarg; }},
+        {"interval", required_argument,
+         [&] {
+             options.interval = milliseconds(number("--interval", "milliseconds", {1, hour}));
+         }},
+        {"rate-period", required_argument,
+         [&] {
+             options.ratePeriod = number("--rate-period", "milliseconds", {0, hour}) * ticksPerMillisecond;
+         }},
+        {"service", required_argument,
+         [&] {
+             options.eventService =
+                 static_cast<std::uint16_t>(number("--service", "a program number", {1, 65535}));
+         }},
+        {"deterministic", no_argument, [&] { options.deterministic = true; }},
+        {"print", no_argument, [&] { options.print = options.once = options.fast = true; }},
+        {"record", required_argument, [&] { options.record = optarg; }},
+        {"host", required_argument, [&] { options.host = optarg; }},
+        {"instruct", no_argument, [&] { options.instruct = true; }},
+        {"duration", required_argument,
+         [&] {
+             options.duration = milliseconds(number("--duration", "milliseconds", {1, hour}));
+         }},
+        {"replay", required_argument, [&] { options.replay = optarg; }},
+        {"help", no_argument, [&] { options.help = true; }},
+    }};
+    std::vector<option> longOptions;
+    for (const Known& one : known) {
+        longOptions.push_back({one.name, one.argument, nullptr, 0});
+    }
+    longOptions.push_back({});
     std::string programName = "mpegfe-board";
     std::vector<char*> argv{programName.data()};
     argv.insert(argv.end(), arguments.begin(), arguments.end());
     argv.push_back(nullptr);
     const int argc = static_cast<int>(argv.size()) - 1;
 
-    Options options;
     optind = 0; // start over, also in a test that parses twice
     opterr = 0;
-    for (int code; (code = getopt_long(argc, argv.data(), "", known, nullptr)) != -1;) {
-        switch (code) {
-        case onceOption:
-            options.once = true;
-            break;
-        case fastOption:
-            options.fast = true;
-            break;
-        case printOption:
-            options.print = options.once = options.fast = true;
-            break;
-        case intervalOption:
-            options.interval =
-                std::chrono::milliseconds(parseNumber("--interval", "milliseconds", optarg, {1, hour}));
-            break;
-        case ratePeriodOption:
-            options.ratePeriod =
-                parseNumber("--rate-period", "milliseconds", optarg, {0, hour}) * ticksPerMillisecond;
-            break;
-        case serviceOption:
-            options.eventService =
-                static_cast<std::uint16_t>(parseNumber("--service", "a program number", optarg, {1, 65535}));
-            break;
-        case helpOption:
-            options.help = true;
-            return options;
-        default:
-            throw BoardError({"cannot read the command line", "an option of mpegfe-board",
+    int index = 0;
+    for (int code; (code = getopt_long(argc, argv.data(), "", longOptions.data(), &index)) != -1;) {
+        if (code != 0) {
+            throw BoardError({"cannot read the command line", "an option of mpegfe-board with its value",
                               "\"" + std::string(argv[static_cast<std::size_t>(optind) - 1]) + "\"",
                               "see mpegfe-board --help"});
         }
+        known[static_cast<std::size_t>(index)].take();
     }
-    if (argc - optind != 1) {
-        throw BoardError({"cannot read the command line", "one transport stream file",
+    const bool needsSource = options.record.empty() && options.replay.empty() && !options.help;
+    if (argc - optind != (needsSource ? 1 : 0)) {
+        throw BoardError({"cannot read the command line",
+                          needsSource ? "one transport stream" : "nothing but options",
                           std::to_string(argc - optind) + " names", "see mpegfe-board --help"});
     }
-    options.source = argv[static_cast<std::size_t>(optind)];
+    if (needsSource) {
+        options.source = argv[static_cast<std::size_t>(optind)];
+    }
     return options;
 }
 

@@ -1,6 +1,7 @@
 #include "packetSource.h"
 
 #include "boardError.h"
+#include "networkSource.h"
 
 #include <cerrno>
 #include <cstring>
@@ -14,8 +15,17 @@ namespace {
 
 class DescriptorSource final : public PacketSource {
   public:
-    DescriptorSource(int descriptor, std::string name, bool seekable)
-        : descriptor_(descriptor), name_(std::move(name)), seekable_(seekable) {}
+    DescriptorSource(int descriptor, std::string name) : descriptor_(descriptor), name_(std::move(name)) {
+        struct stat status {};
+        regular_ = ::fstat(descriptor_, &status) == 0 && S_ISREG(status.st_mode);
+        if (S_ISDIR(status.st_mode)) {
+            throw BoardError(
+                {"cannot read " + name_, "a transport stream file", "a directory", "name a file in it"});
+        }
+        if (!regular_) { // a pipe that is slow must not keep clients waiting
+            ::fcntl(descriptor_, F_SETFL, ::fcntl(descriptor_, F_GETFL) | O_NONBLOCK);
+        }
+    }
     DescriptorSource(const DescriptorSource&) = delete;
     DescriptorSource& operator=(const DescriptorSource&) = delete;
     ~DescriptorSource() override {
@@ -24,43 +34,55 @@ class DescriptorSource final : public PacketSource {
         }
     }
 
-    std::size_t read(std::span<std::uint8_t> buffer) override {
+    Arrival read(std::span<std::uint8_t> buffer) override {
         const ssize_t count = ::read(descriptor_, buffer.data(), buffer.size());
-        if (count < 0 && errno != EINTR) {
-            throw BoardError({"cannot read " + name_, "the bytes of a transport stream", std::strerror(errno),
-                              "check the disk or the program that writes them"});
+        if (count >= 0) {
+            return {static_cast<std::size_t>(count), count == 0};
         }
-        return count < 0 ? 0 : static_cast<std::size_t>(count);
+        if (errno == EINTR || errno == EAGAIN) {
+            return {0, false};
+        }
+        throw BoardError({"cannot read " + name_, "the bytes of a transport stream", std::strerror(errno),
+                          "check the disk or the program that writes them"});
     }
 
     bool rewind() override {
-        return seekable_ && ::lseek(descriptor_, 0, SEEK_SET) == 0;
+        return regular_ && ::lseek(descriptor_, 0, SEEK_SET) == 0;
+    }
+
+    int descriptor() const override {
+        return regular_ ? -1 : descriptor_;
+    }
+
+    bool live() const override {
+        return false;
     }
 
   private:
     int descriptor_;
     std::string name_;
-    bool seekable_;
+    bool regular_ = false;
 };
 
 } // namespace
 
-std::unique_ptr<PacketSource> openSource(const std::string& name) {
+std::unique_ptr<PacketSource> openSource(const std::string& name, const std::string& interface) {
+    if (isNetworkAddress(name)) {
+        return openNetworkSource(name, interface);
+    }
     if (name == "-") {
-        return std::make_unique<DescriptorSource>(STDIN_FILENO, "standard input", false);
+        return std::make_unique<DescriptorSource>(STDIN_FILENO, "standard input");
     }
     const int descriptor = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
     if (descriptor < 0) {
         throw BoardError({"cannot open " + name, "a readable transport stream file", std::strerror(errno),
                           "check the path and its permissions"});
     }
-    auto source = std::make_unique<DescriptorSource>(descriptor, name, true);
-    struct stat status {};
-    if (::fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode)) {
-        throw BoardError(
-            {"cannot read " + name, "a transport stream file", "a directory", "name a file in it"});
-    }
-    return source;
+    return std::make_unique<DescriptorSource>(descriptor, name);
+}
+
+bool isNetworkAddress(const std::string& name) {
+    return name.find("://") != std::string::npos;
 }
 
 } // namespace board

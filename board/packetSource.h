@@ -1,4 +1,4 @@
-// Where the bytes of a transport stream come from.
+// Where the bytes of a transport stream come from: a file, standard input, or a network.
 #pragma once
 
 #include <cstddef>
@@ -11,17 +11,34 @@ namespace board {
 
 class PacketSource {
   public:
+    // What one read brought. No bytes and no end: nothing has arrived yet.
+    struct Arrival {
+        std::size_t bytes;
+        bool ended;
+    };
+
     virtual ~PacketSource() = default;
 
-    // Reads up to buffer.size() bytes. Returns how many; 0 at the end. Throws BoardError when the source
-    // cannot be read.
-    virtual std::size_t read(std::span<std::uint8_t> buffer) = 0;
+    // Reads up to buffer.size() bytes without waiting for more than there are. Throws BoardError when the
+    // source cannot be read.
+    virtual Arrival read(std::span<std::uint8_t> buffer) = 0;
 
-    // Starts over at the first byte. Returns false where that is impossible (standard input).
+    // Starts over at the first byte. Returns false where that is impossible.
     virtual bool rewind() = 0;
+
+    // Becomes readable when there is something to read; -1 where there always is.
+    virtual int descriptor() const = 0;
+
+    // Whether the source itself keeps the time, as a network does; else it is paced by its PCR.
+    virtual bool live() const = 0;
 };
 
-// Opens a file, or standard input for "-". Throws BoardError when it is missing, unreadable or a directory.
-std::unique_ptr<PacketSource> openSource(const std::string& name);
+// Opens a file, standard input for "-", or a network address ("udp://", "rtp://", "srt://"). interface is the
+// network interface on which multicast groups are joined; empty leaves it to the system. Throws BoardError
+// when the source is missing, unreadable or no source at all.
+std::unique_ptr<PacketSource> openSource(const std::string& name, const std::string& interface);
+
+// Whether the name is a network address.
+bool isNetworkAddress(const std::string& name);
 
 } // namespace board

@@ -7,46 +7,62 @@
 #include "publisher.h"
 #include "recordPrinter.h"
 #include "recordWriter.h"
+#include "stop.h"
 
-#include <csignal>
+#include <algorithm>
 #include <cstdio>
 #include <memory>
+#include <poll.h>
 
 namespace board {
 
 namespace {
 
-volatile std::sig_atomic_t stopRequested = 0;
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
 
-// Passes every packet of the source, once through, to onPacket. Throws BoardError when the source holds no
-// transport stream. onPacket returns false to stop.
+Instant realTime() {
+    return Clock::now().time_since_epoch();
+}
+
+Instant asInstant(Ticks ticks) {
+    return std::chrono::nanoseconds(ticks * 1000 / (ticksPerSecond / 1'000'000));
+}
+
+// The packets of a source.
 class Reader {
   public:
-    explicit Reader(const std::string& name) : name_(name), source_(openSource(name)) {}
+    enum class Outcome { packets, nothing, ended };
 
+    Reader(const std::string& name, const std::string& interface)
+        : name_(name), source_(openSource(name, interface)), buffer_(tunables::readSize) {}
+
+    // Reads once and passes every packet found to onPacket(const std::uint8_t*). Throws BoardError when the
+    // source holds no transport stream.
     template <class OnPacket>
-    void readThrough(OnPacket&& onPacket) {
-        std::vector<std::uint8_t> buffer(tunables::readSize);
-        std::size_t total = 0;
-        while (stopRequested == 0) {
-            const std::size_t count = source_->read(buffer);
-            total += count;
-            if (count == 0) {
-                if (stopRequested == 0) {
-                    sync_.finish(onPacket);
-                    requirePackets(total);
-                }
-                return;
-            }
-            sync_.push(std::span(buffer).first(count), onPacket);
-            if (sync_.stride() == 0 && total >= tunables::searchLimit) {
-                requirePackets(total);
-            }
+    Outcome read(OnPacket&& onPacket) {
+        const PacketSource::Arrival arrival = source_->read(buffer_);
+        total_ += arrival.bytes;
+        if (arrival.ended) {
+            sync_.finish(onPacket);
+            requirePackets(total_);
+            return Outcome::ended;
         }
+        sync_.push(std::span(buffer_).first(arrival.bytes), onPacket);
+        if (total_ >= tunables::searchLimit) {
+            requirePackets(total_);
+        }
+        return arrival.bytes == 0 ? Outcome::nothing : Outcome::packets;
     }
 
     bool rewind() {
         return source_->rewind();
+    }
+    int descriptor() const {
+        return source_->descriptor();
+    }
+    bool live() const {
+        return source_->live();
     }
 
   private:
@@ -55,139 +71,209 @@ class Reader {
             throw BoardError(
                 {"cannot play " + name_, "a transport stream: packets of 188 bytes that start with 0x47",
                  total == 0 ? "nothing" : "no such packets in " + std::to_string(total) + " bytes",
-                 "name a transport stream file"});
+                 "name a transport stream"});
         }
     }
 
     std::string name_;
     std::unique_ptr<PacketSource> source_;
+    std::vector<std::uint8_t> buffer_;
     PacketSync sync_;
+    std::size_t total_ = 0;
 };
 
 // Real time against stream time.
 class Pace {
   public:
     // How long to wait until this stream time; starts anew when real time is far ahead.
-    std::chrono::milliseconds untilDue(Ticks now) {
-        const auto wall = Clock::now();
+    milliseconds untilDue(Ticks now) {
+        const Instant real = realTime();
         if (!started_) {
             started_ = true;
-            wallStart_ = wall;
-            streamStart_ = now;
+            offset_ = real - asInstant(now);
         }
-        const auto due =
-            wallStart_ + std::chrono::microseconds((now - streamStart_) / (ticksPerSecond / 1'000'000));
-        if (wall - due > tunables::fallingBehind) {
+        const Instant left = asInstant(now) + offset_ - real;
+        if (-left > tunables::fallingBehind) {
             started_ = false;
         }
-        return std::max(std::chrono::duration_cast<std::chrono::milliseconds>(due - wall),
-                        std::chrono::milliseconds(0));
+        return std::max(std::chrono::ceil<milliseconds>(left), milliseconds(0));
     }
 
   private:
     bool started_ = false;
-    Clock::time_point wallStart_;
-    Ticks streamStart_ = 0;
+    Instant offset_{0};
 };
 
-// Publishes while the source plays.
+// Plays one source and publishes while it does.
 class Session {
   public:
     explicit Session(const Options& options)
-        : options_(options), analyser_(options.ratePeriod), publisher_(options.interval), limits_(say),
-          records_(std::make_unique<RecordSet>()) {}
+        : options_(options), reader_(options.source, options.interface), analyser_(options.ratePeriod),
+          publisher_(options.interval), limits_(say), records_(std::make_unique<RecordSet>()) {}
 
-    // Until the stream has settled it is read as fast as it comes, so that a client never waits for a table.
-    void packet(const std::uint8_t* bytes) {
-        const bool reading = analyser_.packet(bytes);
-        if (!settled_) {
-            settled_ = reading && analyser_.settled();
-            if (settled_) {
-                say("playing " + options_.source + ", publishing on " + publishEndpoint +
-                    ", instructed over " + instructionEndpoint);
+    void run() {
+        awaitClient();
+        while (!stopRequested()) {
+            const auto outcome = reader_.read([this](const std::uint8_t* bytes) { packet(bytes); });
+            if (outcome == Reader::Outcome::nothing) {
+                silence();
+            } else if (outcome == Reader::Outcome::ended && !startOver()) {
+                break;
             }
+        }
+        finish();
+    }
+
+  private:
+    // With the stream's clock as the only clock, the stream begins when there is somebody to see its
+    // beginning.
+    void awaitClient() {
+        while (options_.deterministic && !publisher_.clientReady() && !stopRequested()) {
+            publisher_.attend(tunables::changeInterval, -1, now());
+            publisher_.acceptClients();
+        }
+    }
+
+    void packet(const std::uint8_t* bytes) {
+        if (stopRequested()) {
             return;
+        }
+        endSilence();
+        const bool reading = analyser_.packet(bytes);
+        if (analyser_.streamNumber() != announcedStream_) {
+            announceNewStream();
         }
         if (!reading) {
             return;
         }
-        if (options_.fast) {
-            turn(std::chrono::milliseconds(0));
-            return;
-        }
-        std::chrono::milliseconds wait{0};
+        settle();
+        // A file is read as fast as it goes until it has settled for the first time, so that no client waits.
+        const bool paced = !options_.fast && !reader_.live() && everSettled_;
+        milliseconds wait{0};
         do {
-            wait = pace_.untilDue(analyser_.clock().now());
-            turn(wait);
-        } while (stopRequested == 0 && wait.count() > 0);
+            wait = paced ? pace_.untilDue(analyser_.clock().now()) : milliseconds(0);
+            turn(wait, -1);
+        } while (!stopRequested() && wait.count() > 0);
     }
 
-    void seam() {
-        analyser_.seam();
+    void settle() {
+        if (!settled_ && analyser_.settled()) {
+            settled_ = true;
+            if (!everSettled_) {
+                everSettled_ = true;
+                say("playing " + options_.source + ", publishing on " + publishEndpoint +
+                    ", instructed over " + instructionEndpoint);
+            }
+        }
     }
 
-    // The source has ended for good: what is known now is published once more.
+    // A PAT that says so and nothing else comes before the records of a new stream.
+    void announceNewStream() {
+        announcedStream_ = analyser_.streamNumber();
+        settled_ = false;
+        const auto pat = std::make_unique<PatRecord>();
+        pat->newStreamFlag = newStreamMark;
+        publisher_.publishTopic(topicOf(patBit),
+                                {reinterpret_cast<const std::uint8_t*>(pat.get()), sizeof *pat});
+        say("a new stream begins");
+    }
+
+    // Nothing has arrived: the publisher is attended to, and after a while the rates fall.
+    void silence() {
+        const Instant start = realTime();
+        silentSince_ = silentSince_.value_or(start);
+        turn(tunables::changeInterval, reader_.descriptor());
+        rested_ += realTime() - start;
+        if (rested_ >= asInstant(tunables::ratePeriod)) {
+            analyser_.rest(rested_.count() * (ticksPerSecond / 1'000'000) / 1000);
+            rested_ = Instant(0);
+        }
+        if (!silenceTold_ && start - *silentSince_ >= tunables::streamSilence) {
+            silenceTold_ = true;
+            say("no packets for " + std::to_string(tunables::streamSilence.count()) +
+                " ms: expected a running stream, got silence; its rates fall to 0, and what comes is a new "
+                "stream");
+        }
+    }
+
+    void endSilence() {
+        if (silenceTold_) {
+            analyser_.restart();
+        }
+        silentSince_.reset();
+        rested_ = Instant(0);
+        silenceTold_ = false;
+    }
+
+    // At the end of the source. Returns whether it goes on.
+    bool startOver() {
+        if (options_.once || !reader_.rewind()) {
+            return false;
+        }
+        if (options_.newStreamOnLoop) {
+            analyser_.restart();
+        } else {
+            analyser_.seam();
+        }
+        return true;
+    }
+
+    // What is known at the end is published once more.
     void finish() {
         analyser_.finish();
-        publisher_.attend(std::chrono::milliseconds(0));
+        publisher_.attend(milliseconds(0), -1, now());
         writeRecords(analyser_.model(), analyser_.rates(), options_.eventService, *records_, limits_);
-        publisher_.publishRound(*records_);
+        publisher_.publishRound(*records_, allTopicBits, now());
     }
 
-  private:
-    void turn(std::chrono::milliseconds wait) {
-        publisher_.attend(std::min(wait, publisher_.untilDue()));
-        if (publisher_.untilDue().count() == 0) {
+    void turn(milliseconds wait, int descriptor) {
+        publisher_.attend(settled_ ? std::min(wait, publisher_.untilDue(now())) : wait, descriptor, now());
+        if (settled_ && publisher_.untilDue(now()).count() == 0) {
             writeRecords(analyser_.model(), analyser_.rates(), options_.eventService, *records_, limits_);
-            publisher_.publish(*records_);
+            publisher_.publish(*records_, now());
         }
+    }
+
+    Instant now() const {
+        return options_.deterministic ? asInstant(analyser_.clock().now()) : realTime();
     }
 
     const Options& options_;
+    Reader reader_;
     Analyser analyser_;
     Publisher publisher_;
     LimitReport limits_;
     std::unique_ptr<RecordSet> records_;
     Pace pace_;
+    std::uint32_t announcedStream_ = 1;
     bool settled_ = false;
+    bool everSettled_ = false;
+    std::optional<Instant> silentSince_;
+    Instant rested_{0};
+    bool silenceTold_ = false;
 };
 
 } // namespace
 
 void play(const Options& options) {
-    Reader reader(options.source);
-    Session session(options);
-    while (stopRequested == 0) {
-        reader.readThrough([&](const std::uint8_t* bytes) {
-            if (stopRequested == 0) {
-                session.packet(bytes);
-            }
-        });
-        if (stopRequested != 0 || options.once || !reader.rewind()) {
-            break;
-        }
-        session.seam();
-    }
-    session.finish();
+    Session(options).run();
 }
 
 void printRecords(const Options& options) {
-    Reader reader(options.source);
+    Reader reader(options.source, options.interface);
     Analyser analyser(options.ratePeriod);
-    reader.readThrough([&](const std::uint8_t* bytes) { analyser.packet(bytes); });
+    for (auto outcome = Reader::Outcome::packets; outcome != Reader::Outcome::ended && !stopRequested();) {
+        if (outcome == Reader::Outcome::nothing) {
+            pollfd waiting{reader.descriptor(), POLLIN, 0};
+            ::poll(&waiting, 1, -1);
+        }
+        outcome = reader.read([&](const std::uint8_t* bytes) { analyser.packet(bytes); });
+    }
     analyser.finish();
     const auto records = std::make_unique<RecordSet>();
     LimitReport limits(say);
     writeRecords(analyser.model(), analyser.rates(), options.eventService, *records, limits);
     std::fputs(recordsAsJson(*records, analyser.rates().window()).c_str(), stdout);
-}
-
-void stopOnSignals() {
-    struct sigaction action {};
-    action.sa_handler = [](int) { stopRequested = 1; };
-    for (const int signal : {SIGINT, SIGTERM}) {
-        ::sigaction(signal, &action, nullptr);
-    }
 }
 
 } // namespace board

@@ -12,7 +12,4 @@ void play(const Options& options);
 // Reads the source once as fast as possible and prints the records as JSON on standard output.
 void printRecords(const Options& options);
 
-// SIGINT and SIGTERM end play at its next turn.
-void stopOnSignals();
-
 } // namespace board

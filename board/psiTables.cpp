@@ -61,9 +61,10 @@ StreamHints hintsOf(const GPtrArray* descriptors) {
 
 } // namespace
 
-void initialiseLibraries() {
-    // The plugin registry is not needed to read sections, and scanning plugins takes seconds.
-    ::setenv("GST_REGISTRY_UPDATE", "no", 0);
+void initialiseLibraries(bool withPlugins) {
+    if (!withPlugins) {
+        ::setenv("GST_REGISTRY_UPDATE", "no", 0);
+    }
     gst_init(nullptr, nullptr);
     gst_mpegts_initialize();
 }

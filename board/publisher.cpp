@@ -108,8 +108,7 @@ struct Publisher::Sockets {
 };
 
 Publisher::Publisher(std::chrono::milliseconds interval)
-    : sockets_(std::make_unique<Sockets>()), interval_(interval), published_(std::make_unique<RecordSet>()),
-      nextRound_(Clock::now()), nextComparison_(nextRound_) {
+    : sockets_(std::make_unique<Sockets>()), interval_(interval), published_(std::make_unique<RecordSet>()) {
     sockets_->takeLock();
     sockets_->context = zmq_ctx_new();
     sockets_->records = sockets_->bindSocket(
@@ -120,20 +119,26 @@ Publisher::Publisher(std::chrono::milliseconds interval)
 
 Publisher::~Publisher() = default;
 
-void Publisher::attend(std::chrono::milliseconds longest) {
-    std::array<zmq_pollitem_t, 2> items{
-        {{sockets_->instructions, 0, ZMQ_POLLIN, 0}, {sockets_->records, 0, ZMQ_POLLIN, 0}}};
-    const int watched = subscriptionsWait_ ? 1 : 2;
+void Publisher::attend(std::chrono::milliseconds longest, int descriptor, Instant now) {
+    std::array<zmq_pollitem_t, 3> items{{{sockets_->instructions, 0, ZMQ_POLLIN, 0},
+                                         {nullptr, descriptor, ZMQ_POLLIN, 0},
+                                         {sockets_->records, 0, ZMQ_POLLIN, 0}}};
+    if (descriptor < 0) { // polled twice instead of not at all: the order of the items stays
+        items[1] = items[0];
+    }
+    const int watched = subscriptionsWait_ ? 2 : 3;
     if (zmq_poll(items.data(), watched, static_cast<long>(longest.count())) <= 0) {
         return;
     }
-    if ((items[0].revents & ZMQ_POLLIN) != 0) {
+    const bool instructed = (items[0].revents & ZMQ_POLLIN) != 0;
+    const bool subscribed = (items[2].revents & ZMQ_POLLIN) != 0;
+    if (instructed) {
         takeInstruction();
     }
-    if ((items[1].revents & ZMQ_POLLIN) != 0) {
-        subscriptionsWait_ = true;
+    subscriptionsWait_ = subscriptionsWait_ || subscribed;
+    if ((instructed || subscribed) && !joinDue_) {
+        joinDue_ = now + tunables::joinPause;
     }
-    nextRound_ = std::min(nextRound_, Clock::now() + tunables::joinPause);
 }
 
 // An instruction word is 2 bytes, little-endian; the reply echoes it.
@@ -154,26 +159,39 @@ void Publisher::takeInstruction() {
 }
 
 // Subscriptions that arrived together count together, between two rounds.
-void Publisher::takeSubscriptions() {
+void Publisher::acceptClients() {
     std::array<char, 64> message{};
     subscriptionsWait_ = false;
+    joinDue_.reset();
     for (int length;
          (length = zmq_recv(sockets_->records, message.data(), message.size(), ZMQ_DONTWAIT)) > 0;) {
-        const auto size = std::min(static_cast<std::size_t>(length), message.size()) - 1;
-        zmq_setsockopt(sockets_->records, message[0] == 1 ? ZMQ_SUBSCRIBE : ZMQ_UNSUBSCRIBE,
-                       message.data() + 1, size);
+        const std::string topic(message.data() + 1,
+                                std::min(static_cast<std::size_t>(length), message.size()) - 1);
+        const bool joins = message[0] == 1;
+        zmq_setsockopt(sockets_->records, joins ? ZMQ_SUBSCRIBE : ZMQ_UNSUBSCRIBE, topic.data(),
+                       topic.size());
+        int& count = subscriptions_[topic];
+        count = std::max(0, count + (joins ? 1 : -1));
+        if (count == 0) {
+            subscriptions_.erase(topic);
+        }
     }
 }
 
-std::chrono::milliseconds Publisher::untilDue() const {
-    const auto left = std::min(nextRound_, nextComparison_) - Clock::now();
-    return std::max(std::chrono::ceil<std::chrono::milliseconds>(left), std::chrono::milliseconds(0));
+bool Publisher::clientReady() const {
+    return requested_ != 0 && std::ranges::all_of(topics, [this](const Topic& topic) {
+               return (requested_ & topic.bit) == 0 || subscriptions_.contains(topic.name);
+           });
 }
 
-void Publisher::publish(const RecordSet& records) {
-    const auto now = Clock::now();
-    if (now >= nextRound_) {
-        publishRound(records);
+std::chrono::milliseconds Publisher::untilDue(Instant now) const {
+    const Instant next = std::min({nextRound_, nextComparison_, joinDue_.value_or(nextRound_)});
+    return std::max(std::chrono::ceil<std::chrono::milliseconds>(next - now), std::chrono::milliseconds(0));
+}
+
+void Publisher::publish(const RecordSet& records, Instant now) {
+    if (now >= nextRound_ || clientJoined(now)) {
+        publishRound(records, allTopicBits, now);
         return;
     }
     if (now < nextComparison_) {
@@ -183,18 +201,21 @@ void Publisher::publish(const RecordSet& records) {
     for (const TopicBits bit : roundOrder) {
         const Topic& topic = topicOf(bit);
         const auto fresh = bytesOf(topic, records);
-        if ((requested_ & bit) != 0 && !std::ranges::equal(fresh, bytesOf(topic, *published_))) {
-            send(topic, records);
+        if (!std::ranges::equal(fresh, bytesOf(topic, *published_))) {
+            publishTopic(topic, fresh);
         }
     }
 }
 
-void Publisher::publishRound(const RecordSet& records) {
-    const auto now = Clock::now();
-    takeSubscriptions();
+bool Publisher::clientJoined(Instant now) const {
+    return joinDue_ && now >= *joinDue_;
+}
+
+void Publisher::publishRound(const RecordSet& records, TopicBits known, Instant now) {
+    acceptClients();
     for (const TopicBits bit : roundOrder) {
-        if ((requested_ & bit) != 0) {
-            send(topicOf(bit), records);
+        if ((known & bit) != 0) {
+            publishTopic(topicOf(bit), bytesOf(topicOf(bit), records));
         }
     }
     nextRound_ = now + interval_ - std::min(interval_ / 2, tunables::publishMargin);
@@ -202,14 +223,15 @@ void Publisher::publishRound(const RecordSet& records) {
 }
 
 // Three parts: topic, a running number of at most 10 digits, record.
-void Publisher::send(const Topic& topic, const RecordSet& records) {
-    const auto record = bytesOf(topic, records);
+void Publisher::publishTopic(const Topic& topic, std::span<const std::uint8_t> record) {
+    if ((requested_ & topic.bit) == 0) {
+        return;
+    }
     const std::string number = std::to_string(sequence_++);
     zmq_send(sockets_->records, topic.name, std::strlen(topic.name), ZMQ_SNDMORE);
     zmq_send(sockets_->records, number.data(), number.size(), ZMQ_SNDMORE);
     zmq_send(sockets_->records, record.data(), record.size(), 0);
-    std::memcpy(reinterpret_cast<std::uint8_t*>(published_.get()) + topic.offset, record.data(),
-                record.size());
+    std::copy(record.begin(), record.end(), reinterpret_cast<std::uint8_t*>(published_.get()) + topic.offset);
 }
 
 } // namespace board

@@ -6,12 +6,16 @@
 
 #include <chrono>
 #include <cstdint>
+#include <map>
 #include <memory>
+#include <optional>
+#include <span>
 #include <string>
 
 namespace board {
 
-using Clock = std::chrono::steady_clock;
+// Time as the publisher is told it: since any fixed moment, real or the stream's own.
+using Instant = std::chrono::nanoseconds;
 
 inline constexpr const char* publishEndpoint = "tcp://*:5101";
 inline constexpr const char* instructionDirectory = "/run/shm/zmq";
@@ -20,40 +24,54 @@ inline constexpr const char* lockFile = "/run/shm/zmq/mpegfe-board.lock";
 
 class Publisher {
   public:
-    // Takes the lock and binds both sockets. Throws BoardError when the directory is missing, another board
-    // is running or the port is in use.
+    // Takes the lock and binds both sockets. interval is the longest time between two publications of a
+    // requested topic. Throws BoardError when the directory is missing, another board is running or the port
+    // is in use.
     explicit Publisher(std::chrono::milliseconds interval);
     Publisher(const Publisher&) = delete;
     Publisher& operator=(const Publisher&) = delete;
     ~Publisher();
 
-    // Waits up to this long for instructions and subscriptions and answers them. Returns early when one came,
-    // or at a signal.
-    void attend(std::chrono::milliseconds longest);
+    // Waits up to this long, real time, for instructions and subscriptions and answers them. Returns early
+    // when one came, when descriptor (of a source; -1 for none) is readable, or at a signal.
+    void attend(std::chrono::milliseconds longest, int descriptor, Instant now);
 
     // Publishes what is due: every requested record after an instruction or a subscription and once an
     // interval, and in between those that have changed.
-    void publish(const RecordSet& records);
+    void publish(const RecordSet& records, Instant now);
 
     // How long until publish has something to look at; 0 when it has.
-    std::chrono::milliseconds untilDue() const;
+    std::chrono::milliseconds untilDue(Instant now) const;
 
-    // Publishes every requested record at once.
-    void publishRound(const RecordSet& records);
+    // Lets waiting clients in and publishes every requested record of these topics at once.
+    void publishRound(const RecordSet& records, TopicBits known, Instant now);
+
+    // Whether a client has instructed or subscribed since the last round, and the pause for more to follow is
+    // over.
+    bool clientJoined(Instant now) const;
+
+    // Lets waiting clients in without publishing.
+    void acceptClients();
+
+    // Publishes one record, when it is requested.
+    void publishTopic(const Topic& topic, std::span<const std::uint8_t> record);
+
+    // Whether a client has asked for topics and has subscribed to all that it asked for.
+    bool clientReady() const;
 
   private:
     void takeInstruction();
-    void takeSubscriptions();
-    void send(const Topic& topic, const RecordSet& records);
 
     struct Sockets;
     std::unique_ptr<Sockets> sockets_;
     std::chrono::milliseconds interval_;
     TopicBits requested_ = 0;
     std::uint32_t sequence_ = 0;
-    std::unique_ptr<RecordSet> published_; // as last sent
-    Clock::time_point nextRound_;
-    Clock::time_point nextComparison_;
+    std::unique_ptr<RecordSet> published_;     // as last sent
+    std::map<std::string, int> subscriptions_; // subscribers by topic
+    std::optional<Instant> joinDue_;           // a client has joined and gets its round then
+    Instant nextRound_{0};
+    Instant nextComparison_{0};
     bool subscriptionsWait_ = false;
 };
 

@@ -48,6 +48,11 @@ void StreamClock::seam() {
     anchorValue_.reset();
 }
 
+void StreamClock::rest(Ticks elapsed) {
+    now_ += static_cast<double>(elapsed);
+    seam();
+}
+
 void StreamClock::sourceEnded() {
     if (base_ == TimeBase::none) {
         chooseBase();

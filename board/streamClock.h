@@ -22,6 +22,9 @@ class StreamClock {
     // The next reference is a new start, and time goes on from where it is: the seam of a looped file.
     void seam();
 
+    // Time has passed without a packet.
+    void rest(Ticks elapsed);
+
     // The source has ended: a stream without any PCR so far is timed by what it has.
     void sourceEnded();
 

@@ -17,11 +17,12 @@ namespace tunables {
 using std::chrono::milliseconds;
 
 // Publishing.
-inline constexpr milliseconds publishInterval{250}; // every requested topic at least this often
-inline constexpr milliseconds publishMargin{10};    // and that much earlier, for a late wake-up
-inline constexpr milliseconds changeInterval{50};   // how often records are compared for changes
-inline constexpr milliseconds joinPause{20};        // from the last subscription to the next full round,
-                                                    // so that one round serves all of a client's topics
+inline constexpr milliseconds publishInterval{250};      // every requested topic at least this often
+inline constexpr milliseconds publishMargin{10};         // and that much earlier, for a late wake-up
+inline constexpr milliseconds changeInterval{50};        // how often records are compared for changes
+inline constexpr milliseconds instructionPatience{3000}; // for the reply to an instruction word
+inline constexpr milliseconds joinPause{20};             // from the last subscription to the next full round,
+                                                         // so that one round serves all of a client's topics
 
 // Measuring, in stream time.
 inline constexpr Ticks ratePeriod = ticksPerSecond;             // rates are renewed this often
@@ -45,6 +46,9 @@ inline constexpr std::size_t readSize = 64 * 1024;      // bytes a read
 inline constexpr std::size_t lockPackets = 5;           // sync bytes in a row that make a transport stream
 inline constexpr std::size_t relockPackets = 3;         // sync bytes in a row after a loss
 inline constexpr std::size_t searchLimit = 1024 * 1024; // bytes searched for the first sync byte
+inline constexpr unsigned networkBuffers = 4096;        // datagrams queued between network and analysis
+inline constexpr int receiveBuffer = 4 * 1024 * 1024;   // bytes of the socket, for bursts
+inline constexpr milliseconds streamSilence{2000};      // after which packets are a new stream
 inline constexpr std::size_t headerBytes = 64 * 1024;   // of a PES packet, searched for codec headers
 inline constexpr milliseconds fallingBehind{1000};      // lateness after which real time starts anew
 
