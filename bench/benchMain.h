@@ -7,12 +7,13 @@
 #include <cstdlib>
 #include <iostream>
 
-// The service prints to standard output as it always does; nobody reads it here.
+// The service prints to standard output a line at a time, as it always does; nobody reads it here.
 inline void sendConsoleNowhere() {
     if (std::freopen("/dev/null", "w", stdout) == nullptr) {
         std::perror("bench: /dev/null cannot be opened");
         std::exit(1);
     }
+    std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
 }
 
 // Runs what has been registered and reports on standard error, and to the file of --benchmark_out.

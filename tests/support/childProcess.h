@@ -29,6 +29,10 @@ class ChildProcess {
         return error;
     }
 
+    pid_t processId() const {
+        return pid;
+    }
+
     // As a reader that goes away.
     void closeOutput();
 
