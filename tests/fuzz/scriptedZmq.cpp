@@ -1,0 +1,215 @@
+#include "scriptedZmq.h"
+
+#include "check.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+#include <map>
+#include <set>
+#include <unistd.h>
+#include <utility>
+#include <zmq.h>
+
+namespace scriptedZmq {
+namespace {
+
+// Two feeds of two sockets and the document socket: what a client can make the service hold.
+constexpr std::size_t mostSockets = 5;
+constexpr std::size_t mostContexts = 2;
+
+constexpr std::size_t longestDocument = 24999;
+
+struct Socket {
+    int type;
+    bool lent;        // the document socket, which the service only uses
+    bool awaitsReply; // an instruction has been sent and not answered
+    bool more;        // of the part received last
+    MoreQuery query;  // how the next query is answered
+};
+
+struct State {
+    Peers peers;
+    std::map<void*, Socket> sockets;
+    std::set<void*> contexts;
+    std::uintptr_t lastHandle = 0;
+    void* documents = nullptr;
+    std::optional<Reply> reply;
+    std::size_t tries = 0;
+    std::size_t sleeps = 0;
+};
+State state;
+
+// Handles are numbers that no address has, so that whoever uses one as a pointer is found out.
+void* newHandle() {
+    return reinterpret_cast<void*>(++state.lastHandle);
+}
+
+Socket& socketOf(void* handle) {
+    const auto found = state.sockets.find(handle);
+    check(found != state.sockets.end(), "the socket is open");
+    return found->second;
+}
+
+void copyOut(const std::vector<unsigned char>& bytes, void* buffer, std::size_t size) {
+    std::copy_n(bytes.begin(), std::min(bytes.size(), size), static_cast<unsigned char*>(buffer));
+}
+
+int receivePublished(Socket& socket, void* buffer, std::size_t size) {
+    const std::optional<Part> part = state.peers.publishPart ? state.peers.publishPart() : std::nullopt;
+    if (!part) {
+        throw PeersAreSilent{};
+    }
+    socket.query = part->query;
+    if (part->errorNumber != 0) {
+        errno = part->errorNumber;
+        return -1;
+    }
+    socket.more = part->more;
+    copyOut(part->bytes, buffer, size);
+    return static_cast<int>(part->sentLength);
+}
+
+int receiveInstructionReply(Socket& socket, void* buffer, std::size_t size) {
+    check(socket.awaitsReply, "an instruction was sent before its reply is awaited");
+    socket.awaitsReply = false;
+    std::memset(buffer, 0xA5, std::min(size, state.peers.instructionReplyLength));
+    return static_cast<int>(state.peers.instructionReplyLength);
+}
+
+int receiveReply(void* buffer, std::size_t size) {
+    ++state.tries;
+    if (!state.reply || state.reply->emptyTries > 0) {
+        if (state.reply) {
+            --state.reply->emptyTries;
+        }
+        errno = EAGAIN;
+        return -1;
+    }
+    const Reply reply = *std::exchange(state.reply, std::nullopt);
+    copyOut(reply.bytes, buffer, size);
+    return static_cast<int>(reply.sentLength);
+}
+
+void sendInstruction(Socket& socket, std::size_t size) {
+    check(size == 2, "an instruction has two bytes");
+    check(!socket.awaitsReply, "the last instruction is answered before the next is sent");
+    socket.awaitsReply = true;
+}
+
+void sendDocument(const void* bytes, std::size_t size) {
+    check(size > 0 && size <= longestDocument, "a document is a text of the buffer's size at most");
+    check(std::memchr(bytes, '\0', size) == nullptr, "a document holds no terminator");
+    state.reply = state.peers.takeDocument ? state.peers.takeDocument() : std::nullopt;
+}
+
+} // namespace
+
+void begin(Peers peers) {
+    state = {};
+    state.peers = std::move(peers);
+    state.documents = newHandle();
+    state.sockets[state.documents] = {ZMQ_REQ, true, false, false, MoreQuery::answered};
+}
+
+void* documentSocket() {
+    return state.documents;
+}
+
+void expectReply(Reply reply) {
+    state.reply = std::move(reply);
+}
+
+std::size_t tries() {
+    return state.tries;
+}
+
+std::size_t sleeps() {
+    return state.sleeps;
+}
+
+} // namespace scriptedZmq
+
+using namespace scriptedZmq;
+
+extern "C" {
+
+void* __wrap_zmq_ctx_new() {
+    void* context = newHandle();
+    state.contexts.insert(context);
+    check(state.contexts.size() <= mostContexts, "contexts stay bounded");
+    return context;
+}
+
+int __wrap_zmq_ctx_destroy(void* context) {
+    check(state.contexts.erase(context) == 1, "the context is open");
+    return 0;
+}
+
+void* __wrap_zmq_socket(void* context, int type) {
+    check(state.contexts.contains(context), "the context is open");
+    void* socket = newHandle();
+    state.sockets[socket] = {type, false, false, false, MoreQuery::answered};
+    check(state.sockets.size() <= mostSockets, "sockets stay bounded");
+    return socket;
+}
+
+int __wrap_zmq_close(void* socket) {
+    check(!socketOf(socket).lent, "the document socket is not the session's to close");
+    state.sockets.erase(socket);
+    return 0;
+}
+
+int __wrap_zmq_connect(void* socket, const char*) {
+    socketOf(socket);
+    return 0;
+}
+
+int __wrap_zmq_setsockopt(void* socket, int option, const void*, std::size_t) {
+    const Socket& set = socketOf(socket);
+    check(option == ZMQ_LINGER || set.type == ZMQ_SUB, "only a subscriber subscribes");
+    return 0;
+}
+
+int __wrap_zmq_getsockopt(void* socket, int option, void* value, std::size_t* size) {
+    Socket& asked = socketOf(socket);
+    check(option == ZMQ_RCVMORE && *size == sizeof(int), "the query is of ZMQ_RCVMORE, into an int");
+    const MoreQuery query = std::exchange(asked.query, MoreQuery::answered);
+    if (query != MoreQuery::fails) {
+        const int more =
+            query == MoreQuery::answered ? asked.more : query == MoreQuery::failsAndWritesFurther;
+        std::memcpy(value, &more, sizeof more);
+    }
+    errno = ETERM;
+    return query == MoreQuery::answered ? 0 : -1;
+}
+
+int __wrap_zmq_send(void* socket, const void* bytes, std::size_t size, int flags) {
+    Socket& sending = socketOf(socket);
+    check(flags == 0 && sending.type == ZMQ_REQ, "requests alone are sent, each whole");
+    if (sending.lent) {
+        sendDocument(bytes, size);
+    } else {
+        sendInstruction(sending, size);
+    }
+    return static_cast<int>(size);
+}
+
+int __wrap_zmq_recv(void* socket, void* buffer, std::size_t size, int flags) {
+    Socket& receiving = socketOf(socket);
+    if (receiving.lent) {
+        check(flags == ZMQ_DONTWAIT, "a reply of Trufios is not waited for without end");
+        return receiveReply(buffer, size);
+    }
+    check(flags == 0, "the parser is waited for");
+    return receiving.type == ZMQ_SUB ? receivePublished(receiving, buffer, size)
+                                     : receiveInstructionReply(receiving, buffer, size);
+}
+
+int __wrap_usleep(useconds_t) {
+    ++state.sleeps;
+    return 0;
+}
+
+} // extern "C"

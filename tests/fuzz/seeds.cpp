@@ -1,0 +1,527 @@
+// Writes the first inputs of every fuzz target: the stream of the documentation's examples, the requests and
+// replies that clients and Trufios really send, and one of each thing that goes wrong.
+//
+// usage: fuzzSeeds DIRECTORY     an input goes to DIRECTORY/TARGET/NAME
+#include "publishedParts.h"
+#include "sessionPeers.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// One input, written in the order in which its target takes it.
+class Seed {
+  public:
+    Seed& u8(unsigned value) {
+        bytes += static_cast<char>(value);
+        return *this;
+    }
+    Seed& u16(unsigned value) {
+        return u8(value & 0xFF).u8(value >> 8 & 0xFF);
+    }
+    Seed& u32(unsigned value) {
+        return u16(value & 0xFFFF).u16(value >> 16);
+    }
+    Seed& text(std::string_view value) {
+        bytes += value;
+        return u8(0);
+    }
+    Seed& raw(std::string_view value) {
+        bytes += value;
+        return *this;
+    }
+    Seed& then(const Seed& more) {
+        return raw(more.bytes);
+    }
+
+    Seed& kind(MessageKind value) {
+        return u8(static_cast<unsigned>(value));
+    }
+    Seed& source(RecordSource value) {
+        return u8(static_cast<unsigned>(value));
+    }
+    Seed& topic(TopicBits bit) {
+        for (unsigned index = 0; index < topics.size(); ++index) {
+            if (topics[index].bit == bit) {
+                return u8(index);
+            }
+        }
+        std::abort();
+    }
+
+    // A message whose record is zero but for the bytes that this one has.
+    Seed& message(TopicBits bit, const RecordSet& set) {
+        kind(MessageKind::record).topic(bit);
+        const Topic& published = topicOf(bit);
+        return patches({reinterpret_cast<const char*>(&set) + published.offset, published.size});
+    }
+    Seed& generated(TopicBits bit, RecordSource from, unsigned seed) {
+        return kind(MessageKind::record).topic(bit).source(from).u16(seed);
+    }
+    Seed& again() {
+        return kind(MessageKind::again);
+    }
+    Seed& answer(DocumentAnswer value) {
+        return u8(static_cast<unsigned>(value));
+    }
+
+    const std::string& written() const {
+        return bytes;
+    }
+
+  private:
+    Seed& patches(std::string_view record) {
+        Seed body;
+        unsigned count = 0;
+        for (std::size_t at = record.find_first_not_of('\0'); at != std::string_view::npos && count < 255;
+             at = record.find_first_not_of('\0', at)) {
+            const std::size_t end =
+                std::min({record.find(std::string_view("\0\0\0\0", 4), at), record.size(), at + 255});
+            body.u16(static_cast<unsigned>(at))
+                .u8(static_cast<unsigned>(end - at))
+                .raw(record.substr(at, end - at));
+            at = end;
+            ++count;
+        }
+        return source(RecordSource::patches).u8(count).then(body);
+    }
+
+    std::string bytes;
+};
+
+template <std::size_t width>
+void setText(char (&field)[width], std::string_view text) {
+    std::memcpy(field, text.data(), text.size());
+}
+
+void listPid(RecordSet& set, std::uint16_t pid, float rate) {
+    const unsigned place = set.pat.pidListCount++;
+    set.pat.pidList[place] = pid;
+    set.tsStatus.pidStats[place].rate = rate;
+}
+
+void addProgramOfExample(PmtEntry& pmt, AvPgmEntry& av) {
+    pmt.pgmNum = av.pgmNum = 501;
+    pmt.pmtPid = av.pmtPid = 4096;
+    pmt.pcrPid = pmt.videoPid = av.videoPid = 256;
+    pmt.videoStreamType = 27;
+    av.entropyFlag = 1;
+    av.horizRes = 1920;
+    av.vertRes = 1080;
+    av.pictRate = 25;
+    av.aspectRatio = 1;
+    av.profile = 77;
+    av.level = 40;
+    pmt.audioCount = av.audioCount = 1;
+    pmt.audioPids[0] = av.audio[0].pid = 257;
+    pmt.audioCodings[0] = 3;
+    setText(pmt.audioLanguages[0], "eng");
+    av.audio[0].bitRateIndex = 10;
+    av.audio[0].sampleRateIndex = 1;
+    pmt.privateCount = av.privateCount = 1;
+    pmt.pvtPids[0] = av.privatePids[0].pid = 258;
+    pmt.ecmCount = 1;
+    pmt.ecmPids[0] = 1500;
+}
+
+void addTablesOfExample(RecordSet& set) {
+    set.cat.tableId = 1;
+    set.cat.caCount = 2;
+    set.cat.caEntries[0] = {0x500, 1001};
+    set.cat.caEntries[1] = {0x1802, 1002};
+
+    set.nit.tableId = 0x40;
+    set.nit.networkId = 0x3001;
+    set.nit.transportStreamId = 0x3F9;
+    set.nit.originalNetworkId = 2;
+    set.nit.descriptorType = 0x40;
+    setText(set.nit.descriptorText, "Home Network");
+    set.nit.descriptorCount = 2;
+    set.nit.descriptorEntries[0].descriptorType = 0x41;
+    setText(set.nit.descriptorEntries[0].descriptorText, "0x01F5/1 0x01F6/1");
+    set.nit.descriptorEntries[1].descriptorType = 0x5A;
+    setText(set.nit.descriptorEntries[1].descriptorText, "474000000");
+
+    set.eit.tableId = 0x4E;
+    set.eit.serviceId = 501;
+    set.eit.eventCount = 1;
+    set.eit.events[0].eventId = 0x1234;
+    set.eit.events[0].startDateMjd = 60000;
+    setText(set.eit.events[0].startTime, "20:15:00");
+    setText(set.eit.events[0].duration, "01:30:00");
+    setText(set.eit.events[0].language, "eng");
+    setText(set.eit.events[0].eventName, "Evening News");
+    setText(set.eit.events[0].description, "Headlines");
+
+    set.tdt.tableId = 0x70;
+    set.tdt.dateMjd = 60000;
+    setText(set.tdt.timeOfDay, "12:34:56");
+}
+
+void addServicesOfExample(SdtRecord& sdt) {
+    sdt.tableId = 0x42;
+    sdt.transportStreamId = 0x3F9;
+    sdt.originalNetworkId = 2;
+    sdt.actual = 1;
+    sdt.serviceCount = 2;
+    sdt.services[0].serviceId = 501;
+    sdt.services[0].pmtPid = 4096;
+    setText(sdt.services[0].providerName, "Alpha Net");
+    setText(sdt.services[0].serviceName, "News One");
+    sdt.services[1].serviceId = 502;
+    sdt.services[1].pmtPid = 4112;
+    sdt.services[1].caFlag = 1;
+    setText(sdt.services[1].providerName, "Beta");
+    setText(sdt.services[1].serviceName, "Film Two");
+}
+
+// The stream that the documentation's examples tell of.
+const RecordSet& exampleStream() {
+    static const auto example = [] {
+        auto set = std::make_unique<RecordSet>();
+        listPid(*set, patPid, 1500);
+        listPid(*set, catPid, 800);
+        listPid(*set, nitPid, 3500);
+        listPid(*set, sdtPid, 12345);
+        listPid(*set, eitPid, 2000);
+        listPid(*set, tdtPid, 40);
+        listPid(*set, 4096, 15040);
+        listPid(*set, 256, 3058000);
+        listPid(*set, 257, 192000);
+        listPid(*set, 258, 250000);
+        listPid(*set, 1001, 1504);
+        listPid(*set, 1500, 3008);
+        listPid(*set, 700, 9000);
+        listPid(*set, nullPid, 500000);
+        set->pat.programCount = 2;
+        set->pat.programs[0] = {0, nitPid};
+        set->pat.programs[1] = {501, 4096};
+        set->pat.transportStreamId = 0x3F9;
+        set->pat.sectionProgramCount = 2;
+        std::copy_n(set->pat.programs, 2, set->pat.sectionPrograms);
+        addProgramOfExample(set->pmt.slots[1], set->avPgm.slots[1]);
+        addTablesOfExample(*set);
+        addServicesOfExample(set->sdt);
+        return set;
+    }();
+    return *example;
+}
+
+Seed message(TopicBits bit) {
+    return Seed().message(bit, exampleStream());
+}
+
+Seed patThat(void (*change)(PatRecord& pat)) {
+    const auto set = std::make_unique<RecordSet>(exampleStream());
+    change(set->pat);
+    return Seed().message(patBit, *set);
+}
+
+Seed newStreamPat() {
+    return patThat([](PatRecord& pat) { pat.newStreamFlag = newStreamMark; });
+}
+
+Seed emptyPat() {
+    return patThat([](PatRecord& pat) { pat.pidListCount = 0; });
+}
+
+Seed wholeStream() {
+    Seed seed;
+    for (const Topic& topic : topics) {
+        seed.then(message(topic.bit));
+    }
+    return seed;
+}
+
+Seed generatedStream(RecordSource from, unsigned seedNumber) {
+    Seed seed;
+    for (const Topic& topic : topics) {
+        seed.generated(topic.bit, from, seedNumber);
+    }
+    return seed;
+}
+
+class Corpus {
+  public:
+    explicit Corpus(fs::path directory) : root(std::move(directory)) {}
+    void add(const char* target, const std::string& name, const Seed& seed) const {
+        fs::create_directories(root / target);
+        std::ofstream(root / target / name, std::ios::binary) << seed.written();
+    }
+
+  private:
+    fs::path root;
+};
+
+void addMessages(const Corpus& corpus) {
+    const auto add = [&](const char* name, const Seed& seed) { corpus.add("messages", name, seed); };
+    add("every-topic", wholeStream());
+    add("the-same-twice", message(patBit).again());
+    add("new-stream", message(patBit).then(newStreamPat()).then(emptyPat()).then(message(patBit)));
+    add("unknown-topic", Seed()
+                             .kind(MessageKind::topicText)
+                             .text("MPEG-STRUCT-XXX")
+                             .then(message(sdtBit))
+                             .then(message(tdtBit)));
+    add("short-records", message(eitBit)
+                             .kind(MessageKind::record)
+                             .topic(eitBit)
+                             .source(RecordSource::bytes)
+                             .u16(20)
+                             .raw("twenty bytes, no more")
+                             .again());
+    add("over-long-topic", Seed()
+                               .kind(MessageKind::longPart)
+                               .u32(26)
+                               .u8(26)
+                               .raw("MPEG-STRUCT-TS-STATUS-----")
+                               .then(message(patBit)));
+    add("over-long-parts", Seed()
+                               .kind(MessageKind::topicText)
+                               .text("MPEG-STRUCT-CAT")
+                               .kind(MessageKind::longPart)
+                               .u32(0x7FFFFFFF)
+                               .u8(70)
+                               .raw(std::string(70, 'x'))
+                               .kind(MessageKind::part)
+                               .u16(0)
+                               .kind(MessageKind::part)
+                               .u16(11)
+                               .raw("MPEG-STRUCT"));
+    for (unsigned part = 0; part < 3; ++part) {
+        for (unsigned query = 1; query < 4; ++query) {
+            const std::string name =
+                "query-" + std::to_string(query) + "-of-part-" + std::to_string(part + 1);
+            add(name.c_str(), message(tdtBit)
+                                  .kind(MessageKind::spoiltQueries)
+                                  .u8(query << 2 * part)
+                                  .topic(avPgmBit)
+                                  .source(RecordSource::consistent)
+                                  .u16(1)
+                                  .then(message(tdtBit)));
+        }
+    }
+    for (unsigned error = 0; error < 4; ++error) {
+        const std::string name = "failed-receives-" + std::to_string(error);
+        const Seed failure = Seed().kind(MessageKind::failure).u8(error);
+        add(name.c_str(), Seed(failure)
+                              .kind(MessageKind::topicText)
+                              .text("MPEG-STRUCT-NIT")
+                              .then(failure)
+                              .kind(MessageKind::part)
+                              .u16(2)
+                              .raw("xx")
+                              .then(message(nitBit)));
+    }
+}
+
+Seed round(const Seed& stream, unsigned messages, unsigned programs = 0) {
+    return Seed().u8(messages).u32(programs).u8(0).u8(1).u8(58).u16(19).then(stream);
+}
+
+void addRecords(const Corpus& corpus) {
+    const auto add = [&](const std::string& name, const Seed& seed) { corpus.add("records", name, seed); };
+    add("example-stream", round(wholeStream(), 9));
+    add("example-stream-without-sdt", round(message(patBit).then(message(tsStatusBit)), 2));
+    add("example-stream-twice", round(wholeStream(), 9).then(round(Seed().again(), 1)));
+    for (const unsigned programs : {1U, 59U, 60U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU}) {
+        add("programs-" + std::to_string(programs),
+            round(generatedStream(RecordSource::inconsistent, 2), 9, programs));
+    }
+    for (unsigned number = 0; number < 4; ++number) {
+        add("consistent-" + std::to_string(number),
+            round(generatedStream(RecordSource::consistent, number), 9));
+    }
+    for (unsigned number = 0; number < 12; ++number) {
+        add("inconsistent-" + std::to_string(number),
+            round(generatedStream(RecordSource::inconsistent, number), 9));
+    }
+}
+
+Seed reply(unsigned wait, unsigned emptyTries, std::string_view text, unsigned cut = 0) {
+    return Seed().u8(wait).u16(emptyTries).u8(cut).text(text);
+}
+
+void addReplies(const Corpus& corpus) {
+    const auto add = [&](const char* name, const Seed& seed) { corpus.add("replies", name, seed); };
+    const char* ack = R"({"reply": "ack"})";
+    add("ack", reply(0, 0, ack).then(reply(1, 0, ack)).then(reply(2, 0, ack)));
+    add("ack-with-text", reply(0, 0, R"({"reply": "ack", "ack": "done"})")
+                             .then(reply(1, 0, R"({"reply": "ack", "ack": "done"})")));
+    add("ack-with-number", reply(1, 0, R"({"reply": "ack", "ack": 7})"));
+    add("capital-ack", reply(0, 0, R"({"reply": "ACK"})"));
+    add("nak", reply(0, 0, R"({"reply": "nak", "reason": "busy"})").then(reply(1, 0, R"({"reply": "nak"})")));
+    add("no-reply-in-it",
+        reply(0, 0, R"({"answer": "ack"})").then(reply(0, 0, "[]")).then(reply(0, 0, R"({"reply": 1})")));
+    add("no-json", reply(0, 0, "xyz").then(reply(1, 0, "")).then(reply(0, 0, "{\"reply\": \"\xFF\"}")));
+    add("last-try", reply(0, 500, ack));
+    add("too-late", reply(0, 501, ack));
+    add("over-long", reply(1, 3, R"({"ack": "a text that is cut", "reply": "ack"      })", 20)
+                         .then(reply(0, 0, std::string(60, '['))));
+}
+
+Seed request(std::string_view dataStream, std::string_view status) {
+    std::string text = R"({"dataStream": ")";
+    text.append(dataStream).append(R"(", "status": ")").append(status).append(R"("})");
+    return Seed().text(text);
+}
+
+Seed detailRequest(std::string_view patIndex) {
+    std::string text = R"({"dataStream": "pgmDetail", "patIndex": ")";
+    return Seed().text(text.append(patIndex).append(R"("})"));
+}
+
+// What a stream request needs before its first document.
+Seed quickCapture() {
+    return message(patBit).then(message(pmtBit)).then(message(tsStatusBit));
+}
+
+Seed psiCapture(TopicBits table) {
+    return message(patBit).then(message(table)).then(message(tsStatusBit));
+}
+
+struct PsiRequest {
+    const char* name;
+    TopicBits bit;
+};
+constexpr PsiRequest psiRequests[] = {{"PAT", patBit}, {"CAT", catBit}, {"NIT", nitBit},
+                                      {"SDT", sdtBit}, {"EIT", eitBit}, {"TDT", tdtBit}};
+
+void addRequests(const Corpus& corpus) {
+    const auto add = [&](const std::string& name, const Seed& seed) { corpus.add("requests", name, seed); };
+    const auto stop = [](const char* name) { return request(name, "off"); };
+    add("pidData",
+        request("pidData", "on").then(quickCapture()).answer(DocumentAnswer::ack).then(stop("pidData")));
+    add("pgmData",
+        request("pgmData", "on").then(quickCapture()).answer(DocumentAnswer::ack).then(stop("pgmData")));
+    add("pgmDetail",
+        detailRequest("1").then(quickCapture()).answer(DocumentAnswer::ack).then(stop("pidData")));
+    for (const char* patIndex : {"-1", "2", "x", "99999999999999999999", "58"}) {
+        add(std::string("pgmDetail-") + patIndex,
+            detailRequest(patIndex).then(quickCapture()).answer(DocumentAnswer::silence));
+    }
+    for (const PsiRequest& psi : psiRequests) {
+        add(psi.name, request(psi.name, "on")
+                          .then(psiCapture(psi.bit))
+                          .answer(DocumentAnswer::ack)
+                          .then(stop(psi.name)));
+    }
+    const Seed on = request("CAT", "on").then(psiCapture(catBit)).answer(DocumentAnswer::ack);
+    add("on-without-off", Seed(on).then(on).then(on).then(on).then(stop("CAT")).then(stop("CAT")));
+    add("off-first", stop("TDT").then(stop("pidData")));
+    add("nak-and-late-ack",
+        request("EIT", "on")
+            .then(psiCapture(eitBit))
+            .answer(DocumentAnswer::text)
+            .text(R"({"reply": "nak", "reason": "busy"})")
+            .then(request("NIT", "on").then(psiCapture(nitBit)).answer(DocumentAnswer::ackLate).u16(400)));
+    add("refused", request("PATX", "on")
+                       .then(request("pat", "on"))
+                       .then(request("PAT", "onn"))
+                       .then(request("pidData", ""))
+                       .then(Seed().text(R"({"status": "on"})"))
+                       .then(Seed().text(R"({"dataStream": 5})")));
+    add("no-json", Seed()
+                       .text("xyz")
+                       .text("")
+                       .text("{")
+                       .text("[1]")
+                       .text("{\"dataStream\": \"\\u0000\"}")
+                       .text("\xFF\xFE"));
+    add("over-long", Seed()
+                         .text(R"({"dataStream": "PAT", "padding": ")" + std::string(400, 'p') + R"("})")
+                         .text(std::string(399, '{')));
+    add("new-stream",
+        request("pidData", "on").then(newStreamPat()).then(quickCapture()).answer(DocumentAnswer::ack));
+}
+
+Seed session(unsigned state, unsigned requestCode, unsigned requestParam, unsigned countdown = 2) {
+    return Seed()
+        .u16(2)
+        .u32(2)
+        .u8(2)
+        .u8(state)
+        .u8(requestCode)
+        .u8(requestParam)
+        .u8(countdown)
+        .u8(0)
+        .u16(0x1FF)
+        .u16(0x105)
+        .u16(0)
+        .u16(0x0F);
+}
+
+void addSessions(const Corpus& corpus) {
+    const auto add = [&](const std::string& name, const Seed& seed) { corpus.add("sessions", name, seed); };
+    constexpr unsigned run = 0;
+    constexpr unsigned tick = 1;
+    for (unsigned state = 0; state <= 11; ++state) {
+        for (const unsigned requestCode : {1U, 3U, 5U, 7U}) {
+            add("state-" + std::to_string(state) + "-request-" + std::to_string(requestCode),
+                session(state, requestCode, 1)
+                    .then(wholeStream())
+                    .answer(DocumentAnswer::ack)
+                    .u8(run)
+                    .then(quickCapture()));
+        }
+    }
+    add("any-state",
+        session(12, 2, 40).then(
+            Seed().u8(2).u8(255).u32(0x80000000).u8(255).u32(0xFFFFFFFF).u8(255).u32(0x7FFFFFFF)));
+    add("stabilise-by-ticks", session(8, 1, 0)
+                                  .then(message(patBit))
+                                  .u8(tick)
+                                  .then(message(pmtBit))
+                                  .u8(tick)
+                                  .then(message(pmtBit))
+                                  .answer(DocumentAnswer::ack)
+                                  .u8(tick)
+                                  .u8(tick)
+                                  .then(message(patBit))
+                                  .answer(DocumentAnswer::silence));
+    add("update-until-document", session(9, 3, 0)
+                                     .u8(run)
+                                     .then(wholeStream())
+                                     .answer(DocumentAnswer::ack)
+                                     .u8(run)
+                                     .u8(run)
+                                     .then(newStreamPat())
+                                     .then(quickCapture()));
+    add("update-after-broken", session(9, 10, 18, 1)
+                                   .then(Seed().kind(MessageKind::failure).u8(1))
+                                   .then(message(patBit))
+                                   .answer(DocumentAnswer::ack));
+    for (const unsigned state : {2U, 3U, 5U, 8U}) {
+        add("new-stream-in-state-" + std::to_string(state),
+            session(state, 3, 0).then(newStreamPat()).then(quickCapture()).answer(DocumentAnswer::ack));
+    }
+    add("illegal-psi", session(2, 9, 19).then(psiCapture(sdtBit)).answer(DocumentAnswer::ack));
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 2) {
+        std::fputs("usage: fuzzSeeds DIRECTORY\n", stderr);
+        return EXIT_FAILURE;
+    }
+    const Corpus corpus(argv[1]);
+    addMessages(corpus);
+    addRecords(corpus);
+    addReplies(corpus);
+    addRequests(corpus);
+    addSessions(corpus);
+    return EXIT_SUCCESS;
+}
