@@ -4,6 +4,7 @@
 #include "support/console.h"
 #include "support/records.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -108,7 +109,8 @@ std::size_t ScriptedParser::unpublished() const {
 
 void ScriptedParser::noteSubscription(void* socket, bool subscribe, const std::string& topic) {
     std::printf("> %s %s\n", subscribe ? "subscribe" : "unsubscribe", topic.c_str());
-    subscriptions[socket][topic] += subscribe ? 1 : -1;
+    int& count = subscriptions[socket][topic];
+    count = subscribe ? count + 1 : std::max(count - 1, 0);
     subscribed += subscribe ? 1 : 0;
 }
 

@@ -1,0 +1,749 @@
+// Whole transcripts of a session: console lines, subscriptions, instruction words and documents in their
+// order.
+#include "session/session.h"
+#include "feed/reception.h"
+#include "support/console.h"
+#include "support/records.h"
+#include "support/sessionStream.h"
+#include "support/zmqFaults.h"
+
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+namespace {
+
+const std::string entered = "sendMpegData Entered\n";
+const std::string resting = "Stabilize GUI/WEB MPEG Metadata\n";
+const std::string updating = "Update GUI/WEB MPEG Metadata\n";
+const std::string idle = "Exit MPEG Processing\n";
+const std::string silence = "> the peers fall silent\n";
+
+// State 2 of the list and detail requests, up to the wait for the PAT.
+const std::string listSubscribed = "> subscribe MPEG-STRUCT-PAT\n"
+                                   "> subscribe MPEG-STRUCT-SDT\n"
+                                   "> subscribe MPEG-STRUCT-PMT\n"
+                                   "> subscribe MPEG-STRUCT-TS-STATUS\n"
+                                   "> instruction of 2 bytes: 00f\n";
+
+std::string quickWait(int status) {
+    return "Quick Wait to Capture Loop, capt status " + std::to_string(status) + "\n";
+}
+
+// State 3 of this request when the PMT and the TS-STATUS follow the PAT.
+std::string quickCaptured(int requestCode) {
+    return "Quick send MPEG data, cmd " + std::to_string(requestCode) + " count 1\n" + pmtReceived +
+           quickWait(0) + tsStatusReceived + quickWait(0);
+}
+
+const std::string pidListDone = "PIDs sent to Client\n"
+                                "Send Instruction 1ff\n"
+                                "> instruction of 2 bytes: 1ff\n"
+                                "Sent Instruction 1ff\n";
+const std::string pidListError = "Error: one or both SDT and PAT not captured yet\n";
+const std::string furtherSubscribed = "> subscribe MPEG-STRUCT-PMT\n"
+                                      "> subscribe MPEG-STRUCT-TS-STATUS\n"
+                                      "> subscribe MPEG-STRUCT-AVPGM\n"
+                                      "> subscribe MPEG-STRUCT-CAT\n"
+                                      "> subscribe MPEG-STRUCT-NIT\n"
+                                      "> subscribe MPEG-STRUCT-EIT\n"
+                                      "> subscribe MPEG-STRUCT-TDT\n";
+
+} // namespace
+
+class Session : public StreamTest {
+  protected:
+    std::string runFrom(std::int32_t state, std::int32_t requestCode, std::int32_t requestParam = 0) {
+        session.state = state;
+        session.requestCode = requestCode;
+        session.requestParam = requestParam;
+        return run();
+    }
+};
+
+// The first document of each request.
+
+TEST_F(Session, PidDataSendsThePidListAndRestsToStabilise) {
+    parser.publishNext({pat, pmt, tsStatus});
+    EXPECT_EQ(runFrom(stateInitFeed, requestPidData),
+              entered + feedOpened + listSubscribed + patReceived + quickCaptured(1) +
+                  "Quick capture PID data, count 1\n" + pidListSent() + pidListDone + pidListError + resting);
+    EXPECT_EQ(session.state, stateStabilise);
+    EXPECT_EQ(feed.requestedTopics, 0x1FF);
+    EXPECT_EQ(feed.instructionWord, 0x1FF);
+    EXPECT_EQ(feed.changedTopics, 0x1FF);
+    EXPECT_EQ(feed.previousChanged, 0);
+    EXPECT_EQ(feed.receivedMask, 0xB1U);
+}
+
+TEST_F(Session, PidDataSubscribesFurtherTopicsWhenTheSdtIsCapturedToo) {
+    parser.publishNext({pat, sdt, pmt, tsStatus});
+    EXPECT_EQ(runFrom(stateInitFeed, requestPidData),
+              entered + feedOpened + listSubscribed + patReceived + "Quick send MPEG data, cmd 1 count 1\n" +
+                  sdtReceived + quickWait(0) + pmtReceived + quickWait(0) + tsStatusReceived + quickWait(0) +
+                  "Quick capture PID data, count 1\n" + pidListSent() + pidListDone + furtherSubscribed +
+                  pidListError + resting);
+    EXPECT_EQ(feed.receivedMask, 0xB7U);
+}
+
+TEST_F(Session, AnArtificialSdtCountsAsCaptured) {
+    parser.publishNext({patWithoutSdtPid, pmt, tsStatus});
+    const std::string transcript = runFrom(stateInitFeed, requestPidData);
+    EXPECT_TRUE(transcript.ends_with(pidListDone + furtherSubscribed + pidListError + resting)) << transcript;
+    EXPECT_NE(transcript.find("Quick capture PID data, count 1\nArtificial SDT constructed\nsendJsonToGUI"),
+              std::string::npos);
+    EXPECT_EQ(feed.receivedMask, 0xB7U);
+}
+
+TEST_F(Session, PgmDataWaitsForTheSdtAndSendsTheProgramList) {
+    parser.publishNext({pat, pmt, tsStatus, tsStatus, sdt});
+    EXPECT_EQ(runFrom(stateInitFeed, requestPgmData),
+              entered + feedOpened + listSubscribed + patReceived + quickCaptured(3) +
+                  "Quick capture real SDT, retain 0 pmtcnt 1\n" + tsStatusReceived + sdtReceived +
+                  summaryPrinted + programListSent() +
+                  "> subscribe MPEG-STRUCT-PMT\n"
+                  "> subscribe MPEG-STRUCT-TS-STATUS\n"
+                  "> subscribe MPEG-STRUCT-AVPGM\n"
+                  "> instruction of 2 bytes: 10f\n" +
+                  resting);
+    EXPECT_EQ(session.state, stateStabilise);
+    EXPECT_EQ(feed.requestedTopics, 0x10F);
+    EXPECT_EQ(feed.instructionWord, 0x10F);
+    EXPECT_EQ(feed.receivedMask, 0xB7U);
+}
+
+TEST_F(Session, PgmDataNeedsNoFurtherSdtWhenOneIsCaptured) {
+    parser.publishNext({pat, sdt, pmt, tsStatus});
+    EXPECT_EQ(runFrom(stateInitFeed, requestPgmData),
+              entered + feedOpened + listSubscribed + patReceived + "Quick send MPEG data, cmd 3 count 1\n" +
+                  sdtReceived + quickWait(0) + pmtReceived + quickWait(0) + tsStatusReceived + quickWait(0) +
+                  "Quick capture real SDT, retain 0 pmtcnt 1\n" + summaryPrinted + programListSent() +
+                  "> subscribe MPEG-STRUCT-PMT\n"
+                  "> subscribe MPEG-STRUCT-TS-STATUS\n"
+                  "> subscribe MPEG-STRUCT-AVPGM\n"
+                  "> instruction of 2 bytes: 10f\n" +
+                  resting);
+}
+
+TEST_F(Session, PgmDataOfAStreamWithoutSdtListsAnArtificialOne) {
+    parser.publishNext({patWithoutSdtPid, pmt, tsStatus});
+    EXPECT_EQ(runFrom(stateInitFeed, requestPgmData),
+              entered + feedOpened + listSubscribed + patReceived + quickCaptured(3) +
+                  "Quick capture real SDT, retain 0 pmtcnt 1\n"
+                  "Artificial SDT constructed\n"
+                  "SDT Svcs 1 Scrambled 0 Rate   6000.000\n"
+                  "Service: Program 501               Provider: Unk        PMT:    256 CA: 0 Scrambled 0 "
+                  "Rate:      0.003Mbps\n" +
+                  documentSent(3,
+                               R"({"requestReply":"dataStream","dataStream":"pgmData","pgmData":{)"
+                               R"("svcCount":"1","derived":"1","aggStreamRate":"   6.000Kbps",)"
+                               R"("scrambledCount":"0","pgms":[)"
+                               R"({"pgmNum":"501","patIndex":"0","svcType":"0","referencePID":"256",)"
+                               R"("pidCount":"0","pgmRate":"   3.000Kbps","caFlag":"0","allScrambled":"0",)"
+                               R"("svcProvider":"Unk","svcName":"Program 501"}]}})") +
+                  "> subscribe MPEG-STRUCT-PMT\n"
+                  "> subscribe MPEG-STRUCT-TS-STATUS\n"
+                  "> subscribe MPEG-STRUCT-AVPGM\n"
+                  "> instruction of 2 bytes: 10f\n" +
+                  resting);
+}
+
+TEST_F(Session, PgmDetailSendsTheDetailAndIsIdleWithTheFeedOpen) {
+    parser.publishNext({pat, pmt, tsStatus});
+    EXPECT_EQ(runFrom(stateInitFeed, requestPgmDetail, 0), entered + feedOpened +
+                                                               "> subscribe MPEG-STRUCT-PAT\n"
+                                                               "> subscribe MPEG-STRUCT-SDT\n"
+                                                               "> subscribe MPEG-STRUCT-PMT\n"
+                                                               "> subscribe MPEG-STRUCT-TS-STATUS\n"
+                                                               "> subscribe MPEG-STRUCT-AVPGM\n"
+                                                               "> instruction of 2 bytes: 10f\n" +
+                                                               patReceived + quickCaptured(5) +
+                                                               "Quick capture detail data\n" +
+                                                               programDetailSent() + idle);
+    EXPECT_EQ(session.state, stateInitFeed);
+    EXPECT_EQ(feed.requestedTopics, 0x10F);
+    EXPECT_TRUE(feedIsOpen(&feed));
+}
+
+TEST_F(Session, PgmDetailOfAProgramOutsideTheStreamGoesOnAsAfterADocument) {
+    parser.publishNext({pat, pmt, tsStatus});
+    const std::string transcript = runFrom(stateInitFeed, requestPgmDetail, 1);
+    EXPECT_EQ(transcript.find("> document"), std::string::npos);
+    EXPECT_TRUE(transcript.ends_with(idle)) << transcript;
+    EXPECT_EQ(session.state, stateInitFeed);
+}
+
+// One PSI request: what it subscribes, asks for and sends.
+struct PsiRequest {
+    const char* name;
+    std::int32_t requestCode;
+    std::int32_t pid;
+    const char* subscribed;
+    const char* word;
+    TopicBits requested;
+    const char* document;
+};
+
+class PsiSession : public Session, public testing::WithParamInterface<PsiRequest> {};
+
+INSTANTIATE_TEST_SUITE_P(
+    Tables, PsiSession,
+    testing::Values(
+        PsiRequest{"Pat", 6, 0, "> subscribe MPEG-STRUCT-PAT\n", "005", 0x005,
+                   R"({"requestReply":"dataStream","dataStream":"PAT","PAT":{"pgms":"1",)"
+                   R"("pidRate":"   1.000Kbps","details":[{"pgmNum":"501","referencePID":"256"}]}})"},
+        PsiRequest{"Cat", 7, 1, "> subscribe MPEG-STRUCT-CAT\n", "085", 0x085,
+                   R"({"requestReply":"dataStream","dataStream":"CAT","CAT":{"pidCount":"0","tableID":"0x1",)"
+                   R"("pidRate":"   0.000Kbps","details":"noServices"}})"},
+        PsiRequest{"Nit", 8, 16, "> subscribe MPEG-STRUCT-NIT\n", "015", 0x015,
+                   R"({"requestReply":"dataStream","dataStream":"NIT","NIT":{"descriptorCount":"0",)"
+                   R"("tableID":"0x40","netID":"0x0","streamID":"0x0","origNetID":"0x0",)"
+                   R"("descriptorType":"0x0","descriptors":"","pidRate":"   0.000Kbps",)"
+                   R"("details":"noServices"}})"},
+        PsiRequest{"Sdt", 9, 17, "> subscribe MPEG-STRUCT-SDT\n", "00d", 0x00D,
+                   R"({"requestReply":"dataStream","dataStream":"SDT","SDT":{"pgms":"1","tableID":"0x0",)"
+                   R"("systemID":"0x0","netID":"0x0","pidRate":"   2.000Kbps","sdtData":"Derived",)"
+                   R"("details":[{"svcName":"News One","svcProvider":"Alpha Net","caFlag":"Clear"}]}})"},
+        PsiRequest{"Eit", 10, 18, "> subscribe MPEG-STRUCT-EIT\n", "045", 0x045,
+                   R"({"requestReply":"dataStream","dataStream":"EIT","EIT":{"eventCount":"0",)"
+                   R"("tableID":"0x4e","netID":"0x0","pgmNum":"0x0","systemID":"0x0",)"
+                   R"("pidRate":"   0.000Kbps","details":"NoEvents"}})"},
+        PsiRequest{"Tdt", 11, 20, "> subscribe MPEG-STRUCT-TDT\n", "025", 0x025,
+                   R"({"requestReply":"dataStream","dataStream":"TDT","TDT":{"tableID":"0x70",)"
+                   R"("Date:MJD":"0","TOD":"","pidRate":"   0.000Kbps"}})"}),
+    [](const auto& row) { return std::string(row.param.name); });
+
+TEST_P(PsiSession, SendsTheTableAndRestsToUpdate) {
+    const PsiRequest& psi = GetParam();
+    // Only the table that is asked for arrives, and the PAT and the statistics.
+    parser.publishNext({sdt, cat, nit, eit, tdt, pmt, tsStatus, pat});
+    const std::string table = psi.pid == 17   ? sdtReceived
+                              : psi.pid == 1  ? catReceived
+                              : psi.pid == 16 ? nitReceived
+                              : psi.pid == 18 ? eitReceived
+                              : psi.pid == 20 ? tdtReceived
+                                              : "";
+    EXPECT_EQ(runFrom(stateInitFeed, psi.requestCode, psi.pid),
+              entered + feedOpened + psi.subscribed +
+                  "> subscribe MPEG-STRUCT-PAT\n"
+                  "> subscribe MPEG-STRUCT-TS-STATUS\n"
+                  "> instruction of 2 bytes: " +
+                  psi.word + "\n" + table + tsStatusReceived + patReceived + "Quick capture PSI data req " +
+                  std::to_string(psi.requestCode) + " parm " + std::to_string(psi.pid) + "\n" +
+                  documentSent(psi.requestCode, psi.document) + "PSI Sent to Client\n" + updating);
+    EXPECT_EQ(session.state, stateUpdate);
+    EXPECT_EQ(session.updateCountdown, 2);
+    EXPECT_EQ(feed.requestedTopics, psi.requested);
+    EXPECT_EQ(feed.instructionWord, psi.requested);
+}
+
+TEST_F(Session, APsiRequestWithAnotherPidIsReportedAndStillWaitsForPatAndStatistics) {
+    parser.publishNext({pat, tsStatus});
+    EXPECT_EQ(runFrom(stateInitFeed, requestTdt, 19), entered + feedOpened +
+                                                          "Illegal PSI 19\n"
+                                                          "> subscribe MPEG-STRUCT-PAT\n"
+                                                          "> subscribe MPEG-STRUCT-TS-STATUS\n"
+                                                          "> instruction of 2 bytes: 005\n" +
+                                                          patReceived + tsStatusReceived +
+                                                          "Quick capture PSI data req 11 parm 19\n"
+                                                          "sendJsonToGUI entered req 11\n"
+                                                          "Unsupported PSI 19\n"
+                                                          "> document {}\n"
+                                                          "PSI Sent to Client\n" +
+                                                          updating);
+}
+
+TEST_F(Session, ThePatAndTheStatisticsAreEnoughForAPsiDocument) {
+    parser.publishNext({pat, tsStatus, cat});
+    const std::string transcript = runFrom(stateInitFeed, requestCat, 1);
+    EXPECT_NE(transcript.find(patReceived + tsStatusReceived + "Quick capture PSI data req 7 parm 1\n"),
+              std::string::npos)
+        << transcript;
+    EXPECT_EQ(parser.unpublished(), 1U);
+}
+
+// Waits.
+
+TEST_F(Session, TheQuickWaitTakesAtLeastOneMessage) {
+    parser.publishNext({pmt, tsStatus, pat, sdt});
+    EXPECT_EQ(runFrom(stateInitFeed, requestPgmDetail),
+              entered + feedOpened +
+                  "> subscribe MPEG-STRUCT-PAT\n"
+                  "> subscribe MPEG-STRUCT-SDT\n"
+                  "> subscribe MPEG-STRUCT-PMT\n"
+                  "> subscribe MPEG-STRUCT-TS-STATUS\n"
+                  "> subscribe MPEG-STRUCT-AVPGM\n"
+                  "> instruction of 2 bytes: 10f\n" +
+                  pmtReceived + tsStatusReceived + patReceived + "Quick send MPEG data, cmd 5 count 1\n" +
+                  sdtReceived + quickWait(0) + "Quick capture detail data\n" + programDetailSent() + idle);
+}
+
+TEST_F(Session, ABrokenMessageInTheQuickWaitIsShownAndTheWaitGoesOn) {
+    parser.publishNext({pat, pmt, pmt, tsStatus});
+    zmqFaults::failMoreQuery(6, 1); // behind the record of the second message
+    EXPECT_EQ(runFrom(stateInitFeed, requestPidData),
+              entered + feedOpened + listSubscribed + patReceived + "Quick send MPEG data, cmd 1 count 1\n" +
+                  pmtReceived + "Error: More than 3 part MPEG PUB PMT\n" + quickWait(-1) + pmtReceived +
+                  quickWait(0) + tsStatusReceived + quickWait(0) + "Quick capture PID data, count 1\n" +
+                  pidListSent() + pidListDone + pidListError + resting);
+}
+
+TEST_F(Session, ABrokenMessageInTheFirstWaitForAPatIsPassedOver) {
+    parser.publishNext({pat, pat, pmt, tsStatus});
+    zmqFaults::failMoreQuery(3, 1);
+    const std::string transcript = runFrom(stateInitFeed, requestPidData);
+    EXPECT_TRUE(transcript.starts_with(entered + feedOpened + listSubscribed +
+                                       "MPEGtopic received: MPEG-STRUCT-PAT\n"
+                                       "Published MPEG PAT Received: Topic MPEG-STRUCT-PAT\n"
+                                       "Recv PAT TOPIC size 1240 msgl 1240\n"
+                                       "Error: More than 3 part MPEG PUB PAT\n" +
+                                       patReceived + quickCaptured(1)))
+        << transcript;
+}
+
+TEST_F(Session, AnotherRequestCodeInTheQuickWaitIsReportedAndWaitsAgain) {
+    openFeed({patBit, pmtBit, tsStatusBit});
+    parser.publishNext({pat, pmt, tsStatus, pat});
+    EXPECT_EQ(runFrom(stateQuickWait, 2), entered + "Quick send MPEG data, cmd 2 count 0\n" + patReceived +
+                                              quickWait(0) + pmtReceived + quickWait(0) + tsStatusReceived +
+                                              quickWait(0) +
+                                              "Illegal Request in SMach 2\n"
+                                              "Quick send MPEG data, cmd 2 count 1\n" +
+                                              patReceived + quickWait(0) +
+                                              "Illegal Request in SMach 2\n"
+                                              "Quick send MPEG data, cmd 2 count 1\n" +
+                                              silence);
+    EXPECT_EQ(session.state, stateQuickWait);
+}
+
+TEST_F(Session, AnActualSdtThatHasArrivedNeedsNoWait) {
+    openFeed({patBit, sdtBit, pmtBit, tsStatusBit});
+    listPids({{0, 1000}, {17, 2000}});
+    newestRecords.sdt.actual = 1;
+    feed.receivedMask = 0x01;
+    EXPECT_EQ(runFrom(stateQuickProgramList, requestPgmData),
+              entered +
+                  "Quick capture real SDT, retain 1 pmtcnt 0\n"
+                  "Artificial SDT constructed\n"
+                  "SDT Svcs 0 Scrambled 0 Rate   3000.000\n"
+                  "sendJsonToGUI entered req 3\n"
+                  "No SDT Services to convert to JSON\n"
+                  "> subscribe MPEG-STRUCT-PMT\n"
+                  "> subscribe MPEG-STRUCT-TS-STATUS\n"
+                  "> subscribe MPEG-STRUCT-AVPGM\n"
+                  "> instruction of 2 bytes: 10f\n" +
+                  resting);
+    EXPECT_EQ(feed.receivedMask, 0x07U);
+}
+
+TEST_F(Session, WithoutAPatTheProgramListSubscribesNothingFurther) {
+    openFeed({sdtBit});
+    listPids({{0, 1000}, {17, 2000}, {256, 3000}});
+    parser.publishNext({sdt});
+    EXPECT_TRUE(runFrom(stateQuickProgramList, requestPgmData)
+                    .ends_with("\"svcName\":\"News One\"}]}}\n> instruction of 2 bytes: 10f\n" + resting));
+    EXPECT_EQ(feed.receivedMask, 0x12U);
+}
+
+// A new stream in each wait.
+
+TEST_F(Session, ANewStreamInTheFirstWaitForAPatStartsAgain) {
+    parser.publishNext({newStreamPat, pat, pmt, tsStatus});
+    EXPECT_EQ(runFrom(stateInitFeed, requestPidData),
+              entered + feedOpened + listSubscribed + newStreamPatReceived + newStreamHandled +
+                  listSubscribed + patReceived + quickCaptured(1) + "Quick capture PID data, count 1\n" +
+                  pidListSent() + pidListDone + pidListError + resting);
+}
+
+TEST_F(Session, ANewStreamInTheQuickWaitStartsAgain) {
+    parser.publishNext({pat, pmt, newStreamPat, pat, pmt, tsStatus});
+    EXPECT_EQ(runFrom(stateInitFeed, requestPidData),
+              entered + feedOpened + listSubscribed + patReceived + "Quick send MPEG data, cmd 1 count 1\n" +
+                  pmtReceived + quickWait(0) + newStreamPatReceived + quickWait(-2) + newStreamHandled +
+                  listSubscribed + patReceived + quickCaptured(1) + "Quick capture PID data, count 1\n" +
+                  pidListSent() + pidListDone + pidListError + resting);
+    EXPECT_EQ(session.state, stateStabilise);
+}
+
+TEST_F(Session, ANewStreamInTheWaitForTheSdtStartsAgain) {
+    parser.publishNext({pat, pmt, tsStatus, newStreamPat, pat, sdt, pmt, tsStatus});
+    EXPECT_EQ(runFrom(stateInitFeed, requestPgmData),
+              entered + feedOpened + listSubscribed + patReceived + quickCaptured(3) +
+                  "Quick capture real SDT, retain 0 pmtcnt 1\n" + newStreamPatReceived + newStreamHandled +
+                  listSubscribed + patReceived + "Quick send MPEG data, cmd 3 count 1\n" + sdtReceived +
+                  quickWait(0) + pmtReceived + quickWait(0) + tsStatusReceived + quickWait(0) +
+                  "Quick capture real SDT, retain 0 pmtcnt 1\n" + summaryPrinted + programListSent() +
+                  "> subscribe MPEG-STRUCT-PMT\n"
+                  "> subscribe MPEG-STRUCT-TS-STATUS\n"
+                  "> subscribe MPEG-STRUCT-AVPGM\n"
+                  "> instruction of 2 bytes: 10f\n" +
+                  resting);
+}
+
+TEST_F(Session, ANewStreamInTheWaitOfAPsiRequestDoesNotLeaveIt) {
+    parser.publishNext({tsStatus, cat, newStreamPat, tsStatus, pat});
+    EXPECT_EQ(runFrom(stateInitFeed, requestCat, 1),
+              entered + feedOpened +
+                  "> subscribe MPEG-STRUCT-CAT\n"
+                  "> subscribe MPEG-STRUCT-PAT\n"
+                  "> subscribe MPEG-STRUCT-TS-STATUS\n"
+                  "> instruction of 2 bytes: 085\n" +
+                  tsStatusReceived + catReceived + newStreamPatReceived + tsStatusReceived + patReceived +
+                  "Quick capture PSI data req 7 parm 1\n" +
+                  documentSent(7, R"({"requestReply":"dataStream","dataStream":"CAT","CAT":{"pidCount":"0",)"
+                                  R"("tableID":"0x1","pidRate":"   0.000Kbps","details":"noServices"}})") +
+                  "PSI Sent to Client\n" + updating);
+}
+
+TEST_F(Session, ANewStreamWhileStabilisingStartsAgain) {
+    openFeed({patBit, sdtBit, pmtBit, tsStatusBit});
+    feed.instructionWord = 0x1FF;
+    parser.publishNext({newStreamPat, pat, pmt, tsStatus});
+    EXPECT_EQ(runFrom(stateStabilise, requestPidData),
+              entered + "Stabilize data\nSend Topic Instruction 1ff\n" + newStreamPatReceived +
+                  "MLC Stabilize capt -2 count 0\n" + newStreamHandled + listSubscribed + patReceived +
+                  quickCaptured(1) + "Quick capture PID data, count 1\n" + pidListSent() + pidListDone +
+                  pidListError + resting);
+}
+
+TEST_F(Session, ANewStreamInTheUpdateWaitStartsAgain) {
+    openFeed({patBit, sdtBit, pmtBit, tsStatusBit});
+    session.updateCountdown = 1;
+    parser.publishNext({tsStatus, newStreamPat, pat, pmt, tsStatus});
+    EXPECT_EQ(runFrom(stateUpdate, requestPidData),
+              entered +
+                  "Update: Chged MPEG Topics 0: \n"
+                  "Update: Parser Instructions 7: PAT Stat PMT \n"
+                  "> instruction of 2 bytes: 007\n" +
+                  tsStatusReceived + newStreamPatReceived + newStreamHandled + listSubscribed + patReceived +
+                  quickCaptured(1) + "Quick capture PID data, count 1\n" + pidListSent() + pidListDone +
+                  pidListError + resting);
+}
+
+// Stabilising.
+
+class StabilisingSession : public Session {
+  protected:
+    // The feed after a first PID list, and the records of the stream.
+    StabilisingSession() {
+        openFeed({patBit, sdtBit, pmtBit, tsStatusBit, avPgmBit, catBit, nitBit, eitBit, tdtBit});
+        for (const Message& message : {pat, pmt, tsStatus, sdt}) {
+            parser.publishNext(message);
+            consoleOf([&] { receiveMpegTopic(&feed, &programCount); });
+        }
+        feed.instructionWord = 0x1FF;
+    }
+};
+
+TEST_F(StabilisingSession, RestsUntilTwoPassesSawTheSameChanges) {
+    feed.changedTopics = 0x1FF;
+    parser.publishNext(pat); // the same as before: its bit is cleared
+    EXPECT_EQ(runFrom(stateStabilise, requestPidData),
+              entered + "Stabilize data\nSend Topic Instruction 1ff\n" + patReceived +
+                  "MLC Stabilize capt 0 count 1\n" + summaryPrinted +
+                  "Topics Chged 1fe: SDT Stat PMT AV CAT NIT EIT TDT \n" + resting);
+    EXPECT_EQ(session.state, stateStabilise);
+    EXPECT_EQ(feed.previousChanged, 0x1FE);
+}
+
+TEST_F(StabilisingSession, AStableStreamIsSentAndKeepsOnlyTheTopicsThatChange) {
+    feed.changedTopics = 0x1FF;
+    feed.previousChanged = 0x1FE;
+    session.updateCountdown = 7;
+    parser.publishNext(pat);
+    EXPECT_EQ(runFrom(stateStabilise, requestPidData),
+              entered + "Stabilize data\nSend Topic Instruction 1ff\n" + patReceived +
+                  "MLC Stabilize capt 0 count 1\n" + summaryPrinted +
+                  "Topics Chged 1fe: SDT Stat PMT AV CAT NIT EIT TDT \n"
+                  "Stable and PAT/PIDs Not Changing\n"
+                  "Send Stablized Data to Client\n" +
+                  pidListSent() + updating);
+    EXPECT_EQ(session.state, stateUpdate);
+    EXPECT_EQ(session.updateCountdown, 2);
+    EXPECT_EQ(feed.requestedTopics, 0x1FF);
+    EXPECT_EQ(feed.instructionWord, 0x1FF);
+    EXPECT_NE(feed.receivedMask & 0x08U, 0U);
+}
+
+TEST_F(StabilisingSession, TopicsThatDoNotChangeAreUnsubscribedThePatNever) {
+    feed.changedTopics = feed.previousChanged = 0;
+    parser.publishNext(pat);
+    EXPECT_EQ(runFrom(stateStabilise, requestPgmData),
+              entered + "Stabilize data\nSend Topic Instruction 1ff\n" + patReceived +
+                  "MLC Stabilize capt 0 count 1\n" + summaryPrinted +
+                  "Topics Chged 0: \n"
+                  "Stable and PAT/PIDs Not Changing\n"
+                  "Send Stablized Data to Client\n" +
+                  programListSent() +
+                  "> unsubscribe MPEG-STRUCT-SDT\n"
+                  "> unsubscribe MPEG-STRUCT-TS-STATUS\n"
+                  "> unsubscribe MPEG-STRUCT-PMT\n"
+                  "> unsubscribe MPEG-STRUCT-AVPGM\n"
+                  "> unsubscribe MPEG-STRUCT-CAT\n"
+                  "> unsubscribe MPEG-STRUCT-NIT\n"
+                  "> unsubscribe MPEG-STRUCT-EIT\n"
+                  "> unsubscribe MPEG-STRUCT-TDT\n" +
+                  updating);
+    EXPECT_EQ(feed.requestedTopics, 0x001);
+    EXPECT_EQ(feed.instructionWord, 0x001);
+}
+
+TEST_F(StabilisingSession, AChangingPatIsSaidToChange) {
+    feed.changedTopics = 0x106;
+    feed.previousChanged = 0x107;
+    Message changedPat = pat;
+    changedPat[2][600] = '\x01';
+    parser.publishNext(changedPat);
+    EXPECT_EQ(runFrom(stateStabilise, requestPidData),
+              entered + "Stabilize data\nSend Topic Instruction 1ff\n" + patReceived +
+                  "MLC Stabilize capt 0 count 1\n" + summaryPrinted +
+                  "Topics Chged 107: PAT Stat PMT AV \n"
+                  "Stable but PAT/PIDs Changing\n"
+                  "Send Stablized Data to Client\n" +
+                  pidListSent() +
+                  "> unsubscribe MPEG-STRUCT-SDT\n"
+                  "> unsubscribe MPEG-STRUCT-CAT\n"
+                  "> unsubscribe MPEG-STRUCT-NIT\n"
+                  "> unsubscribe MPEG-STRUCT-EIT\n"
+                  "> unsubscribe MPEG-STRUCT-TDT\n" +
+                  updating);
+    EXPECT_EQ(feed.requestedTopics, 0x107);
+    EXPECT_EQ(feed.instructionWord, 0x107);
+}
+
+TEST_F(StabilisingSession, BrokenMessagesAreShownAndPassedOver) {
+    feed.changedTopics = 0;
+    feed.previousChanged = 0x1FF;
+    parser.publishNext({pmt, pat, pat});
+    zmqFaults::failMoreQuery(3, 1);
+    EXPECT_EQ(runFrom(stateStabilise, requestPidData),
+              entered + "Stabilize data\nSend Topic Instruction 1ff\n" + pmtReceived +
+                  "Error: More than 3 part MPEG PUB PMT\n"
+                  "MLC Stabilize capt -1 count 1\n" +
+                  patReceived + "MLC Stabilize capt 0 count 1\n" + summaryPrinted + "Topics Chged 0: \n" +
+                  resting);
+    EXPECT_EQ(parser.unpublished(), 1U);
+}
+
+TEST_F(StabilisingSession, AnArtificialSdtCountsAsCapturedHereToo) {
+    feed.receivedMask = 0;
+    feed.previousChanged = 0x1FF;
+    parser.publishNext(patWithoutSdtPid);
+    runFrom(stateStabilise, requestPidData);
+    EXPECT_EQ(feed.receivedMask, 0x13U);
+}
+
+// Updating.
+
+struct UpdateWord {
+    std::int32_t requestCode;
+    TopicBits changed;
+    const char* lines;
+};
+
+class UpdateWords : public Session, public testing::WithParamInterface<UpdateWord> {};
+
+INSTANTIATE_TEST_SUITE_P(
+    Requests, UpdateWords,
+    testing::Values(UpdateWord{1, 0x100,
+                               "Update: Chged MPEG Topics 100: AV \n"
+                               "Update: Parser Instructions 107: PAT Stat PMT AV \n"
+                               "> instruction of 2 bytes: 107\n"},
+                    UpdateWord{1, 0x0FF,
+                               "Update: Chged MPEG Topics ff: PAT SDT Stat PMT CAT NIT EIT TDT \n"
+                               "Update: Parser Instructions 7: PAT Stat PMT \n"
+                               "> instruction of 2 bytes: 007\n"},
+                    UpdateWord{2, 0x1FF,
+                               "Update: Chged MPEG Topics 1ff: PAT SDT Stat PMT AV CAT NIT EIT TDT \n"
+                               "Update: Parser Instructions 5: PAT Stat \n"
+                               "> instruction of 2 bytes: 005\n"},
+                    UpdateWord{3, 0x100,
+                               "Update: Chged MPEG Topics 100: AV \n"
+                               "Update: Parser Instructions f: PAT SDT Stat PMT \n"
+                               "> instruction of 2 bytes: 00f\n"},
+                    UpdateWord{5, 0x100,
+                               "Update: Chged MPEG Topics 100: AV \n"
+                               "Update: Parser Instructions 5: PAT Stat \n"
+                               "> instruction of 2 bytes: 005\n"},
+                    UpdateWord{6, 0x000,
+                               "Update: Chged MPEG Topics 0: \n"
+                               "Update: Parser Instructions 5: PAT Stat \n"
+                               "> instruction of 2 bytes: 005\n"},
+                    UpdateWord{7, 0x000,
+                               "Update: Chged MPEG Topics 0: \n"
+                               "Update: Parser Instructions 85: PAT Stat CAT \n"
+                               "> instruction of 2 bytes: 085\n"},
+                    UpdateWord{8, 0x000,
+                               "Update: Chged MPEG Topics 0: \n"
+                               "Update: Parser Instructions 15: PAT Stat NIT \n"
+                               "> instruction of 2 bytes: 015\n"},
+                    UpdateWord{9, 0x000,
+                               "Update: Chged MPEG Topics 0: \n"
+                               "Update: Parser Instructions d: PAT SDT Stat \n"
+                               "> instruction of 2 bytes: 00d\n"},
+                    UpdateWord{10, 0x000,
+                               "Update: Chged MPEG Topics 0: \n"
+                               "Update: Parser Instructions 45: PAT Stat EIT \n"
+                               "> instruction of 2 bytes: 045\n"},
+                    UpdateWord{11, 0x000,
+                               "Update: Chged MPEG Topics 0: \n"
+                               "Update: Parser Instructions 25: PAT Stat TDT \n"
+                               "> instruction of 2 bytes: 025\n"}),
+    [](const auto& row) {
+        return "Request" + std::to_string(row.param.requestCode) + "Changed" +
+               std::to_string(row.param.changed);
+    });
+
+TEST_P(UpdateWords, NameWhatTheRequestNeeds) {
+    openFeed({patBit});
+    feed.changedTopics = GetParam().changed;
+    session.updateCountdown = 2;
+    EXPECT_EQ(runFrom(stateUpdate, GetParam().requestCode), entered + GetParam().lines + updating);
+    EXPECT_EQ(session.state, stateUpdate);
+    EXPECT_EQ(session.updateCountdown, 1);
+}
+
+TEST_F(StabilisingSession, EverySecondUpdateWaitsForAPatAndSendsThePidList) {
+    session.updateCountdown = 1;
+    feed.changedTopics = 0x004;
+    feed.receivedMask = 0xFF;
+    parser.publishNext({tsStatus, pat});
+    EXPECT_EQ(runFrom(stateUpdate, requestPidData), entered +
+                                                        "Update: Chged MPEG Topics 4: Stat \n"
+                                                        "Update: Parser Instructions 7: PAT Stat PMT \n"
+                                                        "> instruction of 2 bytes: 007\n" +
+                                                        tsStatusReceived + patReceived + pidListSent() +
+                                                        updating);
+    EXPECT_EQ(session.state, stateUpdate);
+    EXPECT_EQ(session.updateCountdown, 2);
+    EXPECT_EQ(feed.receivedMask, 0x91U);
+}
+
+TEST_F(StabilisingSession, AnUpdateOfTheProgramListPrintsTheSummaryFirst) {
+    session.updateCountdown = 1;
+    feed.changedTopics = 0;
+    parser.publishNext(pat);
+    EXPECT_EQ(runFrom(stateUpdate, requestPgmData), entered +
+                                                        "Update: Chged MPEG Topics 0: \n"
+                                                        "Update: Parser Instructions f: PAT SDT Stat PMT \n"
+                                                        "> instruction of 2 bytes: 00f\n" +
+                                                        patReceived + summaryPrinted + programListSent() +
+                                                        updating);
+}
+
+TEST_F(StabilisingSession, AnUpdateOfATableSendsItAgain) {
+    session.updateCountdown = 1;
+    feed.changedTopics = 0;
+    parser.publishNext({tdt, pat});
+    EXPECT_EQ(runFrom(stateUpdate, requestTdt, 20),
+              entered +
+                  "Update: Chged MPEG Topics 0: \n"
+                  "Update: Parser Instructions 25: PAT Stat TDT \n"
+                  "> instruction of 2 bytes: 025\n" +
+                  tdtReceived + patReceived +
+                  documentSent(11,
+                               R"({"requestReply":"dataStream","dataStream":"TDT","TDT":{"tableID":"0x70",)"
+                               R"("Date:MJD":"0","TOD":"","pidRate":"   0.000Kbps"}})") +
+                  updating);
+}
+
+TEST_F(StabilisingSession, AnArtificialSdtCountsAsCapturedInAnUpdateToo) {
+    session.updateCountdown = 1;
+    parser.publishNext(patWithoutSdtPid);
+    runFrom(stateUpdate, requestPidData);
+    EXPECT_EQ(feed.receivedMask, 0x13U);
+}
+
+TEST_F(StabilisingSession, ABrokenMessageInTheUpdateWaitRunsTheUpdateAgain) {
+    session.updateCountdown = 1;
+    feed.changedTopics = 0;
+    parser.publishNext({tsStatus, pat});
+    zmqFaults::failMoreQuery(3, 1);
+    EXPECT_EQ(runFrom(stateUpdate, requestPidData), entered +
+                                                        "Update: Chged MPEG Topics 0: \n"
+                                                        "Update: Parser Instructions 7: PAT Stat PMT \n"
+                                                        "> instruction of 2 bytes: 007\n" +
+                                                        tsStatusReceived +
+                                                        "Error: More than 3 part MPEG PUB STAT\n"
+                                                        "Update: Chged MPEG Topics 0: \n"
+                                                        "Update: Parser Instructions 7: PAT Stat PMT \n"
+                                                        "> instruction of 2 bytes: 007\n" +
+                                                        updating);
+    EXPECT_EQ(session.updateCountdown, 1);
+}
+
+// Stopping, and requests upon requests.
+
+TEST_F(Session, OffStopsTheParserAndClosesTheFeed) {
+    openFeed({patBit});
+    EXPECT_EQ(runFrom(stateStop, requestPidData), entered +
+                                                      "Send MPEG Stop reply ACK to Client\n"
+                                                      "Send Stop Topics Instructions to Parser 1\n"
+                                                      "> instruction of 2 bytes: 001\n" +
+                                                      feedClosed + "Stop MPEG, Wait for new Command\n" +
+                                                      idle);
+    EXPECT_EQ(session.state, stateInitFeed);
+    EXPECT_FALSE(feedIsOpen(&feed));
+    EXPECT_EQ(zmqFaults::openSockets(), 0);
+    EXPECT_EQ(zmqFaults::openContexts(), 0);
+}
+
+TEST_F(Session, OffWithoutAFeedSendsAndClosesNothing) {
+    EXPECT_EQ(runFrom(stateStop, requestPidData), entered +
+                                                      "Send MPEG Stop reply ACK to Client\n"
+                                                      "Send Stop Topics Instructions to Parser 1\n"
+                                                      "Stop MPEG, Wait for new Command\n" +
+                                                      idle);
+    EXPECT_EQ(session.state, stateInitFeed);
+}
+
+TEST_F(Session, AfterOffTheNextRequestOpensTheFeedAnew) {
+    parser.publishNext({pat, pmt, tsStatus});
+    runFrom(stateInitFeed, requestPidData);
+    runFrom(stateStop, requestPidData);
+    parser.publishNext({pat, pmt, tsStatus});
+    const std::string transcript = runFrom(stateInitFeed, requestPidData);
+    EXPECT_TRUE(transcript.starts_with(entered + feedOpened + listSubscribed + patReceived)) << transcript;
+    EXPECT_EQ(zmqFaults::openContexts(), 1);
+}
+
+TEST_F(Session, ASecondRequestOpensASecondFeedAndLeavesTheFirstOpen) {
+    parser.publishNext({pat, pmt, tsStatus});
+    runFrom(stateInitFeed, requestPidData);
+    void* first = feed.context;
+    parser.publishNext({pat, pmt, tsStatus});
+    const std::string transcript = runFrom(stateInitFeed, requestPidData);
+    EXPECT_TRUE(transcript.starts_with(entered + feedOpened + listSubscribed + patReceived)) << transcript;
+    EXPECT_EQ(feed.superseded.context, first);
+    EXPECT_EQ(zmqFaults::openContexts(), 2);
+    EXPECT_EQ(zmqFaults::openSockets(), 4);
+}
+
+TEST_F(Session, ManyRequestsAndAnOffLeaveNothingOpen) {
+    for (int i = 0; i < 5; ++i) {
+        parser.publishNext({pat, pmt, tsStatus});
+        runFrom(stateInitFeed, requestPgmDetail);
+        EXPECT_LE(zmqFaults::openContexts(), 2);
+    }
+    runFrom(stateStop, requestPgmDetail);
+    EXPECT_EQ(zmqFaults::openSockets(), 0);
+    EXPECT_EQ(zmqFaults::openContexts(), 0);
+}
+
+TEST_F(Session, AStateThatThereIsNotIsReportedAndIdle) {
+    for (const std::int32_t state : {0, -1, 11, 2147483647, -2147483647 - 1}) {
+        EXPECT_EQ(runFrom(state, requestPidData),
+                  entered + "Illegal Client MPEG State " + std::to_string(state) + "\n" + idle);
+        EXPECT_EQ(session.state, stateInitFeed);
+    }
+}
+
+TEST_F(Session, AnUnansweredDocumentDoesNotStopTheSession) {
+    zmqFaults::hooks.insteadOfSleep = [](useconds_t) {};
+    trufios.answerNext("");
+    parser.publishNext({pat, pmt, tsStatus});
+    EXPECT_EQ(runFrom(stateInitFeed, requestPidData),
+              entered + feedOpened + listSubscribed + patReceived + quickCaptured(1) +
+                  "Quick capture PID data, count 1\n" + pidListSent() + "5s Abort\n" + pidListDone +
+                  pidListError + resting);
+}
