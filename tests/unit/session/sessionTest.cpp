@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -343,6 +344,29 @@ TEST_F(Session, WithoutAPatTheProgramListSubscribesNothingFurther) {
     EXPECT_TRUE(runFrom(stateQuickProgramList, requestPgmData)
                     .ends_with("\"svcName\":\"News One\"}]}}\n> instruction of 2 bytes: 10f\n" + resting));
     EXPECT_EQ(feed.receivedMask, 0x12U);
+}
+
+TEST_F(Session, ASessionForgetsWhatWasCapturedBeforeIt) {
+    feed.changedTopics = 0x1F8;
+    feed.receivedMask = 0xFF;
+    feed.requestedTopics = 0x1FF;
+    parser.publishNext({pat, tsStatus});
+    runFrom(stateInitFeed, requestTdt, 20);
+    EXPECT_EQ(feed.changedTopics, 0x005);
+    EXPECT_EQ(feed.receivedMask, 0x91U);
+    EXPECT_EQ(feed.requestedTopics, 0x025);
+}
+
+TEST_F(Session, TheTopicThatIsWaitedForIsNoted) {
+    EXPECT_TRUE(runFrom(stateInitFeed, requestPgmData).ends_with(silence));
+    EXPECT_STREQ(feed.currentTopic, "MPEG-STRUCT-PAT");
+    const std::vector<std::pair<std::int32_t, const char*>> tables{
+        {0, "MPEG-STRUCT-PAT"},  {1, "MPEG-STRUCT-CAT"},  {16, "MPEG-STRUCT-NIT"},
+        {17, "MPEG-STRUCT-SDT"}, {18, "MPEG-STRUCT-EIT"}, {20, "MPEG-STRUCT-TDT"}};
+    for (const auto& [pid, topic] : tables) {
+        EXPECT_TRUE(runFrom(stateInitFeed, requestPat, pid).ends_with(silence));
+        EXPECT_STREQ(feed.currentTopic, topic);
+    }
 }
 
 // A new stream in each wait.
@@ -712,8 +736,12 @@ TEST_F(Session, ASecondRequestOpensASecondFeedAndLeavesTheFirstOpen) {
     runFrom(stateInitFeed, requestPidData);
     void* first = feed.context;
     parser.publishNext({pat, pmt, tsStatus});
-    const std::string transcript = runFrom(stateInitFeed, requestPidData);
-    EXPECT_TRUE(transcript.starts_with(entered + feedOpened + listSubscribed + patReceived)) << transcript;
+    feed.changedTopics = 0x1FF;
+    feed.receivedMask = 0xFF;
+    EXPECT_EQ(runFrom(stateInitFeed, requestPidData),
+              entered + feedOpened + listSubscribed + patReceived + quickCaptured(1) +
+                  "Quick capture PID data, count 1\n" + pidListSent() + pidListDone + pidListError + resting);
+    EXPECT_EQ(feed.receivedMask, 0xB1U);
     EXPECT_EQ(feed.superseded.context, first);
     EXPECT_EQ(zmqFaults::openContexts(), 2);
     EXPECT_EQ(zmqFaults::openSockets(), 4);
