@@ -507,6 +507,7 @@ void addSessions(const Corpus& corpus) {
         add("new-stream-in-state-" + std::to_string(state),
             session(state, 3, 0).then(newStreamPat()).then(quickCapture()).answer(DocumentAnswer::ack));
     }
+    add("request-without-document", session(4, 2, 0).then(message(patBit)));
     add("illegal-psi", session(2, 9, 19).then(psiCapture(sdtBit)).answer(DocumentAnswer::ack));
 }
 
