@@ -427,6 +427,7 @@ void addRequests(const Corpus& corpus) {
             .answer(DocumentAnswer::text)
             .text(R"({"reply": "nak", "reason": "busy"})")
             .then(request("NIT", "on").then(psiCapture(nitBit)).answer(DocumentAnswer::ackLate).u16(400)));
+    add("pgmDetail-without-patIndex", request("pgmDetail", "on"));
     add("refused", request("PATX", "on")
                        .then(request("pat", "on"))
                        .then(request("PAT", "onn"))
