@@ -5,18 +5,9 @@
 // ends the program. The documents are chosen so that they have none of their irregular commas, which two of
 // the peers could not write.
 #include "benchMain.h"
+#include "documentWorkloads.h"
 #include "documentWriters.h"
-#include "workloads.h"
 
-#include "documents/catDocument.h"
-#include "documents/eitDocument.h"
-#include "documents/nitDocument.h"
-#include "documents/patDocument.h"
-#include "documents/pgmDetailDocument.h"
-#include "documents/pgmListDocument.h"
-#include "documents/pidListDocument.h"
-#include "documents/sdtDocument.h"
-#include "documents/tdtDocument.h"
 #include "feed/recordStore.h"
 
 #include <benchmark/benchmark.h>
@@ -31,81 +22,37 @@ DocumentBuffer built;
 DocumentBuffer peerBuilt;
 rapidjson::StringBuffer rapidJsonBuilt;
 
-// One document at one size: how to load its records, how the service builds it, what the peers write.
-struct Subject {
-    const char* name;
-    void (*load)();
-    std::size_t (*build)(DocumentBuffer& out);
-    void (*plain)(PlainWriter& out);
-    void (*jansson)(JanssonWriter& out);
-    void (*rapidJson)(RapidJsonWriter& out);
+// One document, and what the peers write for it.
+struct Subject : DocumentWorkload {
+    std::function<void(PlainWriter& out)> plain;
+    std::function<void(JanssonWriter& out)> jansson;
+    std::function<void(RapidJsonWriter& out)> rapidJson;
 };
 
-template <int pids>
-void loadPids() {
-    loadStream({pids, (pids - 8) / 5, 2, 1, 0, true});
-    collectPids(newestRecords.pat.programCount);
+template <typename Write>
+Subject withPeers(const char* name, Write write) {
+    return {documentWorkload(name), write, write, write};
 }
 
-template <int pids>
-constexpr Subject pidListOf(const char* name) {
-    return {name,
-            loadPids<pids>,
-            [](DocumentBuffer& out) { return buildPidListJson(pidTable, pids, aggStreamRate, out); },
-            [](PlainWriter& out) { writePidList(out, pids, aggStreamRate); },
-            [](JanssonWriter& out) { writePidList(out, pids, aggStreamRate); },
-            [](RapidJsonWriter& out) { writePidList(out, pids, aggStreamRate); }};
-}
-
-void loadDetail() {
-    loadStream({108, 3, maxAudioTracks, 0, maxEcmPids, true});
+Subject pidListOf(const char* name, int pids) {
+    return withPeers(name, [pids](auto& out) { writePidList(out, pids, aggStreamRate); });
 }
 
 const std::vector<Subject> subjects{
-    pidListOf<1>("PidList/1"),
-    pidListOf<16>("PidList/16"),
-    pidListOf<64>("PidList/64"),
-    pidListOf<108>("PidList/108"),
-    {"PgmList/60", loadFullTables,
-     [](DocumentBuffer& out) { return buildPgmListJson(&newestRecords.sdt, out); },
-     [](PlainWriter& out) { writePgmList(out, newestRecords.sdt); },
-     [](JanssonWriter& out) { writePgmList(out, newestRecords.sdt); },
-     [](RapidJsonWriter& out) { writePgmList(out, newestRecords.sdt); }},
-    {"PgmDetail", loadDetail,
-     [](DocumentBuffer& out) {
-         return buildPgmDetailJson(&newestRecords.pmt.slots[1], &newestRecords.avPgm.slots[1], out);
-     },
-     [](PlainWriter& out) { writePgmDetail(out, newestRecords.pmt.slots[1], newestRecords.avPgm.slots[1]); },
-     [](JanssonWriter& out) {
-         writePgmDetail(out, newestRecords.pmt.slots[1], newestRecords.avPgm.slots[1]);
-     },
-     [](RapidJsonWriter& out) {
-         writePgmDetail(out, newestRecords.pmt.slots[1], newestRecords.avPgm.slots[1]);
-     }},
-    {"PAT/60", loadFullTables, [](DocumentBuffer& out) { return buildPatJson(newestRecords.pat, out); },
-     [](PlainWriter& out) { writePat(out, newestRecords.pat); },
-     [](JanssonWriter& out) { writePat(out, newestRecords.pat); },
-     [](RapidJsonWriter& out) { writePat(out, newestRecords.pat); }},
-    {"CAT/10", loadFullTables, [](DocumentBuffer& out) { return buildCatJson(newestRecords.cat, out); },
-     [](PlainWriter& out) { writeCat(out, newestRecords.cat); },
-     [](JanssonWriter& out) { writeCat(out, newestRecords.cat); },
-     [](RapidJsonWriter& out) { writeCat(out, newestRecords.cat); }},
-    {"NIT/10", loadFullTables, [](DocumentBuffer& out) { return buildNitJson(newestRecords.nit, out); },
-     [](PlainWriter& out) { writeNit(out, newestRecords.nit); },
-     [](JanssonWriter& out) { writeNit(out, newestRecords.nit); },
-     [](RapidJsonWriter& out) { writeNit(out, newestRecords.nit); }},
-    {"SDT/60", loadFullTables, [](DocumentBuffer& out) { return buildSdtJson(newestRecords.sdt, out); },
-     [](PlainWriter& out) { writeSdt(out, newestRecords.sdt); },
-     [](JanssonWriter& out) { writeSdt(out, newestRecords.sdt); },
-     [](RapidJsonWriter& out) { writeSdt(out, newestRecords.sdt); }},
-    {"EIT/60", loadFullTables, [](DocumentBuffer& out) { return buildEitJson(newestRecords.eit, out); },
-     [](PlainWriter& out) { writeEit(out, newestRecords.eit); },
-     [](JanssonWriter& out) { writeEit(out, newestRecords.eit); },
-     [](RapidJsonWriter& out) { writeEit(out, newestRecords.eit); }},
-    {"TDT", loadFullTables, [](DocumentBuffer& out) { return buildTdtJson(newestRecords.tdt, out); },
-     [](PlainWriter& out) { writeTdt(out, newestRecords.tdt); },
-     [](JanssonWriter& out) { writeTdt(out, newestRecords.tdt); },
-     [](RapidJsonWriter& out) { writeTdt(out, newestRecords.tdt); }},
+    pidListOf("PidList/1", 1),
+    pidListOf("PidList/16", 16),
+    pidListOf("PidList/64", 64),
+    pidListOf("PidList/108", 108),
+    withPeers("PgmList/60", [](auto& out) { writePgmList(out, newestRecords.sdt); }),
+    withPeers(
+        "PgmDetail",
+        [](auto& out) { writePgmDetail(out, newestRecords.pmt.slots[1], newestRecords.avPgm.slots[1]); }),
+    withPeers("PAT/60", [](auto& out) { writePat(out, newestRecords.pat); }),
+    withPeers("CAT/10", [](auto& out) { writeCat(out, newestRecords.cat); }),
+    withPeers("NIT/10", [](auto& out) { writeNit(out, newestRecords.nit); }),
+    withPeers("SDT/60", [](auto& out) { writeSdt(out, newestRecords.sdt); }),
+    withPeers("EIT/60", [](auto& out) { writeEit(out, newestRecords.eit); }),
+    withPeers("TDT", [](auto& out) { writeTdt(out, newestRecords.tdt); }),
 };
 
 void requireSame(const Subject& subject, const char* peer, const char* text) {

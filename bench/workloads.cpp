@@ -78,12 +78,13 @@ void loadStream(const StreamShape& shape) {
         listPid(shape, pid);
     }
     pat.programs[0] = {0, nitPid};
-    for (int patIndex = 1; patIndex <= shape.programs; ++patIndex) {
+    const int first = shape.programs < maxPmtSlots ? 1 : 0;
+    pat.programCount = first + std::max(shape.programs, 0);
+    for (int patIndex = first; patIndex < pat.programCount; ++patIndex) {
         loadProgram(shape, patIndex);
         pat.programs[patIndex] = {newestRecords.pmt.slots[patIndex].pgmNum,
                                   newestRecords.pmt.slots[patIndex].pmtPid};
     }
-    pat.programCount = shape.programs + 1;
     while (pat.pidListCount < shape.pids - 1) {
         pat.pidList[pat.pidListCount] = static_cast<std::uint16_t>(0x1800 + pat.pidListCount);
         ++pat.pidListCount;
@@ -145,11 +146,15 @@ void loadFullTables() {
         nit.descriptorEntries[k].descriptorType = 0x41;
         setText(nit.descriptorEntries[k].descriptorText, "0x01F5/1 0x01F6/1 0x01F7/1 entry %d", k);
     }
+    newestRecords.tdt.tableId = 0x70;
+    newestRecords.tdt.dateMjd = 60000;
+    std::strcpy(newestRecords.tdt.timeOfDay, "12:34:56");
+}
+
+void loadFullPat() {
+    loadFullTables();
     newestRecords.pat.programCount = maxPrograms;
     for (int k = 0; k < maxPrograms; ++k) {
         newestRecords.pat.programs[k] = {static_cast<std::uint16_t>(1000 + k), componentPid(k, 0)};
     }
-    newestRecords.tdt.tableId = 0x70;
-    newestRecords.tdt.dateMjd = 60000;
-    std::strcpy(newestRecords.tdt.timeOfDay, "12:34:56");
 }

@@ -6,7 +6,7 @@
 // What a stream is made of.
 struct StreamShape {
     int pids;             // in the PID list, PAT, CAT, NIT, SDT, EIT and TDT first, the null PID last
-    int programs;         // without the network entry, which takes program index 0
+    int programs;         // behind the network entry, unless they need all 59 slots of the PMT record
     int audioTracks;      // of each program
     int privatePids;      // of each program
     int ecmPids;          // of each program
@@ -17,5 +17,9 @@ struct StreamShape {
 // Fills the newest records with a stream of this shape: rates of every size, names of usual length.
 void loadStream(const StreamShape& shape);
 
-// The table records at their fullest: 60 services, 60 events, 10 CA systems, 10 network descriptors.
+// A stream of 108 PIDs and 20 programs, its tables at their fullest: 60 services, 60 events, 10 CA systems,
+// 10 network descriptors.
 void loadFullTables();
+
+// The same with 60 programs in the PAT, for its document: most of them have no PMT.
+void loadFullPat();

@@ -1,0 +1,125 @@
+// Fixed workloads for callgrind, which counts the instructions of each: every document, a collection, the
+// reception of every record, and whole requests over replayed sockets. Run it under
+//   valgrind --tool=callgrind --collect-atstart=no
+// which then dumps one profile for each workload, named after it. Run alone, it does the same and counts
+// nothing.
+//
+// usage: instructionWorkloads [--toolchain]     --toolchain: prints what the counts depend on
+#include "benchMain.h"
+#include "documentWorkloads.h"
+#include "replayedSockets.h"
+#include "workloads.h"
+
+#include "feed/reception.h"
+#include "model/pidTable.h"
+#include "requests.h"
+#include "support/jsonText.h"
+
+#include <gnu/libc-version.h>
+#include <jansson.h>
+#include <valgrind/callgrind.h>
+
+#include <string>
+#include <string_view>
+
+namespace {
+
+// Runs the workload once for the caches of libraries, then once more under callgrind's eyes.
+template <typename Work>
+void measure(const std::string& name, Work work) {
+    work();
+    CALLGRIND_TOGGLE_COLLECT;
+    work();
+    CALLGRIND_TOGGLE_COLLECT;
+    CALLGRIND_DUMP_STATS_AT(name.c_str());
+}
+
+void measureDocuments() {
+    static DocumentBuffer document;
+    for (const DocumentWorkload& workload : documentWorkloads()) {
+        workload.load();
+        measure(std::string("document/") + workload.name,
+                [&] { benchmark::DoNotOptimize(workload.build(document)); });
+    }
+}
+
+void measureCollection(const char* name, const StreamShape& shape) {
+    loadStream(shape);
+    measure(std::string("collection/") + name, [] { collectPids(newestRecords.pat.programCount); });
+}
+
+void changeLastBytes(std::vector<PublishedRecord>& records) {
+    for (PublishedRecord& record : records) {
+        record.bytes.back() = static_cast<char>(record.bytes.back() ^ 1);
+    }
+}
+
+// One rotation of the nine topics a run. Two different rotations in turn change every record.
+void measureReception(const char* name, bool changing) {
+    loadFullTables();
+    std::vector<PublishedRecord> script = allPublishedNow();
+    std::vector<PublishedRecord> next = script;
+    if (changing) {
+        changeLastBytes(next);
+    }
+    script.insert(script.end(), next.begin(), next.end());
+    replay(script);
+    FeedContext feed{};
+    feed.subscribers[0] = recordSocket();
+    measure(std::string("reception/") + name, [&] {
+        for (std::size_t message = 0; message < topics.size(); ++message) {
+            receiveMpegTopic(&feed, &programCount);
+        }
+    });
+}
+
+void serve(std::string_view request, MpegSession& session, FeedContext& feed) {
+    json_error_t error;
+    json_t* parsed = parseJson(request.data(), error);
+    dispatchClientRequest(parsed, &session, &feed);
+    json_decref(parsed);
+}
+
+// A client's request from its parsing to its document, and the stop that follows it.
+void measureSession(const char* name, const char* request, std::initializer_list<TopicBits> published) {
+    loadFullTables();
+    std::vector<PublishedRecord> script;
+    for (const TopicBits topic : published) {
+        script.push_back(publishedNow(topic));
+    }
+    replay(script);
+    MpegSession session{};
+    session.docSocket = documentSocket();
+    FeedContext feed{};
+    measure(std::string("session/") + name, [&] {
+        serve(request, session, feed);
+        serve(R"({"dataStream": "pidData", "status": "off"})", session, feed);
+    });
+}
+
+void measureSessions() {
+    measureSession("pidData", R"({"dataStream": "pidData", "status": "on"})",
+                   {patBit, sdtBit, pmtBit, tsStatusBit});
+    measureSession("pgmData", R"({"dataStream": "pgmData", "status": "on"})",
+                   {patBit, sdtBit, pmtBit, tsStatusBit});
+    measureSession("pgmDetail", R"({"dataStream": "pgmDetail", "patIndex": "1"})",
+                   {patBit, sdtBit, pmtBit, avPgmBit, tsStatusBit});
+    measureSession("EIT", R"({"dataStream": "EIT", "status": "on"})", {eitBit, patBit, tsStatusBit});
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    if (argc > 1 && std::string_view(argv[1]) == "--toolchain") {
+        std::printf("compiler %s, C library %s, Jansson %s\n", __VERSION__, gnu_get_libc_version(),
+                    jansson_version_str());
+        return 0;
+    }
+    sendConsoleNowhere();
+    measureDocuments();
+    measureCollection("108 PIDs", {108, 20, 2, 1, 0, true});
+    measureCollection("worst case", {maxPids, maxPmtSlots, maxAudioTracks, maxPrivatePids, maxEcmPids, true});
+    measureReception("unchanged", false);
+    measureReception("changed", true);
+    measureSessions();
+}

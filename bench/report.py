@@ -1,0 +1,82 @@
+"""Measures the service beside its peers, and reports the ratios. bench/run builds what this runs."""
+
+import argparse
+import dataclasses
+import datetime
+import json
+import os
+import platform
+import subprocess
+import sys
+
+from figures import TABLES
+from measurements import RESULTS, ROOT, measure
+from tables import markdown_table, text_table
+
+PERFORMANCE = ROOT / "docs" / "performance.md"
+BEGIN = "<!-- figures of one run, written by bench/run --publish -->\n"
+END = "<!-- end of the figures -->\n"
+
+
+def machine():
+    """What the run depends on, in words."""
+    with open("/proc/cpuinfo", encoding="utf-8") as lines:
+        model = next((line.split(":")[1].strip() for line in lines if line.startswith("model name")), "")
+    compiler = subprocess.run(["g++", "--version"], capture_output=True, text=True, check=True).stdout
+    return {
+        "date": datetime.date.today().isoformat(),
+        "machine": f"{model or platform.machine()}, {os.cpu_count()} cores",
+        "system": f"{platform.system()} {platform.release()}",
+        "compiler": compiler.splitlines()[0],
+        "load": f"{os.getloadavg()[0]:.1f} before the run",
+    }
+
+
+def run_group(group, quick):
+    """The group's tables: title, and list of figures."""
+    print(f"measuring {group} ...", file=sys.stderr)
+    measured = measure(group, quick)
+    spread = f"middle half of the repetitions within {measured.spread() / 2:.0%} of their median"
+    return [(f"{title} ({spread})", list(make(measured))) for title, make in TABLES[group]]
+
+
+def keep(run, tables):
+    """Writes every figure to a file of its own kind."""
+    figures = [{"table": title, **dataclasses.asdict(figure), "met": figure.met()}
+               for title, figures in tables for figure in figures]
+    with open(RESULTS / "ratios.json", "w", encoding="utf-8") as out:
+        json.dump({"run": run, "figures": figures}, out, indent=1)
+
+
+def publish(run, tables):
+    """Replaces the figures in the document for readers."""
+    text = PERFORMANCE.read_text(encoding="utf-8")
+    before, _, rest = text.partition(BEGIN)
+    _, _, after = rest.partition(END)
+    facts = [f"{name.capitalize()}: {value}.  " for name, value in run.items()]
+    figures = "\n".join([*facts, "", *(markdown_table(*table) for table in tables)])
+    PERFORMANCE.write_text(before + BEGIN + "\n" + figures + "\n" + END + after, encoding="utf-8")
+
+
+def main():
+    parser = argparse.ArgumentParser(prog="bench/run")
+    parser.add_argument("--quick", action="store_true")
+    parser.add_argument("--publish", action="store_true")
+    parser.add_argument("groups", nargs="*", metavar="GROUP", help=", ".join(TABLES))
+    arguments = parser.parse_args()
+    unknown = set(arguments.groups) - set(TABLES)
+    if unknown:
+        parser.error(f"there is no group {', '.join(sorted(unknown))}; there are {', '.join(TABLES)}")
+    if arguments.publish and (arguments.groups or arguments.quick):
+        parser.error("only a whole run is published")
+
+    run = machine()
+    tables = [table for group in arguments.groups or TABLES for table in run_group(group, arguments.quick)]
+    for table in tables:
+        print(text_table(*table))
+    keep(run, tables)
+    if arguments.publish:
+        publish(run, tables)
+
+
+main()
