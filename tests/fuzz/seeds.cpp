@@ -448,20 +448,24 @@ void addRequests(const Corpus& corpus) {
         request("pidData", "on").then(newStreamPat()).then(quickCapture()).answer(DocumentAnswer::ack));
 }
 
+Seed number(unsigned value) {
+    return value < 64 ? Seed().u8(value) : Seed().u8(255).u32(value);
+}
+
 Seed session(unsigned state, unsigned requestCode, unsigned requestParam, unsigned countdown = 2) {
     return Seed()
-        .u16(2)
-        .u32(2)
-        .u8(2)
+        .u16(2) // bytes of the parser's replies
+        .u32(2) // programs
+        .u8(2)  // run, with what follows set before
         .u8(state)
         .u8(requestCode)
-        .u8(requestParam)
+        .then(number(requestParam))
         .u8(countdown)
-        .u8(0)
-        .u16(0x1FF)
-        .u16(0x105)
-        .u16(0)
-        .u16(0x0F);
+        .u8(0)      // captured
+        .u16(0x1FF) // requested
+        .u16(0x105) // changed
+        .u16(0)     // changed before
+        .u16(0x0F); // instruction
 }
 
 void addSessions(const Corpus& corpus) {
@@ -509,6 +513,9 @@ void addSessions(const Corpus& corpus) {
             session(state, 3, 0).then(newStreamPat()).then(quickCapture()).answer(DocumentAnswer::ack));
     }
     add("request-without-document", session(4, 2, 0).then(message(patBit)));
+    for (const unsigned patIndex : {0U, 58U, 59U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU}) {
+        add("program-index-" + std::to_string(patIndex), session(6, 5, patIndex).answer(DocumentAnswer::ack));
+    }
     add("illegal-psi", session(2, 9, 19).then(psiCapture(sdtBit)).answer(DocumentAnswer::ack));
 }
 
