@@ -17,6 +17,7 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <regex>
+#include <sstream>
 #include <string>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -255,6 +256,71 @@ TEST_F(RunRefuses, toBuildOnWhenItIsStopped) {
     EXPECT_THAT(transcript(run), HasSubstr("signal 2 (Interrupt)\n"));
     expectNothingLeft();
     close(event);
+}
+
+// The list of packages as it is, with a system on which every package but one is installed.
+class PackagesAreInstalled : public Run {
+  protected:
+    void SetUp() override {
+        Run::SetUp();
+        stand("dpkg-query", "case $* in *libjansson-dev*) exit 1 ;; esac; echo installed");
+        stand("id", "echo 0");
+        for (const char* tool : {"sh", "dirname", "sed", "env"}) {
+            fs::create_symlink(fs::path("/usr/bin") / tool, folder / tool);
+        }
+    }
+
+    // A command that stands in for the system's.
+    void stand(const std::string& name, const std::string& script) const {
+        std::ofstream(folder / name) << "#!/bin/sh\n" << script << '\n';
+        fs::permissions(folder / name, fs::perms::owner_all);
+    }
+
+    std::string install() const {
+        ChildProcess program(
+            {"env", "PATH=" + folder.string(), (root / "packaging/install-packages").string()}, {});
+        return transcript(program);
+    }
+};
+
+TEST_F(PackagesAreInstalled, withoutAWordWhenNoneIsMissing) {
+    stand("dpkg-query", "echo installed");
+    EXPECT_EQ(install(), "exit code 0\n");
+}
+
+TEST_F(PackagesAreInstalled, fromTheSystemsRegistry) {
+    stand("apt-get", "echo \"$@\" >>'" + (folder / "calls").string() + '\'');
+    EXPECT_EQ(install(), "Installing libjansson-dev\nexit code 0\n");
+    std::stringstream calls;
+    calls << std::ifstream(folder / "calls").rdbuf();
+    EXPECT_EQ(calls.str(), "--quiet --yes --no-install-recommends update\n"
+                           "--quiet --yes --no-install-recommends install libjansson-dev\n");
+}
+
+TEST_F(PackagesAreInstalled, orTheReasonIsShown) {
+    stand("apt-get", "echo 'E: no route to the mirror'; exit 100");
+    EXPECT_EQ(install(),
+              "Installing libjansson-dev\n"
+              "E: no route to the mirror\n"
+              "install-packages: apt-get could not install: libjansson-dev (its own words are above)\n"
+              "exit code 1\n");
+}
+
+TEST_F(PackagesAreInstalled, byRootOnly) {
+    stand("id", "echo 1000");
+    EXPECT_EQ(install(),
+              "install-packages: packages are missing and there is no sudo; run as root: apt-get install "
+              "libjansson-dev\nexit code 1\n");
+    stand("sudo", "echo sudo \"$@\"; exit 1");
+    EXPECT_THAT(install(), HasSubstr("sudo env DEBIAN_FRONTEND=noninteractive apt-get --quiet --yes "
+                                     "--no-install-recommends update\n"));
+}
+
+TEST_F(PackagesAreInstalled, onDebianOnly) {
+    fs::remove(folder / "dpkg-query");
+    EXPECT_THAT(
+        install(),
+        HasSubstr("install-packages: this is no Debian system: install the like of the packages in "));
 }
 
 // The rates depend on where in the stream the board is; everything else does not.
