@@ -51,7 +51,8 @@ std::string details(int count, int most, const char* emptyWord, EntryText entryT
     }
     std::string text = R"("details":[)";
     for (int k = 0; k < cut(count, most); ++k) {
-        text += (k > 0 ? "," : "") + entryText(k);
+        text += k > 0 ? "," : "";
+        text += entryText(k);
     }
     return text + "]";
 }
@@ -114,7 +115,8 @@ template <typename ElementText>
 std::string elements(int count, int most, ElementText elementText) {
     std::string text;
     for (int k = 0; k < cut(count, most); ++k) {
-        text += (k > 0 ? "," : "") + elementText(k);
+        text += k > 0 ? "," : "";
+        text += elementText(k);
     }
     return text;
 }

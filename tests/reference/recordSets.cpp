@@ -163,7 +163,7 @@ void fillCat(CatRecord& cat, PidSource& pids, Random& random) {
 void listFurtherPids(PidSource& pids, Random& random) {
     pids.list(patPid);
     for (const std::uint16_t pid :
-         {catPid, nitPid, sdtPid, eitPid, tdtPid, sitPid, nullPid, u16(2), u16(30)}) {
+         {catPid, nitPid, sdtPid, eitPid, tdtPid, nullPid, u16(2), u16(30), u16(31)}) {
         if (!random.oneIn(3)) {
             pids.list(pid);
         }
