@@ -190,14 +190,16 @@ class Session {
         }
         if (!silenceTold_ && start - *silentSince_ >= tunables::streamSilence) {
             silenceTold_ = true;
-            say("no packets for " + std::to_string(tunables::streamSilence.count()) +
-                " ms: expected a running stream, got silence; its rates fall to 0, and what comes is a new "
-                "stream");
+            say(analyser_.packets() == 0
+                    ? std::string("no packets yet: expected a running stream, got silence; waiting for it")
+                    : "no packets for " + std::to_string(tunables::streamSilence.count()) +
+                          " ms: expected a running stream, got silence; its rates fall to 0, and what comes is a "
+                          "new stream");
         }
     }
 
     void endSilence() {
-        if (silenceTold_) {
+        if (silenceTold_ && analyser_.packets() > 0) {
             analyser_.restart();
         }
         silentSince_.reset();

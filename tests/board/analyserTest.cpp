@@ -1,0 +1,287 @@
+// A stream goes in, the stream model comes out.
+#include "analyser.h"
+
+#include "packetSync.h"
+#include "psiTables.h"
+#include "streamWriter.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+namespace {
+
+using namespace streamWriter;
+
+constexpr std::uint16_t videoPid = 0x101;
+constexpr std::uint16_t audioPid = 0x102;
+constexpr std::uint16_t dataPid = 0x103;
+constexpr std::uint16_t pmtPid = 0x100;
+
+class Analyser : public testing::Test {
+  protected:
+    static void SetUpTestSuite() {
+        board::initialiseLibraries(false);
+    }
+
+    void play(const Packets& packets) {
+        const Bytes& bytes = packets.bytes();
+        for (std::size_t at = 0; at < bytes.size(); at += board::tsPacketSize) {
+            analyser.packet(bytes.data() + at);
+        }
+    }
+
+    const board::StreamModel& model() const {
+        return analyser.model();
+    }
+
+    // "number pmtPid: pcr; ecm...; pid/type/kind/coding/language..." of every program.
+    std::string programs() const {
+        std::ostringstream text;
+        for (const board::Program& program : model().programs) {
+            text << program.number << ' ' << program.pmtPid << ':';
+            if (program.map) {
+                text << " pcr " << program.map->pcrPid << ';';
+                for (const std::uint16_t pid : program.map->ecmPids) {
+                    text << " ecm " << pid << ';';
+                }
+                for (const board::ElementaryStream& stream : program.map->streams) {
+                    static constexpr std::array<const char*, 3> kinds{"video", "audio", "data"};
+                    text << ' ' << stream.pid << '/' << int{stream.streamType} << '/'
+                         << kinds[static_cast<std::size_t>(stream.kind)] << '/' << stream.audioCoding << '/'
+                         << stream.language << ';';
+                }
+            }
+            text << '\n';
+        }
+        return text.str();
+    }
+
+    std::vector<std::uint16_t> pids() const {
+        std::vector<std::uint16_t> list;
+        for (const board::PidState& state : model().pids) {
+            list.push_back(state.pid);
+        }
+        return list;
+    }
+
+    board::Analyser analyser{board::ticksPerSecond};
+};
+
+Packets oneProgram(std::uint8_t patVersion = 0) {
+    Packets packets;
+    packets.section(0, pat(77, {{0, 16}, {5, pmtPid}}, {patVersion, 0, 0}));
+    packets.section(pmtPid,
+                    pmt(5, videoPid, caDescriptor(0x500, 0x1F0),
+                        {{0x1B, videoPid, {}},
+                         {0x03, audioPid, joined({languageDescriptor("deu"), caDescriptor(0x600, 0x1F1)})},
+                         {0x06, dataPid, {}}}));
+    return packets;
+}
+
+TEST_F(Analyser, ReadsProgramsAndTheirMaps) {
+    play(oneProgram());
+    EXPECT_EQ(model().transportStreamId, 77);
+    EXPECT_EQ(programs(),
+              "0 16:\n"
+              "5 256: pcr 257; ecm 496; ecm 497; 257/27/video/0/; 258/3/audio/3/deu; 259/6/data/0/;\n");
+}
+
+TEST_F(Analyser, ListsPidsInOrderOfFirstAppearance) {
+    Packets packets = oneProgram();
+    packets.filler(8191);
+    packets.filler(audioPid);
+    packets.filler(8191);
+    packets.filler(videoPid);
+    play(packets);
+    EXPECT_EQ(pids(), (std::vector<std::uint16_t>{0, pmtPid, 8191, audioPid, videoPid}));
+}
+
+TEST_F(Analyser, DoesNotBelieveAPacketWithATransportError) {
+    Packets packets = oneProgram();
+    Bytes damaged = packets.bytes();
+    damaged[1] |= 0x80;
+    analyser.packet(damaged.data());
+    EXPECT_EQ(pids(), std::vector<std::uint16_t>{});
+    EXPECT_EQ(analyser.errors().transportErrors, 1U);
+}
+
+TEST_F(Analyser, DoesNotBelieveASectionWithAWrongCrc) {
+    Bytes damaged = pat(77, {{5, pmtPid}});
+    damaged[9] ^= 1; // a program number
+    Packets packets;
+    packets.section(0, damaged);
+    play(packets);
+    EXPECT_EQ(programs(), "");
+    EXPECT_EQ(analyser.errors().badSections, 1U);
+    packets = {};
+    packets.filler(0);
+    packets.section(0, pat(77, {{5, pmtPid}}));
+    play(packets);
+    EXPECT_EQ(programs(), "5 256:\n");
+}
+
+TEST_F(Analyser, CountsGapsOfContinuityAndGoesOn) {
+    Packets packets = oneProgram();
+    packets.filler(videoPid, 3);
+    play(packets);
+    Packets later; // its counters begin anew: a gap of one at 3
+    later.filler(videoPid);
+    later.filler(videoPid);
+    play(later);
+    EXPECT_EQ(analyser.errors().discontinuities, 1U);
+}
+
+TEST_F(Analyser, TakesANewVersionOfAMap) {
+    play(oneProgram());
+    Packets packets;
+    packets.filler(pmtPid); // the counter goes on from the first map's packet
+    packets.section(pmtPid, pmt(5, audioPid, {}, {{0x0F, audioPid, {}}}, {1, 0, 0}));
+    play(packets);
+    EXPECT_EQ(programs(), "0 16:\n5 256: pcr 258; 258/15/audio/1/;\n");
+    EXPECT_EQ(analyser.streamNumber(), 1U);
+}
+
+TEST_F(Analyser, CollectsAPatOfTwoSections) {
+    Packets packets;
+    packets.section(0, pat(1, {{1, 100}}, {0, 0, 1}));
+    play(packets);
+    EXPECT_EQ(programs(), "");
+    packets = {};
+    packets.filler(0); // keeps the counter in step
+    packets.section(0, pat(1, {{2, 200}}, {0, 1, 1}));
+    play(packets);
+    EXPECT_EQ(programs(), "1 100:\n2 200:\n");
+}
+
+TEST_F(Analyser, TakesAnotherTransportStreamIdForANewStream) {
+    play(oneProgram());
+    Packets packets;
+    packets.filler(0);
+    packets.section(0, pat(78, {{5, pmtPid}}, {1, 0, 0}));
+    packets.filler(videoPid);
+    play(packets);
+    EXPECT_EQ(analyser.streamNumber(), 2U);
+    EXPECT_EQ(programs(), "5 256:\n");
+    EXPECT_EQ(pids(), (std::vector<std::uint16_t>{0, videoPid}));
+}
+
+TEST_F(Analyser, TakesAPatWithNoneOfTheOldProgramsForANewStream) {
+    play(oneProgram());
+    Packets packets;
+    packets.filler(0);
+    packets.section(0, pat(77, {{0, 16}, {6, pmtPid}}, {1, 0, 0}));
+    play(packets);
+    EXPECT_EQ(analyser.streamNumber(), 2U);
+}
+
+TEST_F(Analyser, TakesAPatWithOneMoreProgramForTheSameStream) {
+    play(oneProgram());
+    Packets packets;
+    packets.filler(0);
+    packets.section(0, pat(77, {{5, pmtPid}, {6, 0x200}}, {1, 0, 0}));
+    play(packets);
+    EXPECT_EQ(analyser.streamNumber(), 1U);
+    EXPECT_EQ(programs().substr(0, 15), "5 256: pcr 257;");
+}
+
+TEST_F(Analyser, ReadsServiceNamesFromTheirCharacterTables) {
+    Packets packets = oneProgram();
+    packets.section(17, sdt(77, 9,
+                            {{5, true,
+                              serviceDescriptor(1, "\x01\xC0\xB1",
+                                                "R\xC2"
+                                                "e")}}));
+    play(packets);
+    ASSERT_TRUE(model().services);
+    const board::Service& service = model().services->services.at(0);
+    EXPECT_EQ(service.provider, "\u0420\u0411"); // ISO 8859-5
+    EXPECT_EQ(service.name, "R\u00E9");          // ISO 6937
+    EXPECT_TRUE(service.scrambled);
+    EXPECT_EQ(model().services->originalNetworkId, 9);
+}
+
+TEST_F(Analyser, ReadsCatNitEitAndTdt) {
+    Packets packets = oneProgram();
+    packets.section(1, cat(joined({caDescriptor(0x500, 0x300), caDescriptor(0x1800, 0x301)})));
+    packets.section(16,
+                    nit(0x3001, networkNameDescriptor("Netz"), {{77, 9, descriptor(0x5F, {0, 0, 0, 0x28})}}));
+    packets.section(
+        18, eit(0x4E, 5, 77, 9, {{11, 60000, 3600, 1800, shortEventDescriptor("deu", "Eins", "Text")}}));
+    packets.section(18,
+                    eit(0x50, 5, 77, 9, {{12, 60000, 5400, 1800, shortEventDescriptor("deu", "Zwei", "")}}));
+    packets.section(18, eit(0x4E, 99, 77, 9, {{13, 60000, 0, 0, {}}})); // of no program of this stream
+    packets.section(20, tdt(60000, 3661));
+    play(packets);
+    ASSERT_TRUE(model().caSystems && model().network && model().time);
+    EXPECT_EQ(model().caSystems->size(), 2U);
+    EXPECT_EQ(model().caSystems->at(1).systemId, 0x1800);
+    EXPECT_EQ(model().caSystems->at(1).emmPid, 0x301);
+    EXPECT_EQ(model().network->networkId, 0x3001);
+    EXPECT_EQ(model().network->parts.at(0).descriptors.at(0).text, "Netz");
+    EXPECT_EQ(model().network->parts.at(0).streams.at(0).descriptors.at(0).text, "00000028");
+    ASSERT_EQ(model().events.size(), 1U);
+    const board::EventTable& events = model().events.at(5);
+    EXPECT_EQ(events.events.at(0x4E).at(0).name, "Eins");
+    EXPECT_EQ(events.events.at(0x4E).at(0).startDate, 60000);
+    EXPECT_EQ(events.events.at(0x4E).at(0).startTime, 3600U);
+    EXPECT_EQ(events.events.at(0x50).at(0).name, "Zwei");
+    EXPECT_EQ(model().time->date, 60000);
+    EXPECT_EQ(model().time->time, 3661U);
+}
+
+TEST_F(Analyser, JudgesScramblingByMostPacketsOfAPeriod) {
+    Packets packets = oneProgram();
+    packets.pcr(videoPid, 0);
+    packets.filler(videoPid, 9, true);
+    packets.filler(videoPid, 1);
+    packets.filler(audioPid, 9);
+    packets.filler(audioPid, 1, true);
+    packets.pcr(videoPid, 27'000'000);
+    packets.pcr(videoPid, 54'000'000);
+    play(packets);
+    std::map<std::uint16_t, bool> scrambled;
+    for (const board::PidState& state : model().pids) {
+        scrambled[state.pid] = state.scrambled;
+    }
+    EXPECT_TRUE(scrambled[videoPid]);
+    EXPECT_FALSE(scrambled[audioPid]);
+}
+
+TEST_F(Analyser, SettlesWhenEverythingIsKnownOrTheTimeIsOver) {
+    Packets packets = oneProgram();
+    packets.pcr(videoPid, 0);
+    play(packets);
+    EXPECT_FALSE(analyser.settled());
+    for (std::uint64_t second = 1; second <= 3; ++second) {
+        Packets later;
+        later.pcr(videoPid, second * 27'000'000);
+        play(later);
+    }
+    EXPECT_TRUE(analyser.settled());
+}
+
+TEST_F(Analyser, ReadsAMapOfAHundredStreams) {
+    std::vector<PmtRow> rows;
+    for (std::uint16_t k = 0; k < 100; ++k) {
+        rows.push_back({0x03, static_cast<std::uint16_t>(0x400 + k), {}});
+    }
+    Packets packets;
+    packets.section(0, pat(1, {{5, pmtPid}}));
+    packets.section(pmtPid, pmt(5, 0x400, {}, rows));
+    play(packets);
+    EXPECT_EQ(model().programs.at(0).map->streams.size(), 100U);
+}
+
+TEST_F(Analyser, TakesASectionOfWrongLengthsForBad) {
+    Bytes wrong = pmt(5, videoPid, {}, {{0x1B, videoPid, {}}});
+    wrong[2] = 5; // shorter than its header and CRC
+    Packets packets;
+    packets.section(0, pat(1, {{5, pmtPid}}));
+    packets.section(pmtPid, wrong);
+    play(packets);
+    EXPECT_EQ(programs(), "5 256:\n");
+    EXPECT_EQ(analyser.errors().badSections, 1U);
+}
+
+} // namespace

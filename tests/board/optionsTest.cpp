@@ -1,0 +1,77 @@
+#include "options.h"
+
+#include "boardError.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+board::Options parsed(std::vector<std::string> words) {
+    std::vector<char*> arguments;
+    for (std::string& word : words) {
+        arguments.push_back(word.data());
+    }
+    return board::parseOptions(arguments);
+}
+
+std::string problem(const std::vector<std::string>& words) {
+    try {
+        parsed(words);
+        return "none";
+    } catch (const board::BoardError& error) {
+        return error.what();
+    }
+}
+
+TEST(Options, PlaysASourceInRealTimeForEver) {
+    const board::Options options = parsed({"file.ts"});
+    EXPECT_EQ(options.source, "file.ts");
+    EXPECT_FALSE(options.once || options.fast || options.print || options.deterministic ||
+                 options.newStreamOnLoop);
+    EXPECT_EQ(options.interval.count(), 250);
+    EXPECT_EQ(options.ratePeriod, board::ticksPerSecond);
+}
+
+TEST(Options, TakesEveryOption) {
+    const board::Options options =
+        parsed({"--once", "--fast", "--interval", "100", "-", "--rate-period=0", "--service", "7",
+                "--deterministic", "--new-stream-on-loop", "--interface", "lo"});
+    EXPECT_EQ(options.source, "-");
+    EXPECT_TRUE(options.once && options.fast && options.deterministic && options.newStreamOnLoop);
+    EXPECT_EQ(options.interval.count(), 100);
+    EXPECT_EQ(options.ratePeriod, 0);
+    EXPECT_EQ(options.eventService, 7);
+    EXPECT_EQ(options.interface, "lo");
+    const board::Options recording =
+        parsed({"--record", "out", "--host", "board", "--instruct", "--duration", "5000"});
+    EXPECT_EQ(recording.record, "out");
+    EXPECT_EQ(recording.host, "board");
+    EXPECT_TRUE(recording.instruct);
+    EXPECT_EQ(recording.duration.count(), 5000);
+    EXPECT_EQ(parsed({"--replay", "in"}).replay, "in");
+    EXPECT_TRUE(parsed({"--help"}).help);
+    const board::Options printing = parsed({"--print", "file.ts"});
+    EXPECT_TRUE(printing.print && printing.once && printing.fast);
+}
+
+TEST(Options, SaysWhatItDoesNotUnderstand) {
+    EXPECT_EQ(problem({}), "cannot read the command line: expected one transport stream, got 0 names; see "
+                           "mpegfe-board --help");
+    EXPECT_EQ(problem({"a", "b"}),
+              "cannot read the command line: expected one transport stream, got 2 names; see "
+              "mpegfe-board --help");
+    EXPECT_EQ(problem({"--replay", "a", "b"}),
+              "cannot read the command line: expected nothing but options, got 1 "
+              "names; see mpegfe-board --help");
+    EXPECT_EQ(problem({"--slow", "a"}),
+              "cannot read the command line: expected an option of mpegfe-board with its "
+              "value, got \"--slow\"; see mpegfe-board --help");
+    EXPECT_EQ(problem({"--interval", "0", "a"}),
+              "cannot use the value of --interval: expected milliseconds from 1 to "
+              "3600000, got \"0\"; see mpegfe-board --help");
+    EXPECT_EQ(problem({"--service", "7x", "a"}),
+              "cannot use the value of --service: expected a program number from "
+              "1 to 65535, got \"7x\"; see mpegfe-board --help");
+}
+
+} // namespace

@@ -1,0 +1,99 @@
+#include "packetSync.h"
+
+#include "streamWriter.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using board::PacketSync;
+using streamWriter::Bytes;
+using streamWriter::joined;
+
+Bytes packet(std::uint8_t mark) {
+    Bytes bytes(board::tsPacketSize, mark);
+    bytes[0] = board::tsSyncByte;
+    return bytes;
+}
+
+// What a flow of bytes, pushed in pieces of this size, comes out as: each packet's mark.
+Bytes marksOf(PacketSync& sync, const Bytes& bytes, std::size_t piece) {
+    Bytes marks;
+    const auto take = [&](const std::uint8_t* found) { marks.push_back(found[1]); };
+    for (std::size_t at = 0; at < bytes.size(); at += piece) {
+        sync.push(std::span(bytes).subspan(at, std::min(piece, bytes.size() - at)), take);
+    }
+    sync.finish(take);
+    return marks;
+}
+
+Bytes marksOf(const Bytes& bytes, std::size_t piece = 1000) {
+    PacketSync sync;
+    return marksOf(sync, bytes, piece);
+}
+
+const Bytes eightMarks{1, 2, 3, 4, 5, 6, 7, 8};
+
+Bytes eightPackets(const Bytes& before, const Bytes& after) {
+    Bytes all;
+    for (const std::uint8_t mark : eightMarks) {
+        all = joined({all, before, packet(mark), after});
+    }
+    return all;
+}
+
+TEST(PacketSync, HandsOutPacketsOf188Bytes) {
+    EXPECT_EQ(marksOf(eightPackets({}, {})), eightMarks);
+}
+
+TEST(PacketSync, HandsOutTheSameWhateverThePieces) {
+    for (const std::size_t piece : {1, 7, 188, 189, 5000}) {
+        EXPECT_EQ(marksOf(eightPackets({}, {}), piece), eightMarks) << piece;
+    }
+}
+
+TEST(PacketSync, ReadsTimeStampedPacketsOf192Bytes) {
+    PacketSync sync;
+    EXPECT_EQ(marksOf(sync, eightPackets({9, 9, 9, 9}, {}), 1000), eightMarks);
+    EXPECT_EQ(sync.stride(), 192U);
+}
+
+TEST(PacketSync, ReadsReedSolomonPacketsOf204Bytes) {
+    PacketSync sync;
+    EXPECT_EQ(marksOf(sync, eightPackets({}, Bytes(16, 0x47)), 1000), eightMarks);
+    EXPECT_EQ(sync.stride(), 204U);
+}
+
+TEST(PacketSync, FindsPacketsBehindGarbage) {
+    EXPECT_EQ(marksOf(joined({Bytes(777, 0x11), {0x47}, Bytes(100, 3), eightPackets({}, {})})), eightMarks);
+}
+
+TEST(PacketSync, FindsPacketsAgainBehindGarbageBetweenThem) {
+    PacketSync sync;
+    const Bytes bytes = joined({eightPackets({}, {}), Bytes(123, 0xAA), eightPackets({}, {})});
+    EXPECT_EQ(marksOf(sync, bytes, 1000), joined({eightMarks, eightMarks}));
+    EXPECT_EQ(sync.losses(), 1U);
+    EXPECT_EQ(sync.skippedBytes(), 123U);
+}
+
+TEST(PacketSync, DropsAPacketThatIsCutShort) {
+    Bytes shortened = packet(0x55);
+    shortened.resize(90);
+    const Bytes bytes = joined({eightPackets({}, {}), shortened, eightPackets({}, {})});
+    EXPECT_EQ(marksOf(bytes), joined({eightMarks, eightMarks}));
+}
+
+TEST(PacketSync, DropsWhatIsLeftOfAPacketAtTheEnd) {
+    Bytes bytes = eightPackets({}, {});
+    bytes.resize(bytes.size() - 1);
+    EXPECT_EQ(marksOf(bytes), Bytes(eightMarks.begin(), eightMarks.end() - 1));
+}
+
+TEST(PacketSync, FindsNoPacketsInOtherBytes) {
+    PacketSync sync;
+    EXPECT_EQ(marksOf(sync, Bytes(10000, 'x'), 1000), Bytes{});
+    EXPECT_EQ(sync.stride(), 0U);
+    EXPECT_EQ(marksOf(Bytes{}), Bytes{});
+}
+
+} // namespace

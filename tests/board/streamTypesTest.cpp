@@ -1,0 +1,72 @@
+#include "streamTypes.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace {
+
+using board::classifyStream;
+using board::StreamHints;
+
+// "kind coding" of a stream.
+std::string classOf(std::uint8_t streamType, const StreamHints& hints = {}) {
+    const board::StreamClass found = classifyStream(streamType, hints);
+    static const char* const kinds[] = {"video", "audio", "data"};
+    return std::string(kinds[static_cast<int>(found.kind)]) + " " + std::to_string(found.audioCoding);
+}
+
+StreamHints tagged(std::uint8_t tag) {
+    StreamHints hints;
+    hints.tags = {0x52, tag};
+    return hints;
+}
+
+StreamHints registered(std::uint32_t format) {
+    StreamHints hints;
+    hints.registration = format;
+    return hints;
+}
+
+StreamHints profiled(std::uint8_t profile) {
+    StreamHints hints;
+    hints.aacProfile = profile;
+    return hints;
+}
+
+TEST(StreamTypes, KnowsWhatTheStreamTypeSays) {
+    EXPECT_EQ(classOf(0x01), "video 0");
+    EXPECT_EQ(classOf(0x02), "video 0");
+    EXPECT_EQ(classOf(0x1B), "video 0");
+    EXPECT_EQ(classOf(0x24), "video 0");
+    EXPECT_EQ(classOf(0x03), "audio 3");
+    EXPECT_EQ(classOf(0x04), "audio 4");
+    EXPECT_EQ(classOf(0x0F), "audio 1");
+    EXPECT_EQ(classOf(0x11), "audio 1");
+    EXPECT_EQ(classOf(0x81), "audio 2");
+    EXPECT_EQ(classOf(0x05), "data 0");
+    EXPECT_EQ(classOf(0x06), "data 0");
+    EXPECT_EQ(classOf(0x0B), "data 0");
+    EXPECT_EQ(classOf(0x86), "data 0");
+}
+
+TEST(StreamTypes, KnowsPrivateStreamsByTheirDescriptors) {
+    EXPECT_EQ(classOf(0x06, tagged(0x6A)), "audio 2");
+    EXPECT_EQ(classOf(0x06, tagged(0x7A)), "audio 0");
+    EXPECT_EQ(classOf(0x06, tagged(0x7C)), "audio 1");
+    EXPECT_EQ(classOf(0x06, tagged(0x56)), "data 0");
+    EXPECT_EQ(classOf(0x05, tagged(0x6A)), "data 0");
+    EXPECT_EQ(classOf(0x06, registered(0x41432D33)), "audio 2"); // AC-3
+    EXPECT_EQ(classOf(0x06, registered(0x48455643)), "video 0"); // HEVC
+    EXPECT_EQ(classOf(0x86, registered(0x43554549)), "data 0");  // CUEI
+}
+
+TEST(StreamTypes, TellsHeAacByItsProfile) {
+    EXPECT_EQ(classOf(0x11, profiled(0x51)), "audio 1");
+    EXPECT_EQ(classOf(0x11, profiled(0x58)), "audio 5");
+    EXPECT_EQ(classOf(0x0F, profiled(0x63)), "audio 5");
+    EXPECT_EQ(classOf(0x0F, profiled(0x64)), "audio 1");
+    EXPECT_EQ(classOf(0x03, profiled(0x58)), "audio 3");
+}
+
+} // namespace

@@ -1,0 +1,99 @@
+// Writes small transport streams for tests and samples: sections and packets by biTStream, what is in them by
+// hand.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace streamWriter {
+
+using Bytes = std::vector<std::uint8_t>;
+
+// Several byte strings, one after the other.
+Bytes joined(const std::vector<Bytes>& parts);
+
+// A number as count bytes, most significant first.
+Bytes number(std::uint64_t value, std::size_t count);
+
+// Descriptors.
+Bytes descriptor(std::uint8_t tag, const Bytes& content);
+Bytes caDescriptor(std::uint16_t systemId, std::uint16_t pid);
+Bytes languageDescriptor(std::string_view language);
+Bytes registrationDescriptor(std::string_view format);
+Bytes serviceDescriptor(std::uint8_t type, std::string_view provider, std::string_view name);
+Bytes networkNameDescriptor(std::string_view name);
+Bytes shortEventDescriptor(std::string_view language, std::string_view name, std::string_view text);
+
+// Sections, whole, with their CRC.
+struct Version {
+    std::uint8_t version = 0;
+    std::uint8_t number = 0;
+    std::uint8_t last = 0;
+};
+struct PatRow {
+    std::uint16_t program;
+    std::uint16_t pid;
+};
+struct PmtRow {
+    std::uint8_t streamType;
+    std::uint16_t pid;
+    Bytes descriptors;
+};
+struct SdtRow {
+    std::uint16_t serviceId;
+    bool scrambled;
+    Bytes descriptors;
+};
+struct NitRow {
+    std::uint16_t transportStreamId;
+    std::uint16_t originalNetworkId;
+    Bytes descriptors;
+};
+struct EitRow {
+    std::uint16_t eventId;
+    std::uint16_t date; // Modified Julian Day
+    int startSeconds;   // of the day
+    int duration;       // seconds
+    Bytes descriptors;
+};
+Bytes pat(std::uint16_t transportStreamId, const std::vector<PatRow>& rows, Version version = {});
+Bytes cat(const Bytes& descriptors);
+Bytes pmt(std::uint16_t program, std::uint16_t pcrPid, const Bytes& descriptors,
+          const std::vector<PmtRow>& rows, Version version = {});
+Bytes sdt(std::uint16_t transportStreamId, std::uint16_t originalNetworkId, const std::vector<SdtRow>& rows,
+          Version version = {});
+Bytes nit(std::uint16_t networkId, const Bytes& descriptors, const std::vector<NitRow>& rows);
+Bytes eit(std::uint8_t tableId, std::uint16_t serviceId, std::uint16_t transportStreamId,
+          std::uint16_t originalNetworkId, const std::vector<EitRow>& rows, Version version = {});
+Bytes tdt(std::uint16_t date, int seconds);
+
+// Packets, in the order in which they are asked for, with continuity counters that go on.
+class Packets {
+  public:
+    // A section in as many packets as it needs.
+    void section(std::uint16_t pid, const Bytes& section);
+    // A PES packet with a time stamp of 90 kHz, in as many packets as it needs.
+    void pes(std::uint16_t pid, std::uint8_t streamId, std::uint64_t stamp, const Bytes& data,
+             bool scrambled = false);
+    // A packet of adaptation field alone with a PCR in 27 MHz ticks.
+    void pcr(std::uint16_t pid, std::uint64_t ticks);
+    // Packets whose payload is 0xFF.
+    void filler(std::uint16_t pid, std::size_t count = 1, bool scrambled = false);
+
+    const Bytes& bytes() const {
+        return bytes_;
+    }
+
+  private:
+    std::uint8_t* append(std::uint16_t pid, bool hasPayload);
+    void payload(std::uint16_t pid, const Bytes& data, bool scrambled);
+
+    Bytes bytes_;
+    std::map<std::uint16_t, std::uint8_t> counters_;
+};
+
+} // namespace streamWriter
