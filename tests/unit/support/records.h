@@ -66,7 +66,7 @@ void listServices(SdtRecord& record, const std::vector<Service>& services);
 template <std::size_t width>
 void setField(char (&field)[width], std::string_view text) {
     std::memset(field, 0, width);
-    std::memcpy(field, text.data(), std::min(text.size(), width));
+    text.copy(field, width);
 }
 
 template <typename Record>
