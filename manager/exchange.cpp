@@ -83,7 +83,20 @@ class Exchange {
             sent ? takeReply() : send();
         }
         if (items[1].revents != 0) {
+            waitForOvertakenReply();
             takeDocument();
+        }
+    }
+
+    // The service acknowledges a request before it works on it, but the two messages come over two
+    // connections: the later one may be seen first.
+    void waitForOvertakenReply() {
+        if (!sent || acknowledged) {
+            return;
+        }
+        std::array<zmq::pollitem_t, 1> item{{{endpoints.requests.handle(), 0, ZMQ_POLLIN, 0}}};
+        if (zmq::poll(item, tunables::overtaking) != 0) {
+            takeReply();
         }
     }
 
@@ -105,7 +118,7 @@ class Exchange {
     void takeDocument() {
         const std::string document = receive(endpoints.documents);
         endpoints.documents.send(zmq::str_buffer(R"({"reply": "ack"})"), zmq::send_flags::dontwait);
-        if (!sent || documentStream(document) != options.request.dataStream) {
+        if (!acknowledged || documentStream(document) != options.request.dataStream) {
             listener.strayed(document);
             return;
         }

@@ -10,8 +10,8 @@
 
 namespace manager {
 
-// What the exchange tells while it runs. A document counts when it belongs to the data stream asked for;
-// others answer an earlier request, whose manager has gone.
+// What the exchange tells while it runs. A document counts when it comes after the acknowledgement and
+// belongs to the data stream asked for; others answer an earlier request, whose manager has gone.
 struct Listener {
     std::function<void(std::string_view reply)> acknowledged;
     std::function<void(std::string_view document)> answered;

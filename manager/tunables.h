@@ -21,6 +21,9 @@ inline constexpr seconds timeout{10};           // for the next message, unless 
 inline constexpr seconds longestTimeout{86400}; // that --timeout takes
 inline constexpr int mostDocuments = 1'000'000; // that --documents takes
 
+// How much later than a document the acknowledgement before it may be seen.
+inline constexpr milliseconds overtaking{50};
+
 // How long the last acknowledgement may take to leave at the end; a service that has gone costs this much.
 inline constexpr milliseconds farewell{1000};
 

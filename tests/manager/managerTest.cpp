@@ -169,6 +169,20 @@ TEST_F(Manager, tellsAnEarlierRequestsDocumentFromItsOwn) {
                                         "exit code 0\n");
 }
 
+TEST_F(Manager, doesNotCountADocumentThatComesBeforeTheAcknowledgement) {
+    const auto manager = start({"PAT", "on"});
+    ScriptedService service;
+    service.takeRequest();
+    service.sendDocument({emptyPat});
+    EXPECT_EQ(service.takeAcknowledgement(), ack);
+    service.reply(ack);
+    service.sendDocument({emptyPat});
+    EXPECT_EQ(service.takeAcknowledgement(), ack);
+    EXPECT_EQ(transcript(*manager), std::string(emptyPat) + '\n' + ack + '\n' + emptyPat +
+                                        "\nmpegfe-manager: the document above answers an earlier request\n"
+                                        "exit code 0\n");
+}
+
 TEST_F(Manager, tellsWhyTheServiceRefused) {
     const auto manager = start({"PAT", "on"});
     ScriptedService service;
