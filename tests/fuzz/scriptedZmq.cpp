@@ -23,10 +23,11 @@ constexpr std::size_t longestDocument = 24999;
 
 struct Socket {
     int type;
-    bool lent;        // the document socket, which the service only uses
-    bool awaitsReply; // an instruction has been sent and not answered
-    bool more;        // of the part received last
-    MoreQuery query;  // how the next query is answered
+    bool lent = false;                     // the document socket, which the service only uses
+    int connections = 0;                   // that are open
+    bool awaitsReply = false;              // an instruction has been sent and not answered
+    bool more = false;                     // of the part received last
+    MoreQuery query = MoreQuery::answered; // how the next query is answered
 };
 
 struct State {
@@ -110,7 +111,7 @@ void begin(Peers peers) {
     state = {};
     state.peers = std::move(peers);
     state.documents = newHandle();
-    state.sockets[state.documents] = {ZMQ_REQ, true, false, false, MoreQuery::answered};
+    state.sockets[state.documents] = {.type = ZMQ_REQ, .lent = true, .connections = 1};
 }
 
 void* documentSocket() {
@@ -150,7 +151,7 @@ int __wrap_zmq_ctx_destroy(void* context) {
 void* __wrap_zmq_socket(void* context, int type) {
     check(state.contexts.contains(context), "the context is open");
     void* socket = newHandle();
-    state.sockets[socket] = {type, false, false, false, MoreQuery::answered};
+    state.sockets[socket] = {.type = type};
     check(state.sockets.size() <= mostSockets, "sockets stay bounded");
     return socket;
 }
@@ -162,7 +163,16 @@ int __wrap_zmq_close(void* socket) {
 }
 
 int __wrap_zmq_connect(void* socket, const char*) {
-    socketOf(socket);
+    ++socketOf(socket).connections;
+    return 0;
+}
+
+// Whatever was under way on the connection is lost with it.
+int __wrap_zmq_disconnect(void* socket, const char*) {
+    Socket& disconnected = socketOf(socket);
+    check(disconnected.lent && disconnected.connections == 1, "only documents are given up, each once");
+    --disconnected.connections;
+    state.reply.reset();
     return 0;
 }
 
@@ -188,6 +198,7 @@ int __wrap_zmq_getsockopt(void* socket, int option, void* value, std::size_t* si
 int __wrap_zmq_send(void* socket, const void* bytes, std::size_t size, int flags) {
     Socket& sending = socketOf(socket);
     check(flags == 0 && sending.type == ZMQ_REQ, "requests alone are sent, each whole");
+    check(sending.connections == 1, "a request has one peer");
     if (sending.lent) {
         sendDocument(bytes, size);
     } else {

@@ -1,6 +1,5 @@
-// ZeroMQ without sockets: every libzmq call of the service that would open, close, send or receive, and its
-// sleeps, end here, and what is received comes from a script. The executables are linked so that
-// (scriptedZmqCalls.cmake names the calls).
+// ZeroMQ without sockets: the libzmq calls of the service and its sleeps end here, and what is received comes
+// from a script. The executables are linked so (CMakeLists.txt names the calls).
 //
 // A wait that would last for ever, because the script has come to its end, is left by PeersAreSilent. The
 // calls check what must hold of their use: handles are open ones, documents are texts, an instruction is

@@ -516,6 +516,11 @@ void addSessions(const Corpus& corpus) {
     for (const unsigned patIndex : {0U, 58U, 59U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU}) {
         add("program-index-" + std::to_string(patIndex), session(6, 5, patIndex).answer(DocumentAnswer::ack));
     }
+    add("program-index-59-of-60", session(2, 5, 59)
+                                      .then(patThat([](PatRecord& pat) { pat.programCount = 60; }))
+                                      .then(message(pmtBit))
+                                      .then(message(tsStatusBit))
+                                      .answer(DocumentAnswer::ack));
     add("illegal-psi", session(2, 9, 19).then(psiCapture(sdtBit)).answer(DocumentAnswer::ack));
 }
 
