@@ -3,6 +3,7 @@
 #include "requests.h"
 #include "support/boundedText.h"
 #include "support/jsonText.h"
+#include "support/sockets.h"
 #include "trufios/trufiosChannels.h"
 #include "trufios/trufiosReplies.h"
 
@@ -35,7 +36,7 @@ void dropFurtherParts(void* socket) {
     int more = 0;
     std::size_t size = sizeof more;
     while (zmq_getsockopt(socket, ZMQ_RCVMORE, &more, &size) == 0 && more != 0) {
-        if (zmq_recv(socket, nullptr, 0, 0) < 0) {
+        if (receivePart(socket, nullptr, 0) < 0) {
             return;
         }
     }

@@ -1,14 +1,12 @@
 // Names of the coded values that records carry, as clients show them.
 #pragma once
 
-#include "documents/documentText.h"
-
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
 
-// By index, empty where a code has no name.
+// By index.
 inline constexpr std::array<std::string_view, 6> audioTypeNames{"UNK",   "AAC",   "AC3",
                                                                 "MPEG1", "MPEG2", "HEAAC"};
 

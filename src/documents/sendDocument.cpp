@@ -5,6 +5,7 @@
 #include "documents/pidListDocument.h"
 #include "documents/psiDocument.h"
 #include "feed/recordStore.h"
+#include "trufios/trufiosChannels.h"
 #include "trufios/trufiosReplies.h"
 
 #include <zmq.h>
@@ -38,9 +39,9 @@ std::size_t buildPgmList(const MpegSession*, DocumentBuffer& out) {
 // The index is the client's, so it may be anything.
 std::size_t buildPgmDetail(const MpegSession* session, DocumentBuffer& out) {
     const std::int32_t patIndex = session->requestParam;
-    const int programs = clampCount(newestRecords.pat.programCount, maxPmtSlots);
-    if (patIndex < 0 || patIndex >= programs) {
-        std::printf("No program at patindex %d, the stream has %d\n", patIndex, programs);
+    const std::int32_t programs = newestRecords.pat.programCount;
+    if (patIndex < 0 || patIndex >= clampCount(programs, maxPmtSlots)) {
+        std::printf("No details for patindex %d, programs %d\n", patIndex, programs);
         return nothingToSend;
     }
     return buildPgmDetailJson(&newestRecords.pmt.slots[patIndex], &newestRecords.avPgm.slots[patIndex], out);
@@ -87,5 +88,7 @@ void sendJsonToGUI(const MpegSession* session) {
         return;
     }
     zmq_send(session->docSocket, document, length, 0);
-    waitReply(session->docSocket);
+    if (waitReply(session->docSocket) == replyTimeout) {
+        abandonDocument(session->docSocket);
+    }
 }

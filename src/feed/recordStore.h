@@ -20,7 +20,7 @@ struct RecordSet {
 };
 
 // What the parser sent last. Everybody reads these in place; the fields that records.h marks as written by
-// the service are written here.
+// the service are written here, and so are the services of an artificial SDT.
 extern RecordSet newestRecords;
 
 // What the parser had sent before that. Only the change detection of the reception reads and writes these.

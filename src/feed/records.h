@@ -37,7 +37,6 @@ inline constexpr std::uint16_t nitPid = 16;
 inline constexpr std::uint16_t sdtPid = 17;
 inline constexpr std::uint16_t eitPid = 18;
 inline constexpr std::uint16_t tdtPid = 20;
-inline constexpr std::uint16_t sitPid = 31;
 
 // One line of a program association: program_number and the PID of its PMT. Program number 0 is the network
 // entry, and its PID is the network PID.
@@ -90,8 +89,7 @@ struct PmtEntry {
     std::uint16_t ecmPids[maxEcmPids];
     std::uint16_t videoPid;
     std::uint16_t videoStreamType; // stream_type: 27 H.264, 2 MPEG-2 video
-    std::uint8_t reserved38[2];
-    std::uint8_t reserved40[4];
+    std::uint8_t reserved38[6];
     std::uint16_t audioCount;
     std::uint8_t reserved46[2];
     std::uint16_t audioPids[maxAudioTracks];
@@ -127,7 +125,7 @@ static_assert(sizeof(PmtRecord) == 27376);
 
 struct PidStatEntry {
     std::uint8_t reserved0[8];
-    float rate;
+    float rate; // the service writes 0 over that of a private PID above 200000 bit/s
     std::uint8_t reserved12[4];
 };
 static_assert(sizeof(PidStatEntry) == 16);

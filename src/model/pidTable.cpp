@@ -102,7 +102,7 @@ void collectEmm(RateSums& sums) {
             std::printf("EMM Missing PID %d p %d\n", pid, position);
             continue;
         }
-        PidEntry& entry = claim(position, pid);
+        PidEntry& entry = claim(position, pid); // patIndex stays what it was, as for no other type
         setType(entry, pidTypeEmm);
         sums.psi += entry.pidRate;
         if (pid < lowPids) {

@@ -27,7 +27,8 @@ inline constexpr std::int32_t unclassified = -1; // pidOrder of an entry that no
 
 // One PID, at its place in the PAT record's PID list.
 struct PidEntry {
-    std::int32_t patIndex;      // program index of the owning program; 0 for PSI, null and unknown PIDs
+    std::int32_t
+        patIndex; // program index of the owning program; 0 for PSI, null and unknown PIDs; stale for EMM
     std::int32_t pidOrder;      // the entry's own place, or unclassified
     std::uint16_t pidNum;       // the PID
     std::uint16_t pidType;      // a PidType

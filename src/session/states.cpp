@@ -103,7 +103,8 @@ TopicBits subscribePsiTable(FeedContext* feed, std::int32_t tablePid) {
     return 0;
 }
 
-// A new stream does not end this wait: the table may well come with the next one.
+// The PAT counts as the PSI table too, so what is waited for is the PAT and TS-STATUS. A new stream does not
+// end this wait: its own PAT will.
 Next subscribeForPsi(Run& run) {
     FeedContext* feed = run.feed;
     feed->receivedMask = 0;

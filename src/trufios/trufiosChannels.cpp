@@ -16,6 +16,14 @@ constexpr char requestEndpoint[] = "ipc:///run/shm/zmq/uRO_MMR_MpegFE";
 // Operators look assertion reports up by these, so they stay as they are wherever the code moves.
 constexpr char sourceFile[] = "main";
 
+// A document that was never acknowledged must not stop the next one, nor wait for Trufios to come back.
+void allowAbandoning(void* docSocket) {
+    const int relaxed = 1;
+    zmq_setsockopt(docSocket, ZMQ_REQ_RELAXED, &relaxed, sizeof relaxed);
+    const int linger = 0;
+    zmq_setsockopt(docSocket, ZMQ_LINGER, &linger, sizeof linger);
+}
+
 } // namespace
 
 void initMPEGsideofMLC_MPEG_CTX(TrufiosChannels* vtx) {
@@ -28,9 +36,7 @@ void initMPEGsideofMLC_MPEG_CTX(TrufiosChannels* vtx) {
 
     vtx->mpegMstmlc = zmq_socket(vtx->context, ZMQ_REQ);
     require(vtx->mpegMstmlc != nullptr, "vtx->mpegMstmlc != ((void *)0)", 102);
-    // A document that was never acknowledged must not stop the next one.
-    const int relaxed = 1;
-    zmq_setsockopt(vtx->mpegMstmlc, ZMQ_REQ_RELAXED, &relaxed, sizeof relaxed);
+    allowAbandoning(vtx->mpegMstmlc);
     int rc = zmq_connect(vtx->mpegMstmlc, documentEndpoint);
     if (rc != 0) {
         std::printf("mpegFE to IntermediateMR connect failed %d %s\n", rc, zmq_strerror(errno));
@@ -46,6 +52,13 @@ void initMPEGsideofMLC_MPEG_CTX(TrufiosChannels* vtx) {
     }
     require(rc == 0, "rc == 0", 112);
     std::puts("Connect Trufios REQ to mpegFE REP OK");
+}
+
+// A new connection is the only way to take back what the old one has queued, and to be deaf to its answers.
+void abandonDocument(void* docSocket) {
+    if (zmq_disconnect(docSocket, documentEndpoint) == 0) {
+        zmq_connect(docSocket, documentEndpoint);
+    }
 }
 
 void closeMPEGsideofMLC_MPEG_CTX(TrufiosChannels* vtx) {

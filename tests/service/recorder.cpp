@@ -23,6 +23,8 @@
 
 namespace {
 
+constexpr const char* newSocket = "new socket"; // not connected yet
+
 // What has been opened so far. Never destroyed: the service may call in until its last moment.
 struct Names {
     std::map<const void*, std::string> sockets;
@@ -110,6 +112,15 @@ std::string hex(std::string_view bytes) {
     return text;
 }
 
+// Names a socket at its first connection; it keeps the name when it connects again.
+void nameAfter(const void* socket, const std::string& place) {
+    std::string& name = names().sockets[socket];
+    if (name.empty() || name == newSocket) {
+        const int count = ++names().opened[place];
+        name = count == 1 ? place : place + ' ' + std::to_string(count);
+    }
+}
+
 // A message part as the transcript shows it: text as it stands, instruction words as hexadecimal bytes, any
 // other by its length.
 std::string shown(const std::string& socketName, const void* data, std::size_t length) {
@@ -193,7 +204,7 @@ void* zmq_socket(void* context, int type) {
     const Nested call;
     void* const socket = next<decltype(zmq_socket)>("zmq_socket")(context, type);
     if (call.outermost()) {
-        names().sockets[socket] = "new socket";
+        names().sockets[socket] = newSocket;
     }
     return socket;
 }
@@ -201,12 +212,18 @@ void* zmq_socket(void* context, int type) {
 int zmq_connect(void* socket, const char* endpoint) {
     const Nested call;
     if (call.outermost()) {
-        const std::string name = placeName(endpoint);
-        const int count = ++names().opened[name];
-        names().sockets[socket] = count == 1 ? name : name + ' ' + std::to_string(count);
+        nameAfter(socket, placeName(endpoint));
         record(nameOf(socket), std::string("connect ") + endpoint);
     }
     return next<decltype(zmq_connect)>("zmq_connect")(socket, endpoint);
+}
+
+int zmq_disconnect(void* socket, const char* endpoint) {
+    const Nested call;
+    if (call.outermost()) {
+        record(nameOf(socket), std::string("disconnect ") + endpoint);
+    }
+    return next<decltype(zmq_disconnect)>("zmq_disconnect")(socket, endpoint);
 }
 
 int zmq_setsockopt(void* socket, int option, const void* value, std::size_t length) {
