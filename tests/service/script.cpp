@@ -62,6 +62,7 @@ class Player {
 
     void play(const std::vector<Line>& lines);
 
+    bool terminates = false;       // the service is to be ended by SIGTERM where it waits
     bool closed = false;           // the closing request was answered
     std::string heard;             // what the script took from the wire
     std::string heardAfterConsole; // the part of it that no console tells any more
@@ -72,7 +73,7 @@ class Player {
         std::string_view name;
         Verb verb;
     };
-    static const std::array<VerbRow, 19> verbs;
+    static const std::array<VerbRow, 26> verbs;
 
     void step(const Line& line);
     void startPeersAndService();
@@ -81,6 +82,7 @@ class Player {
 
     void without(const Line& line);
     void starts(const Line& line);
+    void stops(const Line& line);
     void request(const Line& line);
     void queue(const Line& line);
     void requestParts(const Line& line);
@@ -88,6 +90,9 @@ class Player {
     void subscribed(const Line& line);
     void unsubscribed(const Line& line);
     void instruction(const Line& line);
+    void hearsInstruction(const Line& line);
+    void answerInstruction(const Line& line);
+    void lost(const Line& line);
     void publish(const Line& line);
     void publishParts(const Line& line);
     void document(const Line& line);
@@ -96,8 +101,11 @@ class Player {
     void console(const Line& line);
     void closeConsole(const Line& line);
     void interrupt(const Line& line);
+    void freeze(const Line& line);
+    void thaw(const Line& line);
     void sameDescriptors(const Line& line);
     void endsWaiting(const Line& line);
+    void terminated(const Line& line);
 
     void note(const std::string& line);
 
@@ -109,12 +117,14 @@ class Player {
     bool wantsTrufios = true;
     bool wantsParser = true;
     bool waits = false;
+    std::uint16_t heardInstruction = 0;
     std::optional<std::size_t> descriptors;
 };
 
-constexpr std::array<Player::VerbRow, 19> Player::verbs{{
+constexpr std::array<Player::VerbRow, 26> Player::verbs{{
     {"without", &Player::without},
     {"starts", &Player::starts},
+    {"stops", &Player::stops},
     {"request", &Player::request},
     {"queue", &Player::queue},
     {"request-parts", &Player::requestParts},
@@ -122,6 +132,9 @@ constexpr std::array<Player::VerbRow, 19> Player::verbs{{
     {"subscribed", &Player::subscribed},
     {"unsubscribed", &Player::unsubscribed},
     {"instruction", &Player::instruction},
+    {"hears-instruction", &Player::hearsInstruction},
+    {"answer-instruction", &Player::answerInstruction},
+    {"lost", &Player::lost},
     {"publish", &Player::publish},
     {"publish-parts", &Player::publishParts},
     {"document", &Player::document},
@@ -130,8 +143,11 @@ constexpr std::array<Player::VerbRow, 19> Player::verbs{{
     {"console", &Player::console},
     {"close-console", &Player::closeConsole},
     {"interrupt", &Player::interrupt},
+    {"freeze", &Player::freeze},
+    {"thaw", &Player::thaw},
     {"same-descriptors", &Player::sameDescriptors},
     {"ends-waiting", &Player::endsWaiting},
+    {"terminated", &Player::terminated},
 }};
 
 // What follows the first word of a line, as it stands.
@@ -217,6 +233,14 @@ void Player::starts(const Line& line) {
     }
 }
 
+void Player::stops(const Line& line) {
+    if (line.words.at(1) == "trufios") {
+        run.stopTrufios();
+    } else {
+        run.stopParser();
+    }
+}
+
 void Player::request(const Line& line) {
     queue(line);
     acknowledged(line);
@@ -256,14 +280,27 @@ void Player::unsubscribed(const Line& line) {
 }
 
 void Player::instruction(const Line& line) {
+    hearsInstruction(line);
+    answerInstruction(line);
+}
+
+void Player::answerInstruction(const Line&) {
+    run.parser().answerInstruction(heardInstruction);
+}
+
+// What the service sends to a peer that is not there, or is gone before it looks.
+void Player::lost(const Line& line) {
+    note(restOf(line));
+}
+
+void Player::hearsInstruction(const Line& line) {
     run.waitUntil("an instruction", [&] { return !run.parser().instructions.empty(); });
-    const std::uint16_t word = takeFront(run.parser().instructions);
+    heardInstruction = takeFront(run.parser().instructions);
     std::array<char, 8> digits{};
-    std::snprintf(digits.data(), digits.size(), "%03x", word);
+    std::snprintf(digits.data(), digits.size(), "%03x", heardInstruction);
     requireEqual("instruction", line.words.at(1), digits.data());
-    std::snprintf(digits.data(), digits.size(), "%02x %02x", word & 0xFF, word >> 8);
+    std::snprintf(digits.data(), digits.size(), "%02x %02x", heardInstruction & 0xFF, heardInstruction >> 8);
     note(std::string("instructions: sends ") + digits.data());
-    run.parser().answerInstruction(word);
 }
 
 // "publish PAT stream": a record of the book as a message of three parts.
@@ -323,6 +360,14 @@ void Player::interrupt(const Line&) {
     run.interrupt();
 }
 
+void Player::freeze(const Line&) {
+    run.freeze();
+}
+
+void Player::thaw(const Line&) {
+    run.thaw();
+}
+
 // The first time, counts the descriptors; from then on waits until there are as many again.
 void Player::sameDescriptors(const Line&) {
     if (!descriptors) {
@@ -340,6 +385,11 @@ void Player::note(const std::string& line) {
 
 void Player::endsWaiting(const Line&) {
     waits = true;
+}
+
+void Player::terminated(const Line&) {
+    waits = true;
+    terminates = true;
 }
 
 // What the recorder saw the service send, in the form in which the player notes what it hears.
@@ -377,6 +427,10 @@ std::string unheard(ServiceRun& run) {
         for (const std::string& topic : run.parser().subscriptions) {
             text += "records: a subscription that no line of the script waited for: " + topic + '\n';
         }
+        for (const std::uint16_t word : run.parser().instructions) {
+            text +=
+                "instructions: a word that no line of the script waited for: " + std::to_string(word) + '\n';
+        }
         for (const std::string& message : run.parser().malformedMessages) {
             text += "instructions: malformed " + message + '\n';
         }
@@ -409,7 +463,8 @@ Outcome playScript(const std::filesystem::path& script, const std::filesystem::p
     } catch (const std::exception& trouble) {
         outcome.trouble = trouble.what();
     }
-    outcome.ending = run.end();
+    outcome.ending =
+        player.terminates ? ServiceRun::Ending{"signal 15 (Terminated)", run.terminate()} : run.end();
     outcome.transcript =
         (player.closed ? withoutClosing(run.console()) : run.console()) + player.heardAfterConsole;
     outcome.errors = run.errors();

@@ -26,6 +26,9 @@ std::chrono::milliseconds until(Clock::time_point deadline) {
     return std::max(left, std::chrono::milliseconds(0));
 }
 
+// A wait that has to run out first takes 5 s.
+constexpr auto promptly = std::chrono::seconds(2);
+
 // Sanitizers, gcov and memcheck report when a process exits, not when a signal kills it.
 bool mustExit(const RunOptions& options) {
     return options.recorded && (MPEGFE_EXIT_TO_CHECK || !options.launcher.empty());
@@ -54,28 +57,28 @@ void ServiceRun::hearOnce(std::chrono::milliseconds limit) {
         items.push_back({socket, descriptor, ZMQ_POLLIN, 0});
     };
     if (service && !serviceEnded) {
-        if (service->outputDescriptor() >= 0) {
+        if (readsConsole()) {
             add(nullptr, service->outputDescriptor());
         }
         add(nullptr, service->errorDescriptor());
     }
     if (trufiosPeer) {
-        add(trufiosPeer->requestSocket.handle(), 0);
-        add(trufiosPeer->documentSocket.handle(), 0);
+        add(trufios().requestSocket.handle(), 0);
+        add(trufios().documentSocket.handle(), 0);
     }
     if (parserPeer) {
-        add(parserPeer->publisher.handle(), 0);
-        add(parserPeer->instructionSocket.handle(), 0);
+        add(parser().publisher.handle(), 0);
+        add(parser().instructionSocket.handle(), 0);
     }
     zmq::poll(items, limit);
     if (trufiosPeer) {
-        trufiosPeer->hear();
+        trufios().hear();
     }
     if (parserPeer) {
-        parserPeer->hear();
+        parser().hear();
     }
     if (service && !serviceEnded) {
-        if (service->outputDescriptor() >= 0) {
+        if (readsConsole()) {
             readInto(consoleText, service->outputDescriptor());
         }
         serviceEnded = !readInto(errorText, service->errorDescriptor());
@@ -114,6 +117,19 @@ void ServiceRun::interrupt() {
     service->signal(SIGUSR1);
 }
 
+void ServiceRun::freeze() {
+    waitForSleep();
+    service->signal(SIGSTOP);
+    waitUntil("a stopped service", [&] {
+        hearOnce(std::chrono::milliseconds(1));
+        return service->isStopped();
+    });
+}
+
+void ServiceRun::thaw() {
+    service->signal(SIGCONT);
+}
+
 std::string ServiceRun::waitForEnd() {
     const Clock::time_point deadline = Clock::now() + options.patience;
     while (!serviceEnded && Clock::now() < deadline) {
@@ -124,6 +140,13 @@ std::string ServiceRun::waitForEnd() {
     }
     const std::optional<int> status = service->waitFor(options.patience);
     return status ? testSupport::describeStatus(*status) : "never ended";
+}
+
+std::string ServiceRun::terminate() {
+    waitForSleep();
+    service->signal(SIGTERM);
+    const std::optional<int> status = service->waitFor(promptly);
+    return status ? waitForEnd() : "still there 2 s after the signal";
 }
 
 ServiceRun::Ending ServiceRun::end() {

@@ -26,18 +26,26 @@ class ServiceRun {
 
     void startService();
     void startTrufios() {
-        trufiosPeer.emplace(context);
+        trufiosPeer.emplace();
     }
     void startParser() {
-        parserPeer.emplace(context);
+        parserPeer.emplace();
+    }
+    // Gone when these return, with whatever had reached the peer and was not yet looked at. It may start
+    // again.
+    void stopTrufios() {
+        trufiosPeer.reset();
+    }
+    void stopParser() {
+        parserPeer.reset();
     }
 
     // The peers; throws when they have not been started.
     testSupport::Trufios& trufios() {
-        return trufiosPeer.value();
+        return trufiosPeer.value().peer;
     }
     testSupport::Parser& parser() {
-        return parserPeer.value();
+        return parserPeer.value().peer;
     }
     bool hasTrufios() const {
         return trufiosPeer.has_value();
@@ -64,8 +72,17 @@ class ServiceRun {
         service.value().closeOutput();
     }
 
+    // As a reader of the console that is there and does not read.
+    void leaveConsoleUnread(bool unread) {
+        consoleUnread = unread;
+    }
+
     // Interrupts the call that the service waits in, once it waits in one.
     void interrupt();
+
+    // Stops the service once it waits in a call, as a debugger or a shell does, and lets it go on.
+    void freeze();
+    void thaw();
 
     // How many files and sockets the service has open.
     std::size_t descriptorCount() const {
@@ -75,6 +92,10 @@ class ServiceRun {
     // Waits until the service has ended by itself, and returns how.
     std::string waitForEnd();
 
+    // Ends the service with SIGTERM while it waits in a call, and returns how it ended, or that it did not at
+    // once.
+    std::string terminate();
+
     // Ends the service in the way that this build can be checked in, and returns what that should look like
     // and what it looked like.
     struct Ending {
@@ -83,17 +104,29 @@ class ServiceRun {
     };
     Ending end();
 
-  private:
+    // Hears the peers and the console for at most this time, or until there is something.
     void hearOnce(std::chrono::milliseconds limit);
+
+  private:
+    // Each has a context of its own, whose end waits until the endpoints are free again.
+    template <typename Peer>
+    struct Host {
+        zmq::context_t context;
+        Peer peer{context};
+    };
+
+    bool readsConsole() const {
+        return service->outputDescriptor() >= 0 && !consoleUnread;
+    }
     void waitForSleep();
 
     RunOptions options;
-    zmq::context_t context;
-    std::optional<testSupport::Trufios> trufiosPeer;
-    std::optional<testSupport::Parser> parserPeer;
+    std::optional<Host<testSupport::Trufios>> trufiosPeer;
+    std::optional<Host<testSupport::Parser>> parserPeer;
     std::optional<testSupport::ChildProcess> service;
     std::string consoleText;
     std::string errorText;
+    bool consoleUnread = false;
     bool serviceEnded = false;
 };
 

@@ -98,12 +98,21 @@ void ChildProcess::signal(int number) const {
 }
 
 bool ChildProcess::sleeps() const {
+    return state() == 'S';
+}
+
+bool ChildProcess::isStopped() const {
+    return state() == 'T';
+}
+
+// As proc(5) has it; ' ' once the child has gone.
+char ChildProcess::state() const {
     std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
     std::string text;
     std::getline(stat, text);
     // The state follows the program's name, which is in parentheses and may hold any character.
     const std::size_t name = text.rfind(')');
-    return name != std::string::npos && name + 2 < text.size() && text[name + 2] == 'S';
+    return name != std::string::npos && name + 2 < text.size() ? text[name + 2] : ' ';
 }
 
 std::size_t ChildProcess::descriptorCount() const {

@@ -38,8 +38,9 @@ class ChildProcess {
 
     void signal(int number) const;
 
-    // Whether the child's first thread waits for something.
+    // Whether the child's first thread waits for something, or has been stopped by a signal.
     bool sleeps() const;
+    bool isStopped() const;
 
     // How many files and sockets the child has open.
     std::size_t descriptorCount() const;
@@ -48,6 +49,8 @@ class ChildProcess {
     std::optional<int> waitFor(std::chrono::milliseconds limit);
 
   private:
+    char state() const;
+
     pid_t pid = -1;
     int output = -1;
     int error = -1;

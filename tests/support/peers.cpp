@@ -79,6 +79,11 @@ void Trufios::sendRequest(const Parts& parts) {
     send(requestSocket, message);
 }
 
+bool Trufios::trySendRequest(const std::string& text) {
+    const std::array<zmq::const_buffer, 2> parts{zmq::const_buffer(), zmq::buffer(text)};
+    return zmq::send_multipart(requestSocket, parts, zmq::send_flags::dontwait).has_value();
+}
+
 void Trufios::answerDocument(const std::string& text) {
     Parts message = takeFront(unanswered);
     message.push_back(text);

@@ -20,6 +20,8 @@ class Trufios {
 
     // Sends a request without waiting for the acknowledgement of an earlier one.
     void sendRequest(const Parts& parts);
+    // The same without waiting for anything; false when there is no room for a request now.
+    bool trySendRequest(const std::string& text);
     // Answers the oldest document that has no answer yet.
     void answerDocument(const std::string& text);
     // Takes everything that has arrived.
