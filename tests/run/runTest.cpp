@@ -368,7 +368,7 @@ TEST_F(RunShows, whyTheBoardEnded) {
     expectNothingLeft();
 }
 
-// A stream of nothing but null packets, on which the service waits for a PAT for ever.
+// A stream of nothing but null packets: the service has no program to tell about, and ./run waits.
 std::string nullPackets() {
     std::string packet(188, '\xff');
     packet.replace(0, 4, "\x47\x1f\xff\x10");
