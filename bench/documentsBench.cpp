@@ -1,5 +1,5 @@
-// Each document's builder beside three peers that write the same document, and beside memcpy of the finished
-// text.
+// Each document's builder beside three peers that write the same document, and beside two limits: memcpy of
+// the finished text, and memcpy of its pieces one after the other with every value formatted beforehand.
 //
 // Before anything is timed, each peer's text is compared with the builder's, byte for byte, and a difference
 // ends the program. The documents are chosen so that they have none of their irregular commas, which two of
@@ -7,6 +7,7 @@
 #include "benchMain.h"
 #include "documentWorkloads.h"
 #include "documentWriters.h"
+#include "pieceWriter.h"
 
 #include "feed/recordStore.h"
 
@@ -27,11 +28,12 @@ struct Subject : DocumentWorkload {
     std::function<void(PlainWriter& out)> plain;
     std::function<void(JanssonWriter& out)> jansson;
     std::function<void(RapidJsonWriter& out)> rapidJson;
+    std::function<void(PieceWriter& out)> pieces;
 };
 
 template <typename Write>
 Subject withPeers(const char* name, Write write) {
-    return {documentWorkload(name), write, write, write};
+    return {documentWorkload(name), write, write, write, write};
 }
 
 Subject pidListOf(const char* name, int pids) {
@@ -74,6 +76,10 @@ void requireSameDocuments(const Subject& subject) {
     RapidJsonWriter rapidJson(rapidJsonBuilt);
     subject.rapidJson(rapidJson);
     requireSame(subject, "RapidJSON", rapidJson.result());
+    PieceWriter pieces;
+    subject.pieces(pieces);
+    pieces.copyTo(peerBuilt);
+    requireSame(subject, "copy of pieces", peerBuilt);
 }
 
 // Google Benchmark runs each of these by itself, so each loads its own records first.
@@ -106,6 +112,9 @@ void addSubject(const Subject& subject) {
         benchmark::DoNotOptimize(writer.result());
     });
     subject.load();
+    PieceWriter pieces;
+    subject.pieces(pieces);
+    addBenchmark(subject, "pieces", [pieces] { benchmark::DoNotOptimize(pieces.copyTo(peerBuilt)); });
     const std::size_t length = subject.build(built);
     addBenchmark(subject, "memcpy", [length] { std::memcpy(peerBuilt, built, length + 1); });
 }

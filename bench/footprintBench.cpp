@@ -68,7 +68,7 @@ void serveEverything(Exchange& exchange, int times) {
     for (int k = 0; k < times; ++k) {
         for (const DocumentRequest& request : documentRequests()) {
             if (request.programsKnown) {
-                prepare(exchange, request);
+                exchange.run(request);
             }
         }
     }
@@ -86,6 +86,7 @@ void measureIdle(benchmark::State& state, const std::string& program) {
 void measureBusy(benchmark::State& state, const std::string& program) {
     for (auto _ : state) {
         Exchange exchange(silently(program));
+        prepare(exchange, documentRequest("PID list"));
         serveEverything(exchange, exchangesWhenBusy);
         exchange.start(documentRequest("program detail"));
         reportMemory(state, exchange.processId());
@@ -151,7 +152,7 @@ void measureAllocations(benchmark::State& state, const Programs& programs) {
         const SharedCounts counts;
         Exchange exchange(
             silently(programs.service, {"LD_PRELOAD=" + programs.allocationCounter, counts.variable()}));
-        exchange.awaitReady();
+        prepare(exchange, documentRequest("PID list"));
         const std::map<std::string, double> before = counts.calls();
         serveEverything(exchange, exchangesCounted);
         for (const auto& [module, calls] : counts.calls()) {

@@ -1,44 +1,17 @@
-"""Counts the instructions of fixed workloads under callgrind and compares them with the counts that are kept.
+"""Compares the instructions of fixed workloads with the counts that are kept.
 
 Instructions are counted where seconds would be measured, because they are the same in every run: a change that
 makes the service slower shows on any machine, however busy."""
 
 import argparse
 import json
-import os
-import re
-import subprocess
 import sys
-import tempfile
-from pathlib import Path
 
-from measurements import BUILD, ROOT
+from callgrind import by_source_file, instructions, profiles, toolchain
+from measurements import ROOT
 
 KEPT = ROOT / "bench" / "instructions.json"
-WORKLOADS = BUILD / "bench" / "instructionWorkloads"
 ALLOWED_GROWTH = 0.05
-
-
-def count():
-    """Instructions by workload, each from a profile that callgrind dumped under the workload's name."""
-    with tempfile.TemporaryDirectory() as directory:
-        # Symbols are bound before the start, so that no first call pays for it.
-        subprocess.run(["valgrind", "--tool=callgrind", "--quiet", "--collect-atstart=no",
-                        f"--callgrind-out-file={directory}/profile", WORKLOADS],
-                       env={**os.environ, "LD_BIND_NOW": "1"}, check=True)
-        counts = {}
-        for profile in Path(directory).iterdir():
-            text = profile.read_text(encoding="utf-8")
-            name = re.search(r"^desc: Trigger: Client Request: (.*)$", text, re.MULTILINE)
-            if name:
-                counts[name[1]] = int(re.search(r"^totals: (\d+)", text, re.MULTILINE)[1])
-    return dict(sorted(counts.items()))
-
-
-def toolchain():
-    """What the counts depend on beside our own code."""
-    command = [WORKLOADS, "--toolchain"]
-    return subprocess.run(command, capture_output=True, text=True, check=True).stdout.strip()
 
 
 def compare(kept, counted):
@@ -56,16 +29,33 @@ def compare(kept, counted):
     return failed
 
 
+def show_profile(name, found):
+    """Where the instructions of one workload are spent; ??? is a library without debugging information."""
+    if name not in found:
+        sys.exit(f"bench/run: there is no workload {name}; there are {', '.join(sorted(found))}")
+    total = instructions(found[name])
+    for file, count in by_source_file(found[name]).most_common():
+        if count > 0:
+            print(f"{count:>10,} {count / total:>7.1%}  {file}")
+    print(f"{total:>10,} {1:>7.1%}")
+
+
 def main():
     parser = argparse.ArgumentParser(prog="bench/run --guard")
+    parser.add_argument("--guard", action="store_true")
     parser.add_argument("--update", action="store_true")
-    update = parser.parse_args().update
+    parser.add_argument("--profile", metavar="WORKLOAD")
+    arguments = parser.parse_args()
 
-    used = toolchain()
-    counted = count()
+    found = profiles()
+    if arguments.profile:
+        show_profile(arguments.profile, found)
+        return 0
+    counted = {name: instructions(profile) for name, profile in sorted(found.items())}
     before = json.loads(KEPT.read_text(encoding="utf-8")) if KEPT.exists() else {"instructions": {}}
     failed = compare(before["instructions"], counted)
-    if update:
+    used = toolchain()
+    if arguments.update:
         KEPT.write_text(json.dumps({"toolchain": used, "instructions": counted}, indent=1) + "\n", encoding="utf-8")
         print(f"kept in {KEPT.relative_to(ROOT)}")
         return 0

@@ -56,6 +56,10 @@ class Measured:
     def median(self, subject, contestant, key=None):
         return statistics.median(self.samples(subject, contestant, key))
 
+    def lowest_tenth(self, subject, contestant):
+        """For times that whoever else is at work on the machine only ever adds to."""
+        return statistics.quantiles(self.samples(subject, contestant), n=10)[0]
+
     def counters(self, subject, contestant):
         """Names of the figures that the program itself added."""
         known = {"name", "run_name", "run_type", "family_index", "per_family_instance_index", "repetitions",
