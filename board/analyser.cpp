@@ -497,6 +497,11 @@ bool Analyser::settled() const {
            streamPackets_ >= tunables::settlePackets;
 }
 
+bool Analyser::isScrambled(std::uint16_t pid) const {
+    const std::int32_t position = slots_[pid].position;
+    return position >= 0 && model_.pids[static_cast<std::size_t>(position)].scrambled;
+}
+
 bool Analyser::everythingKnown() const {
     if (!pat_.complete() || !model_.services || !sdt_.complete() || !rates_.measured()) {
         return false;
@@ -509,7 +514,8 @@ bool Analyser::everythingKnown() const {
             return false;
         }
         for (const ElementaryStream& stream : program.map->streams) {
-            if (stream.kind == StreamKind::video && !model_.videoFormats.contains(stream.pid)) {
+            if (stream.kind == StreamKind::video && !model_.videoFormats.contains(stream.pid) &&
+                !isScrambled(stream.pid)) {
                 return false;
             }
         }

@@ -108,6 +108,7 @@ class Analyser {
     void timePictures(std::uint16_t pid, HeaderProbe& probe, std::span<const std::uint8_t> bytes);
     void readHeaders(std::uint16_t pid, HeaderProbe& probe);
     void judgeScrambling();
+    bool isScrambled(std::uint16_t pid) const;
     bool everythingKnown() const;
 
     Ticks ratePeriod_;

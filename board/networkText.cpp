@@ -77,8 +77,10 @@ std::optional<std::string> terrestrialDelivery(const GstMpegtsDescriptor& descri
     if (!gst_mpegts_descriptor_parse_terrestrial_delivery_system(&descriptor, &system)) {
         return std::nullopt;
     }
-    return formatted("%u Hz %u Hz wide %s", system.frequency, system.bandwidth,
-                     modulationName(system.constellation));
+    const std::string rest =
+        formatted("%u Hz wide %s", system.bandwidth, modulationName(system.constellation));
+    constexpr std::uint32_t unspecified = 0xFFFFFFFFU * 10U; // all bits set, in units of 10 Hz
+    return system.frequency == unspecified ? rest : formatted("%u Hz ", system.frequency) + rest;
 }
 
 struct Reader {

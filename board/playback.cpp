@@ -193,7 +193,8 @@ class Session {
             say(analyser_.packets() == 0
                     ? std::string("no packets yet: expected a running stream, got silence; waiting for it")
                     : "no packets for " + std::to_string(tunables::streamSilence.count()) +
-                          " ms: expected a running stream, got silence; its rates fall to 0, and what comes is a "
+                          " ms: expected a running stream, got silence; its rates fall to 0, and what comes "
+                          "is a "
                           "new stream");
         }
     }

@@ -178,9 +178,15 @@ void Publisher::acceptClients() {
     }
 }
 
+// A subscription is to every topic that begins with it.
+bool Publisher::subscribed(std::string_view topic) const {
+    return std::ranges::any_of(subscriptions_,
+                               [topic](const auto& entry) { return topic.starts_with(entry.first); });
+}
+
 bool Publisher::clientReady() const {
     return requested_ != 0 && std::ranges::all_of(topics, [this](const Topic& topic) {
-               return (requested_ & topic.bit) == 0 || subscriptions_.contains(topic.name);
+               return (requested_ & topic.bit) == 0 || subscribed(topic.name);
            });
 }
 

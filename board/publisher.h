@@ -11,6 +11,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 
 namespace board {
 
@@ -61,6 +62,7 @@ class Publisher {
 
   private:
     void takeInstruction();
+    bool subscribed(std::string_view topic) const;
 
     struct Sockets;
     std::unique_ptr<Sockets> sockets_;

@@ -1,6 +1,7 @@
 // The real board, over its real sockets.
 #include "../support/childProcess.h"
 #include "../support/isolation.h"
+#include "../support/peers.h"
 #include "recording.h"
 #include "streamWriter.h"
 
@@ -24,8 +25,18 @@ using namespace std::chrono_literals;
 using streamWriter::Bytes;
 using Message = std::vector<std::string>;
 
-const std::string sample = MPEGFE_SAMPLE;
+const std::string sample = MPEGFE_SAMPLES "/three-programs.ts";
 constexpr auto patience = 20000ms;
+
+// The golden text of this name. MPEGFE_WRITE_GOLDEN in the environment writes what is made instead.
+std::string golden(const std::string& name, const std::string& made) {
+    const std::string path = MPEGFE_BOARD_GOLDEN "/" + name;
+    if (std::getenv("MPEGFE_WRITE_GOLDEN") != nullptr) {
+        std::ofstream(path) << made;
+    }
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
 
 class BoardProcess : public testing::Test {
   protected:
@@ -249,6 +260,24 @@ TEST_F(BoardProcess, SendsThreePartsOfTheContractsSizes) {
     }
 }
 
+TEST_F(BoardProcess, PrintsTheRecordsOfTheSamples) {
+    for (const std::string name : {"three-programs", "all-tables"}) {
+        start({"--print", MPEGFE_SAMPLES "/" + name + ".ts"});
+        std::string printed;
+        std::array<char, 4096> piece{};
+        pollfd waiting{board->outputDescriptor(), POLLIN, 0};
+        while (::poll(&waiting, 1, static_cast<int>(patience.count())) > 0) {
+            const ssize_t count = ::read(board->outputDescriptor(), piece.data(), piece.size());
+            if (count <= 0) {
+                break;
+            }
+            printed.append(piece.data(), static_cast<std::size_t>(count));
+        }
+        EXPECT_EQ(end(), "exit code 0");
+        EXPECT_EQ(printed, golden(name + ".json", printed));
+    }
+}
+
 TEST_F(BoardProcess, PublishesTheSameTwiceWithTheStreamsClockOnly) {
     std::vector<std::vector<Message>> runs;
     for (int run = 0; run < 2; ++run) {
@@ -283,7 +312,7 @@ TEST_F(BoardProcess, AnnouncesANewStreamBeforeItsRecords) {
 }
 
 TEST_F(BoardProcess, PlaysALoopAsOneStream) {
-    start({"--fast", sample});
+    start({"--fast", "--interval", "10", sample});
     Client client;
     client.subscribe(patBit | tsStatusBit);
     client.instruct(patBit | tsStatusBit);
@@ -349,5 +378,59 @@ TEST_F(BoardProcess, ReplaysWhatItRecorded) {
     EXPECT_GE(count, 9 * 5);
     EXPECT_NE(end().find("exit code 0"), std::string::npos);
 }
+
+// A whole chain: the board on a stream or a recording of it, the real service, and a media manager.
+class WholeChain : public BoardProcess {
+  protected:
+    // The document that a request brings from a board started with these arguments.
+    std::string document(const std::vector<std::string>& boardArguments, const std::string& request) {
+        zmq::context_t context;
+        testSupport::Trufios trufios(context);
+        start(boardArguments);
+        testSupport::ChildProcess service({MPEGFE_PROGRAM}, {});
+        trufios.sendRequest({request});
+        std::array<zmq::pollitem_t, 3> items{{{trufios.requestSocket, 0, ZMQ_POLLIN, 0},
+                                              {trufios.documentSocket, 0, ZMQ_POLLIN, 0},
+                                              {nullptr, service.outputDescriptor(), ZMQ_POLLIN, 0}}};
+        while (trufios.documents.empty() && zmq::poll(items.data(), items.size(), patience) > 0) {
+            trufios.hear();
+            std::array<char, 4096> unread{};
+            while (::read(service.outputDescriptor(), unread.data(), unread.size()) > 0) {
+            }
+        }
+        return trufios.documents.empty() ? "no document" : trufios.documents.front() + "\n";
+    }
+};
+
+struct ChainRequest {
+    const char* name;
+    const char* text;
+};
+
+class EveryDocument : public WholeChain, public testing::WithParamInterface<ChainRequest> {};
+
+TEST_P(EveryDocument, ComesFromTheStreamWithAllTables) {
+    const std::string made = document({"--deterministic", MPEGFE_SAMPLES "/all-tables.ts"}, GetParam().text);
+    EXPECT_EQ(made, golden(std::string(GetParam().name) + ".document", made));
+}
+
+TEST_P(EveryDocument, ComesFromItsRecordingAsWell) {
+    const std::string made =
+        document({"--deterministic", "--replay", MPEGFE_SAMPLES "/all-tables.recording"}, GetParam().text);
+    EXPECT_EQ(made, golden(std::string(GetParam().name) + ".document", made));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    , EveryDocument,
+    testing::Values(ChainRequest{"pidData", R"({"dataStream":"pidData","status":"on"})"},
+                    ChainRequest{"pgmData", R"({"dataStream":"pgmData","status":"on"})"},
+                    ChainRequest{"pgmDetail", R"({"dataStream":"pgmDetail","status":"on","patIndex":"2"})"},
+                    ChainRequest{"PAT", R"({"dataStream":"PAT","status":"on"})"},
+                    ChainRequest{"CAT", R"({"dataStream":"CAT","status":"on"})"},
+                    ChainRequest{"NIT", R"({"dataStream":"NIT","status":"on"})"},
+                    ChainRequest{"SDT", R"({"dataStream":"SDT","status":"on"})"},
+                    ChainRequest{"EIT", R"({"dataStream":"EIT","status":"on"})"},
+                    ChainRequest{"TDT", R"({"dataStream":"TDT","status":"on"})"}),
+    [](const auto& request) { return std::string(request.param.name); });
 
 } // namespace
