@@ -7,10 +7,12 @@
 // usage: instructionWorkloads [--toolchain]     --toolchain: prints what the counts depend on
 #include "benchMain.h"
 #include "documentWorkloads.h"
+#include "recording.h"
 #include "replayedSockets.h"
 #include "workloads.h"
 
 #include "feed/reception.h"
+#include "feed/recordStore.h"
 #include "model/pidTable.h"
 #include "requests.h"
 #include "support/jsonText.h"
@@ -19,6 +21,8 @@
 #include <jansson.h>
 #include <valgrind/callgrind.h>
 
+#include <algorithm>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -73,9 +77,9 @@ void measureReception(const char* name, bool changing) {
     });
 }
 
-void serve(std::string_view request, MpegSession& session, FeedContext& feed) {
+void serve(const std::string& request, MpegSession& session, FeedContext& feed) {
     json_error_t error;
-    json_t* parsed = parseJson(request.data(), error);
+    json_t* parsed = parseJson(request.c_str(), error);
     dispatchClientRequest(parsed, &session, &feed);
     json_decref(parsed);
 }
@@ -94,6 +98,38 @@ void measureSession(const char* name, const char* request, std::initializer_list
     measure(std::string("session/") + name, [&] {
         serve(request, session, feed);
         serve(R"({"dataStream": "pidData", "status": "off"})", session, feed);
+    });
+}
+
+std::vector<PublishedRecord> readRecording(const char* path) {
+    board::RecordingReader reader(path);
+    std::vector<PublishedRecord> script;
+    while (const std::optional<board::RecordedMessage> message = reader.next()) {
+        const auto* topic = std::find_if(topics.begin(), topics.end(), [&](const Topic& candidate) {
+            return candidate.name == message->topic;
+        });
+        if (topic != topics.end()) {
+            script.push_back({topic, {message->record.begin(), message->record.end()}});
+        }
+    }
+    return script;
+}
+
+// Every request in turn, over what a board published for a stream with all tables.
+void measureRecording(const char* path) {
+    replay(readRecording(path));
+    newestRecords = {};
+    previousRecords = {};
+    MpegSession session{};
+    session.docSocket = documentSocket();
+    FeedContext feed{};
+    measure("session/every request over a recording", [&] {
+        serve(R"({"dataStream": "pgmDetail", "patIndex": "1"})", session, feed);
+        for (const char* dataStream : {"pidData", "pgmData", "PAT", "CAT", "NIT", "SDT", "EIT", "TDT"}) {
+            const std::string request = std::string(R"({"dataStream": ")") + dataStream + R"(", "status": ")";
+            serve(request + R"(on"})", session, feed);
+            serve(request + R"(off"})", session, feed);
+        }
     });
 }
 
@@ -122,4 +158,5 @@ int main(int argc, char** argv) {
     measureReception("unchanged", false);
     measureReception("changed", true);
     measureSessions();
+    measureRecording(MPEGFE_RECORDING);
 }

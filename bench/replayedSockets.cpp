@@ -4,7 +4,10 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <string>
 #include <string_view>
 
 namespace {
@@ -15,6 +18,26 @@ std::vector<PublishedRecord> messages;
 std::size_t nextMessage;
 int nextPart; // of the three of nextMessage
 
+std::vector<std::string> subscriptions; // of the SUB socket: beginnings of topics
+
+bool isSubscribed(const PublishedRecord& message) {
+    return std::any_of(subscriptions.begin(), subscriptions.end(), [&](const std::string& beginning) {
+        return std::string_view(message.topic->name).starts_with(beginning);
+    });
+}
+
+// Goes on to the next message that is subscribed to.
+void findMessage() {
+    for (std::size_t skipped = 0; skipped < messages.size(); ++skipped) {
+        if (isSubscribed(messages[nextMessage])) {
+            return;
+        }
+        nextMessage = (nextMessage + 1) % messages.size();
+    }
+    std::fputs("the script has no message for the subscriptions\n", stderr);
+    std::exit(1);
+}
+
 // The handles that the wrapped calls give out. Nothing is in them.
 int context;
 int subscriber;
@@ -22,6 +45,9 @@ int instructor;
 int documents;
 
 std::string_view takePart() {
+    if (nextPart == 0) {
+        findMessage();
+    }
     const PublishedRecord& message = messages[nextMessage];
     const std::array<std::string_view, 3> parts{message.topic->name, "1",
                                                 std::string_view(message.bytes.data(), message.bytes.size())};
@@ -54,6 +80,7 @@ void* documentSocket() {
 }
 
 void* recordSocket() {
+    subscriptions.assign(1, "");
     return &subscriber;
 }
 
@@ -76,11 +103,23 @@ int __wrap_zmq_connect(void*, const char*) {
     return 0;
 }
 
-int __wrap_zmq_close(void*) {
+int __wrap_zmq_close(void* socket) {
+    if (socket == &subscriber) {
+        subscriptions.clear();
+    }
     return 0;
 }
 
-int __wrap_zmq_setsockopt(void*, int, const void*, std::size_t) {
+int __wrap_zmq_setsockopt(void*, int option, const void* value, std::size_t length) {
+    const std::string beginning(static_cast<const char*>(value), length);
+    if (option == ZMQ_SUBSCRIBE) {
+        subscriptions.push_back(beginning);
+    } else if (option == ZMQ_UNSUBSCRIBE) {
+        const auto found = std::find(subscriptions.begin(), subscriptions.end(), beginning);
+        if (found != subscriptions.end()) {
+            subscriptions.erase(found);
+        }
+    }
     return 0;
 }
 
