@@ -4,6 +4,7 @@
 #include "support/records.h"
 #include "support/scriptedPeers.h"
 #include "support/zmqFaults.h"
+#include "trufios/trufiosChannels.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
@@ -134,4 +135,21 @@ TEST_F(SendDocument, ADocumentThatIsNeverAnsweredIsGivenUp) {
                                     "Unsupported PSI 19\n"
                                     "> document {}\n"
                                     "5s Abort\n");
+}
+
+TEST_F(SendDocument, ALateAnswerIsNotTakenForTheNextDocuments) {
+    TrufiosChannels channels{};
+    consoleOf([&] { initMPEGsideofMLC_MPEG_CTX(&channels); });
+    const MpegSession session{stateQuickPsi, requestTdt, 19, channels.mpegMstmlc, 0};
+    zmqFaults::hooks.insteadOfSleep = [](useconds_t) {};
+    trufios.answerNext("");
+    EXPECT_EQ(consoleOf([&] { sendJsonToGUI(&session); }), "sendJsonToGUI entered req 11\n"
+                                                           "Unsupported PSI 19\n"
+                                                           "> document {}\n"
+                                                           "5s Abort\n");
+    trufios.answerNow(R"({"reply": "nak", "reason": "too late"})");
+    zmqFaults::hooks.insteadOfSleep = nullptr;
+    EXPECT_EQ(consoleOf([&] { sendJsonToGUI(&session); }), "sendJsonToGUI entered req 11\n"
+                                                           "Unsupported PSI 19\n"
+                                                           "> document {}\n");
 }

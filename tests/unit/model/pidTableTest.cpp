@@ -245,6 +245,27 @@ TEST_F(PidTable, PidsThatTheListLacksAreSkippedSilently) {
                        "0 1 17 8 0 0 2 0 SDT\n");
 }
 
+TEST_F(PidTable, AMissingPidDoesNotKeepTheNextOneFromBeingTaken) {
+    listPids({{1, 0}, {17, 0}, {514, 1}, {516, 2}, {518, 4}, {520, 8}});
+    announcePrograms({{.pgmNum = 1,
+                       .pmtPid = 256,
+                       .pcrPid = 600,
+                       .videoPid = 601,
+                       .audio = {{513}, {514}},
+                       .privatePids = {515, 516},
+                       .ecmPids = {517, 518}}});
+    newestRecords.cat.caCount = 2;
+    newestRecords.cat.caEntries[0] = {0x500, 519};
+    newestRecords.cat.caEntries[1] = {0x500, 520};
+    EXPECT_EQ(collect(), "EMM Missing PID 519 p -1\n");
+    EXPECT_EQ(table(), "0 0 1 8 0 0 0 0 CAT\n"
+                       "0 1 17 8 0 0 0 0 SDT\n"
+                       "0 2 514 6 256 1 1 0 AUDIO\n"
+                       "0 3 516 7 256 1 2 0 PVT\n"
+                       "0 4 518 10 256 1 4 0 ECM\n"
+                       "0 5 520 9 0 0 8 0 EMM\n");
+}
+
 TEST_F(PidTable, ALaterBuilderTakesTheEntryOver) {
     listPids({{17, 0}, {256, 1}, {512, 10}});
     announcePrograms({{.pgmNum = 1, .pmtPid = 256, .pcrPid = 600, .videoPid = 512, .audio = {{512, 0}}},

@@ -357,6 +357,16 @@ TEST_F(Session, ASessionForgetsWhatWasCapturedBeforeIt) {
     EXPECT_EQ(feed.requestedTopics, 0x025);
 }
 
+TEST_F(Session, NothingIsCapturedOrChangedBeforeTheFirstRecordArrives) {
+    for (const std::int32_t requestCode : {requestPidData, requestPgmData, requestPgmDetail, requestTdt}) {
+        feed.changedTopics = 0x1FF;
+        feed.receivedMask = 0xFF;
+        EXPECT_TRUE(runFrom(stateInitFeed, requestCode, 20).ends_with(silence));
+        EXPECT_EQ(feed.changedTopics, 0);
+        EXPECT_EQ(feed.receivedMask, 0U);
+    }
+}
+
 TEST_F(Session, TheTopicThatIsWaitedForIsNoted) {
     EXPECT_TRUE(runFrom(stateInitFeed, requestPgmData).ends_with(silence));
     EXPECT_STREQ(feed.currentTopic, "MPEG-STRUCT-PAT");

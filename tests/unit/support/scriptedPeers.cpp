@@ -177,6 +177,10 @@ void ScriptedTrufios::answerNext(const std::string& answer) {
     answers.push_back(answer);
 }
 
+void ScriptedTrufios::answerNow(const std::string& answer) {
+    PeerSockets::send(documents, answer);
+}
+
 void* ScriptedTrufios::documentSocket() const {
     return serviceEnd;
 }

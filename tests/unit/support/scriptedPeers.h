@@ -80,7 +80,8 @@ class ScriptedTrufios {
     ScriptedTrufios();
 
     void answerNext(const std::string& answer);
-    void* documentSocket() const; // the service's end, connected
+    void answerNow(const std::string& answer); // the last document, which has not been answered yet
+    void* documentSocket() const;              // the service's end, connected
 
   private:
     PeerSockets peer;

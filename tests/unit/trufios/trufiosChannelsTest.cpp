@@ -83,6 +83,26 @@ TEST_F(TrufiosChannelsTest, ALateAcknowledgementIsDroppedWithTheNextDocument) {
     EXPECT_EQ(consoleOf([&] { EXPECT_EQ(waitReply(channels.mpegMstmlc), replyAck); }), "");
 }
 
+TEST_F(TrufiosChannelsTest, AnAbandonedDocumentThatWasNeverTakenIsNotDelivered) {
+    consoleOf([&] { initMPEGsideofMLC_MPEG_CTX(&channels); });
+    zmq_send(channels.mpegMstmlc, "abandoned", 9, 0); // Trufios is not there yet
+    abandonDocument(channels.mpegMstmlc);
+    zmq_send(channels.mpegMstmlc, "next", 4, 0);
+    PeerSockets trufios;
+    void* documents = trufios.bind(ZMQ_REP, "ipc:///run/shm/zmq/uRO_MpegFE_MMR");
+    EXPECT_EQ(PeerSockets::receive(documents), "next");
+}
+
+TEST_F(TrufiosChannelsTest, ASocketWithoutAConnectionToTrufiosIsNotConnectedByAbandoning) {
+    PeerSockets peers;
+    void* near = peers.bind(ZMQ_REP, "inproc://elsewhere");
+    void* far = peers.connect(ZMQ_REQ, "inproc://elsewhere");
+    abandonDocument(far);
+    EXPECT_THAT(endpointsConnected(), testing::IsEmpty());
+    PeerSockets::send(far, "still connected");
+    EXPECT_EQ(PeerSockets::receive(near), "still connected");
+}
+
 TEST_F(TrufiosChannelsTest, ClosingLeavesNothingOpenAndWaitsForNothing) {
     consoleOf([&] { initMPEGsideofMLC_MPEG_CTX(&channels); });
     __real_zmq_send(channels.mpegMstmlc, "nobody takes this", 17, 0);
