@@ -28,7 +28,7 @@ class Program:
 PROGRAMS = {
     "documents": Program("documentsBench", (), 15, 0.03, "cpu_time"),
     "collection": Program("collectionBench", (), 15, 0.02, "cpu_time"),
-    "reception": Program("receptionBench", (), 15, 0.1, "real_time"),
+    "reception": Program("receptionBench", (), 15, 0, "mpegFE"),
     "requests": Program("requestBench", (SERVICE, BARE_SOCKETS), 15, 0, "toDocument"),
     "footprint": Program("footprintBench", (SERVICE, BARE_SOCKETS, ALLOCATION_COUNTER), 15, 0, "real_time"),
 }

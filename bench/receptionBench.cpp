@@ -5,137 +5,28 @@
 // taken. "queued" has the messages wait in the socket already, so that it shows what reception costs by
 // itself. A third contestant is the bare loop that prints the same console lines, which the contract asks for
 // whoever receives.
+//
+// The contestants take short turns at the same stream within one benchmark, so that whatever else goes on
+// meets them all alike. The counters are seconds for a message, the median of a contestant's turns.
 #include "benchMain.h"
 #include "consoles.h"
-#include "publishedRecords.h"
+#include "recordStreams.h"
 #include "workloads.h"
 
 #include "feed/reception.h"
 
 #include <zmq.h>
 
+#include <algorithm>
 #include <array>
-#include <atomic>
 #include <chrono>
 #include <cstring>
 #include <string>
-#include <thread>
+#include <vector>
 
 namespace {
 
-constexpr int rotationsQueued = 10; // few enough to stay in the cache, as messages that are taken at once do
-
-void require(bool holds, const char* what) {
-    if (!holds) {
-        std::fprintf(stderr, "receptionBench: %s: %s\n", what, zmq_strerror(zmq_errno()));
-        std::exit(1);
-    }
-}
-
-// A context with one socket, closed without waiting for what is unsent.
-class Socket {
-  public:
-    Socket(void* sharedContext, int type) : socket(zmq_socket(sharedContext, type)) {
-        require(socket != nullptr, "no socket");
-        const int linger = 0;
-        zmq_setsockopt(socket, ZMQ_LINGER, &linger, sizeof linger);
-    }
-    ~Socket() {
-        zmq_close(socket);
-    }
-    Socket(const Socket&) = delete;
-    Socket& operator=(const Socket&) = delete;
-
-    void set(int option, int value) {
-        require(zmq_setsockopt(socket, option, &value, sizeof value) == 0, "no such option");
-    }
-    void* get() const {
-        return socket;
-    }
-
-  private:
-    void* socket;
-};
-
-class Context {
-  public:
-    ~Context() {
-        zmq_ctx_term(context);
-    }
-    Context() = default;
-    Context(const Context&) = delete;
-    Context& operator=(const Context&) = delete;
-
-    void* get() const {
-        return context;
-    }
-
-  private:
-    void* context = zmq_ctx_new();
-};
-
-// Nine records that never change, and nine more that differ from them in the last byte: the change detection
-// reads each record to its end either way.
-class Rotation {
-  public:
-    explicit Rotation(bool changing) : changes(changing), first(allPublishedNow()), second(first) {
-        for (PublishedRecord& record : second) {
-            record.bytes.back() = static_cast<char>(record.bytes.back() ^ 1);
-        }
-    }
-
-    void publishAll(void* publisher) {
-        for (const PublishedRecord& record : changes&& turn++ % 2 == 1 ? second : first) {
-            publish(publisher, record);
-        }
-    }
-
-  private:
-    bool changes;
-    unsigned turn = 0;
-    std::vector<PublishedRecord> first;
-    std::vector<PublishedRecord> second;
-};
-
-// Publishes over TCP until it goes away. It waits for a slow subscriber, so that nothing is lost.
-class EndlessPublisher {
-  public:
-    explicit EndlessPublisher(bool changing)
-        : publisher(context.get(), ZMQ_PUB), rotation(changing), thread([this] { run(); }) {
-        endpointKnown.wait(false);
-    }
-    ~EndlessPublisher() {
-        stopping = true;
-    }
-    EndlessPublisher(const EndlessPublisher&) = delete;
-    EndlessPublisher& operator=(const EndlessPublisher&) = delete;
-
-    const char* endpoint() const {
-        return boundTo.data();
-    }
-
-  private:
-    void run() {
-        publisher.set(ZMQ_XPUB_NODROP, 1);
-        publisher.set(ZMQ_SNDTIMEO, 100);
-        require(zmq_bind(publisher.get(), "tcp://127.0.0.1:*") == 0, "no TCP port");
-        std::size_t size = boundTo.size();
-        zmq_getsockopt(publisher.get(), ZMQ_LAST_ENDPOINT, boundTo.data(), &size);
-        endpointKnown = true;
-        endpointKnown.notify_one();
-        while (!stopping) {
-            rotation.publishAll(publisher.get());
-        }
-    }
-
-    Context context;
-    Socket publisher;
-    Rotation rotation;
-    std::array<char, 64> boundTo{};
-    std::atomic<bool> endpointKnown = false;
-    std::atomic<bool> stopping = false;
-    std::jthread thread;
-};
+constexpr int turns = 15; // of each contestant in a repetition
 
 // --- the contestants: each receives one message ----------------------------------------------------------
 
@@ -181,7 +72,10 @@ void receiveBareAndPrint(void* socket) {
 void receiveAsService(void* socket) {
     static FeedContext feed;
     feed.subscribers[0] = socket;
-    require(receiveMpegTopic(&feed, &programCount) == captured, "a message was lost");
+    if (receiveMpegTopic(&feed, &programCount) != captured) {
+        std::fputs("receptionBench: a message was lost\n", stderr);
+        std::exit(1);
+    }
 }
 
 struct Contestant {
@@ -195,71 +89,55 @@ constexpr std::array contestants{
     Contestant{"bare loop, same lines", receiveBareAndPrint},
 };
 
-// --- the two ways in which messages arrive ---------------------------------------------------------------
+// --- taking turns ----------------------------------------------------------------------------------------
 
-void receiveRotation(const Contestant& contestant, void* socket) {
-    for (std::size_t message = 0; message < topics.size(); ++message) {
-        contestant.receive(socket);
-    }
-}
-
-void countMessages(benchmark::State& state, int rotations) {
-    state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations()) * rotations *
-                            static_cast<std::int64_t>(topics.size()));
-}
-
-void receiveFromWire(benchmark::State& state, const Contestant& contestant, Console console, bool changing) {
-    loadFullTables();
-    EndlessPublisher publisher(changing);
-    Context context;
-    Socket subscriber(context.get(), ZMQ_SUB);
-    zmq_setsockopt(subscriber.get(), ZMQ_SUBSCRIBE, "", 0);
-    require(zmq_connect(subscriber.get(), publisher.endpoint()) == 0, "no connection");
-    const ConsoleTo leading(console);
-    receiveRotation(contestant, subscriber.get());
-    for (auto _ : state) {
-        receiveRotation(contestant, subscriber.get());
-    }
-    countMessages(state, 1);
-}
-
-void receiveQueued(benchmark::State& state, const Contestant& contestant, Console console, bool changing) {
+// Seconds for one message.
+template <typename Stream>
+double timeTurn(Stream& stream, const Contestant& contestant) {
     using Clock = std::chrono::steady_clock;
-    loadFullTables();
-    Rotation rotation(changing);
-    Context context;
-    Socket publisher(context.get(), ZMQ_PUB);
-    publisher.set(ZMQ_SNDHWM, 0);
-    Socket subscriber(context.get(), ZMQ_SUB);
-    subscriber.set(ZMQ_RCVHWM, 0);
-    zmq_setsockopt(subscriber.get(), ZMQ_SUBSCRIBE, "", 0);
-    require(zmq_bind(publisher.get(), "inproc://records") == 0, "no endpoint");
-    require(zmq_connect(subscriber.get(), "inproc://records") == 0, "no connection");
-    const ConsoleTo leading(console);
-    for (auto _ : state) {
-        for (int k = 0; k < rotationsQueued; ++k) {
-            rotation.publishAll(publisher.get());
-        }
-        const Clock::time_point start = Clock::now();
-        for (int k = 0; k < rotationsQueued; ++k) {
-            receiveRotation(contestant, subscriber.get());
-        }
-        state.SetIterationTime(std::chrono::duration<double>(Clock::now() - start).count());
+    stream.prepareTurn();
+    constexpr std::size_t messages = Stream::rotationsOfATurn * topics.size();
+    const Clock::time_point start = Clock::now();
+    for (std::size_t message = 0; message < messages; ++message) {
+        contestant.receive(stream.subscriber());
     }
-    countMessages(state, rotationsQueued);
+    return std::chrono::duration<double>(Clock::now() - start).count() / messages;
 }
 
-void addBenchmarks(const Contestant& contestant, Console console, bool changing) {
-    const auto nameFor = [&](const char* way) {
-        return std::string("reception/") + way + ", " + (changing ? "changed" : "unchanged") +
-               ", console to " + nameOf(console) + "|" + contestant.name;
-    };
-    benchmark::RegisterBenchmark(nameFor("from the wire").c_str(), [=](benchmark::State& state) {
-        receiveFromWire(state, contestant, console, changing);
-    })->UseRealTime();
-    benchmark::RegisterBenchmark(nameFor("queued").c_str(), [=](benchmark::State& state) {
-        receiveQueued(state, contestant, console, changing);
-    })->UseManualTime();
+double median(std::vector<double>& samples) {
+    const auto middle = samples.begin() + static_cast<std::ptrdiff_t>(samples.size() / 2);
+    std::nth_element(samples.begin(), middle, samples.end());
+    return *middle;
+}
+
+template <typename Stream>
+void takeTurns(benchmark::State& state, Console console, bool changing) {
+    loadFullTables();
+    Stream stream(changing);
+    const ConsoleTo leading(console);
+    for (auto _ : state) {
+        std::array<std::vector<double>, contestants.size()> seconds;
+        for (int turn = 0; turn < turns; ++turn) {
+            for (std::size_t k = 0; k < contestants.size(); ++k) {
+                seconds[k].push_back(timeTurn(stream, contestants[k]));
+            }
+        }
+        for (std::size_t k = 0; k < contestants.size(); ++k) {
+            state.counters[contestants[k].name] = median(seconds[k]);
+        }
+    }
+}
+
+void addBenchmarks(Console console, bool changing) {
+    const std::string circumstances =
+        std::string(changing ? ", changed" : ", unchanged") + ", console to " + nameOf(console) + "|turns";
+    benchmark::RegisterBenchmark(
+        ("reception/from the wire" + circumstances).c_str(),
+        [=](benchmark::State& state) { takeTurns<WireStream>(state, console, changing); })
+        ->Iterations(1);
+    benchmark::RegisterBenchmark(("reception/queued" + circumstances).c_str(), [=](benchmark::State& state) {
+        takeTurns<QueuedStream>(state, console, changing);
+    })->Iterations(1);
 }
 
 } // namespace
@@ -268,9 +146,7 @@ int main(int argc, char** argv) {
     sendConsoleNowhere();
     for (const Console console : {Console::file, Console::pipe, Console::null}) {
         for (const bool changing : {false, true}) {
-            for (const Contestant& contestant : contestants) {
-                addBenchmarks(contestant, console, changing);
-            }
+            addBenchmarks(console, changing);
         }
     }
     return runBenchmarks(argc, argv);
