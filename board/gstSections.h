@@ -4,6 +4,7 @@
 #include <gst/mpegts/mpegts.h>
 
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <span>
 #include <string>
@@ -28,12 +29,23 @@ using Section = std::unique_ptr<GstMpegtsSection, SectionUnref>;
 using Text = std::unique_ptr<gchar, Release<g_free>>;
 using Array = std::unique_ptr<GPtrArray, Release<g_ptr_array_unref>>;
 
-// Decodes a sound section that came on pid; null, or of another type than expected, when it makes no sense.
-// GStreamer takes over the bytes that it decodes, so it gets a copy.
+// Decodes a sound section that came on pid and that biTStream has found well-formed, loop by loop: GStreamer
+// believes the lengths inside a section whose CRC is right. Null, or of another type than expected, when it
+// makes no sense. GStreamer takes over the bytes that it decodes, so it gets a copy.
 inline Section decode(std::uint16_t pid, std::span<const std::uint8_t> bytes, GstMpegtsSectionType expected) {
     auto* copy = static_cast<guint8*>(g_memdup2(bytes.data(), bytes.size()));
     Section section(gst_mpegts_section_new(pid, copy, bytes.size()));
     return section && section->section_type == expected ? std::move(section) : nullptr;
+}
+
+// A coded value that GStreamer hands out as an enumeration. The stream may hold any number, also one that is
+// no enumerator, and C++ does not allow such a value to be read as the enumeration.
+template <class Enumeration>
+unsigned codeOf(const Enumeration& value) {
+    static_assert(sizeof value == sizeof(unsigned));
+    unsigned code = 0;
+    std::memcpy(&code, &value, sizeof code);
+    return code;
 }
 
 // The items of an array; none for null.

@@ -14,8 +14,8 @@ namespace {
 constexpr std::array<const char*, 12> modulations{"QPSK", "16QAM", "32QAM", "64QAM", "128QAM", "256QAM",
                                                   "auto", "8VSB",  "16VSB", "8PSK",  "16APSK", "32APSK"};
 
-const char* modulationName(GstMpegtsModulationType type) {
-    const auto index = static_cast<std::size_t>(type);
+const char* modulationName(const GstMpegtsModulationType& type) {
+    const unsigned index = gst::codeOf(type);
     return index < modulations.size() ? modulations[index] : "unknown";
 }
 
@@ -45,7 +45,7 @@ std::optional<std::string> serviceList(const GstMpegtsDescriptor& descriptor) {
         text += text.empty() ? "" : " ";
         text += std::to_string(item->service_id);
         text += ":";
-        text += std::to_string(item->type);
+        text += std::to_string(gst::codeOf(item->type));
     }
     return text;
 }
@@ -57,7 +57,7 @@ std::optional<std::string> satelliteDelivery(const GstMpegtsDescriptor& descript
     }
     static constexpr std::array<char, 4> polarizations{'H', 'V', 'L', 'R'};
     return formatted("%u kHz %c %.1f%c %s %s %u sym/s", system.frequency,
-                     polarizations[static_cast<std::size_t>(system.polarization) % polarizations.size()],
+                     polarizations[gst::codeOf(system.polarization) % polarizations.size()],
                      static_cast<double>(system.orbital_position), system.west_east ? 'E' : 'W',
                      system.modulation_system ? "DVB-S2" : "DVB-S", modulationName(system.modulation_type),
                      system.symbol_rate);

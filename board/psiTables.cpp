@@ -95,7 +95,8 @@ std::optional<SectionHeader> sectionHeader(std::span<const std::uint8_t> section
 }
 
 std::optional<std::vector<Program>> readPat(std::span<const std::uint8_t> section) {
-    const gst::Section decoded = gst::decode(patPid, section, GST_MPEGTS_SECTION_PAT);
+    const gst::Section decoded =
+        pat_validate(section.data()) ? gst::decode(patPid, section, GST_MPEGTS_SECTION_PAT) : nullptr;
     if (!decoded) {
         return std::nullopt;
     }
@@ -111,7 +112,8 @@ std::optional<std::vector<Program>> readPat(std::span<const std::uint8_t> sectio
 }
 
 std::optional<std::vector<CaSystem>> readCat(std::span<const std::uint8_t> section) {
-    const gst::Section decoded = gst::decode(catPid, section, GST_MPEGTS_SECTION_CAT);
+    const gst::Section decoded =
+        cat_validate(section.data()) ? gst::decode(catPid, section, GST_MPEGTS_SECTION_CAT) : nullptr;
     if (!decoded) {
         return std::nullopt;
     }
@@ -131,7 +133,8 @@ std::optional<std::vector<CaSystem>> readCat(std::span<const std::uint8_t> secti
 }
 
 std::optional<PmtSection> readPmt(std::uint16_t pid, std::span<const std::uint8_t> section) {
-    const gst::Section decoded = gst::decode(pid, section, GST_MPEGTS_SECTION_PMT);
+    const gst::Section decoded =
+        pmt_validate(section.data()) ? gst::decode(pid, section, GST_MPEGTS_SECTION_PMT) : nullptr;
     if (!decoded) {
         return std::nullopt;
     }

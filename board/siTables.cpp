@@ -5,6 +5,9 @@
 
 #include "feed/records.h"
 
+#include <bitstream/dvb/si.h>
+#include <bitstream/mpeg/psi.h>
+
 #include <chrono>
 
 namespace board {
@@ -29,6 +32,10 @@ std::uint32_t secondOfDay(const GstDateTime* time) {
     return static_cast<std::uint32_t>(gst_date_time_get_hour(time)) * secondsPerHour +
            static_cast<std::uint32_t>(gst_date_time_get_minute(time)) * secondsPerMinute +
            static_cast<std::uint32_t>(gst_date_time_get_second(time));
+}
+
+UtcTime timeOf(std::uint8_t tableId, const GstDateTime* time) {
+    return {tableId, modifiedJulianDay(time), secondOfDay(time)};
 }
 
 std::vector<TextDescriptor> textsOf(const GPtrArray* descriptors) {
@@ -66,7 +73,8 @@ Event eventOf(const GstMpegtsEITEvent& source) {
 } // namespace
 
 std::optional<ServiceTable> readSdt(std::span<const std::uint8_t> section) {
-    const gst::Section decoded = gst::decode(sdtPid, section, GST_MPEGTS_SECTION_SDT);
+    const gst::Section decoded =
+        sdt_validate(section.data()) ? gst::decode(sdtPid, section, GST_MPEGTS_SECTION_SDT) : nullptr;
     const GstMpegtsSDT* sdt = decoded ? gst_mpegts_section_get_sdt(decoded.get()) : nullptr;
     if (sdt == nullptr || !sdt->actual_ts) {
         return std::nullopt;
@@ -80,7 +88,7 @@ std::optional<ServiceTable> readSdt(std::span<const std::uint8_t> section) {
             gchar* provider = nullptr;
             if (descriptor->tag == GST_MTS_DESC_DVB_SERVICE &&
                 gst_mpegts_descriptor_parse_dvb_service(descriptor, &type, &name, &provider)) {
-                row.type = static_cast<std::uint8_t>(type);
+                row.type = static_cast<std::uint8_t>(gst::codeOf(type));
                 row.name = gst::toString(name);
                 row.provider = gst::toString(provider);
             }
@@ -91,7 +99,8 @@ std::optional<ServiceTable> readSdt(std::span<const std::uint8_t> section) {
 }
 
 std::optional<NitSection> readNit(std::uint16_t pid, std::span<const std::uint8_t> section) {
-    const gst::Section decoded = gst::decode(pid, section, GST_MPEGTS_SECTION_NIT);
+    const gst::Section decoded =
+        nit_validate(section.data()) ? gst::decode(pid, section, GST_MPEGTS_SECTION_NIT) : nullptr;
     const GstMpegtsNIT* nit = decoded ? gst_mpegts_section_get_nit(decoded.get()) : nullptr;
     if (nit == nullptr || !nit->actual_network) {
         return std::nullopt;
@@ -105,7 +114,8 @@ std::optional<NitSection> readNit(std::uint16_t pid, std::span<const std::uint8_
 }
 
 std::optional<EitSection> readEit(std::span<const std::uint8_t> section) {
-    const gst::Section decoded = gst::decode(eitPid, section, GST_MPEGTS_SECTION_EIT);
+    const gst::Section decoded =
+        eit_validate(section.data()) ? gst::decode(eitPid, section, GST_MPEGTS_SECTION_EIT) : nullptr;
     const GstMpegtsEIT* eit = decoded ? gst_mpegts_section_get_eit(decoded.get()) : nullptr;
     if (eit == nullptr || !eit->actual_stream) {
         return std::nullopt;
@@ -118,16 +128,17 @@ std::optional<EitSection> readEit(std::span<const std::uint8_t> section) {
 }
 
 std::optional<UtcTime> readTime(std::span<const std::uint8_t> section) {
-    if (const gst::Section tdt = gst::decode(tdtPid, section, GST_MPEGTS_SECTION_TDT)) {
-        const DateTime time(gst_mpegts_section_get_tdt(tdt.get()));
-        if (time) {
-            return UtcTime{tdt->table_id, modifiedJulianDay(time.get()), secondOfDay(time.get())};
-        }
-    } else if (const gst::Section tot = gst::decode(tdtPid, section, GST_MPEGTS_SECTION_TOT)) {
-        const GstMpegtsTOT* table = gst_mpegts_section_get_tot(tot.get());
-        if (table != nullptr && table->utc_time != nullptr) {
-            return UtcTime{tot->table_id, modifiedJulianDay(table->utc_time), secondOfDay(table->utc_time)};
-        }
+    if (tdt_validate(section.data())) {
+        const gst::Section tdt = gst::decode(tdtPid, section, GST_MPEGTS_SECTION_TDT);
+        const DateTime time(tdt ? gst_mpegts_section_get_tdt(tdt.get()) : nullptr);
+        return time ? std::optional(timeOf(tdt->table_id, time.get())) : std::nullopt;
+    }
+    if (tot_validate(section.data())) {
+        const gst::Section tot = gst::decode(tdtPid, section, GST_MPEGTS_SECTION_TOT);
+        const GstMpegtsTOT* table = tot ? gst_mpegts_section_get_tot(tot.get()) : nullptr;
+        return table != nullptr && table->utc_time != nullptr
+                   ? std::optional(timeOf(tot->table_id, table->utc_time))
+                   : std::nullopt;
     }
     return std::nullopt;
 }
