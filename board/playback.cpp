@@ -58,6 +58,9 @@ class Reader {
     bool rewind() {
         return source_->rewind();
     }
+    std::uint64_t syncLosses() const {
+        return sync_.losses();
+    }
     int descriptor() const {
         return source_->descriptor();
     }
@@ -227,6 +230,11 @@ class Session {
         publisher_.attend(milliseconds(0), -1, now());
         writeRecords(analyser_.model(), analyser_.rates(), options_.eventService, *records_, limits_);
         publisher_.publishRound(*records_, allTopicBits, now());
+        const StreamErrors& errors = analyser_.errors();
+        say("stopped after " + std::to_string(analyser_.packets()) +
+            " packets: " + std::to_string(errors.transportErrors) + " transport errors, " +
+            std::to_string(errors.discontinuities) + " gaps, " + std::to_string(errors.badSections) +
+            " bad sections, " + std::to_string(reader_.syncLosses()) + " losses of sync");
     }
 
     void turn(milliseconds wait, int descriptor) {
