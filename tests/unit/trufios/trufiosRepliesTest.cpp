@@ -3,6 +3,7 @@
 #include "support/scriptedPeers.h"
 #include "support/zmqFaults.h"
 
+#include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <jansson.h>
@@ -21,6 +22,18 @@ std::string parseErrorLines(const std::string& text) {
     return "Display Mgr parse error string " + std::string(error.text) + " \n" +
            "Display Mgr parse error source " + error.source + " \n" + "Display Mgr parse position " +
            std::to_string(error.position) + " \n";
+}
+
+int liveBlocks = 0; // of Jansson's
+
+void* countedMalloc(std::size_t size) {
+    ++liveBlocks;
+    return std::malloc(size);
+}
+
+void countedFree(void* block) {
+    liveBlocks -= block != nullptr ? 1 : 0;
+    std::free(block);
 }
 
 } // namespace
@@ -251,4 +264,25 @@ TEST_F(TrufiosReplies, AWaitForATextEndsAfterFiveSecondsToo) {
     EXPECT_EQ(consoleOf([&] { result = waitReplyText(documentSocket, text); }), "5s Abort\n");
     EXPECT_EQ(result, 2);
     EXPECT_STREQ(text, "before");
+}
+
+TEST_F(TrufiosReplies, EveryAnswerIsReleased) {
+    void* documentSocket = sentDocument();
+    json_malloc_t plainMalloc = nullptr;
+    json_free_t plainFree = nullptr;
+    json_get_alloc_funcs(&plainMalloc, &plainFree);
+    json_set_alloc_funcs(countedMalloc, countedFree);
+    for (const std::string answer : {R"({"reply": "ack"})", R"({"reply": "ack", "ack": "ready"})",
+                                     R"({"reply": "nak", "reason": "busy"})", R"({"reply": "nak"})",
+                                     R"({"answer": "ack"})", R"(["reply"])", "xyz", ""}) {
+        for (const bool withText : {false, true}) {
+            PeerSockets::send(trufiosEnd, answer);
+            ReplyText text = "";
+            consoleOf([&] { withText ? waitReplyText(documentSocket, text) : waitReply(documentSocket); });
+            EXPECT_EQ(liveBlocks, 0) << answer;
+            PeerSockets::send(documentSocket, "document");
+            PeerSockets::receive(trufiosEnd);
+        }
+    }
+    json_set_alloc_funcs(plainMalloc, plainFree);
 }
