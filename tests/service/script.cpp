@@ -73,7 +73,7 @@ class Player {
         std::string_view name;
         Verb verb;
     };
-    static const std::array<VerbRow, 26> verbs;
+    static const std::array<VerbRow, 27> verbs;
 
     void step(const Line& line);
     void startPeersAndService();
@@ -104,6 +104,7 @@ class Player {
     void freeze(const Line& line);
     void thaw(const Line& line);
     void sameDescriptors(const Line& line);
+    void descriptorLimit(const Line& line);
     void endsWaiting(const Line& line);
     void terminated(const Line& line);
 
@@ -121,7 +122,7 @@ class Player {
     std::optional<std::size_t> descriptors;
 };
 
-constexpr std::array<Player::VerbRow, 26> Player::verbs{{
+constexpr std::array<Player::VerbRow, 27> Player::verbs{{
     {"without", &Player::without},
     {"starts", &Player::starts},
     {"stops", &Player::stops},
@@ -146,6 +147,7 @@ constexpr std::array<Player::VerbRow, 26> Player::verbs{{
     {"freeze", &Player::freeze},
     {"thaw", &Player::thaw},
     {"same-descriptors", &Player::sameDescriptors},
+    {"descriptor-limit", &Player::descriptorLimit},
     {"ends-waiting", &Player::endsWaiting},
     {"terminated", &Player::terminated},
 }};
@@ -374,6 +376,10 @@ void Player::sameDescriptors(const Line&) {
         descriptors = run.descriptorCount();
     }
     run.waitUntil("as few descriptors", [&] { return run.descriptorCount() == *descriptors; });
+}
+
+void Player::descriptorLimit(const Line& line) {
+    run.limitDescriptors(std::stoul(line.words.at(1)));
 }
 
 void Player::note(const std::string& line) {

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <csignal>
+#include <fcntl.h>
 #include <stdexcept>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace serviceTest {
@@ -86,6 +88,15 @@ void ServiceRun::hearOnce(std::chrono::milliseconds limit) {
 }
 
 void ServiceRun::waitUntil(const std::string& what, const std::function<bool()>& isThere) {
+    hearUntil(what, isThere, options.patience);
+}
+
+void ServiceRun::watchUntil(const std::string& what, const std::function<bool()>& isThere) {
+    hearUntil(what, isThere, std::chrono::milliseconds(1));
+}
+
+void ServiceRun::hearUntil(const std::string& what, const std::function<bool()>& isThere,
+                           std::chrono::milliseconds step) {
     const Clock::time_point deadline = Clock::now() + options.patience;
     while (!isThere()) {
         if (serviceEnded) {
@@ -94,7 +105,7 @@ void ServiceRun::waitUntil(const std::string& what, const std::function<bool()>&
         if (Clock::now() >= deadline) {
             throw std::runtime_error("there never was " + what);
         }
-        hearOnce(until(deadline));
+        hearOnce(std::min(until(deadline), step));
     }
 }
 
@@ -117,13 +128,18 @@ void ServiceRun::interrupt() {
     service->signal(SIGUSR1);
 }
 
+bool ServiceRun::consoleIsFull() const {
+    // The rest of the last pages may be too short for what is written next.
+    int used = 0;
+    const int size = fcntl(service->outputDescriptor(), F_GETPIPE_SZ);
+    return ioctl(service->outputDescriptor(), FIONREAD, &used) == 0 && used > size * 9 / 10 &&
+           service->sleeps();
+}
+
 void ServiceRun::freeze() {
     waitForSleep();
     service->signal(SIGSTOP);
-    waitUntil("a stopped service", [&] {
-        hearOnce(std::chrono::milliseconds(1));
-        return service->isStopped();
-    });
+    watchUntil("a stopped service", [&] { return service->isStopped(); });
 }
 
 void ServiceRun::thaw() {

@@ -57,6 +57,8 @@ class ServiceRun {
     // Hears the peers and the console until there is what is waited for. Throws std::runtime_error naming it
     // when the patience ends, or when the service has ended.
     void waitUntil(const std::string& what, const std::function<bool()>& isThere);
+    // The same for what neither the peers nor the console tell of: looks again each millisecond.
+    void watchUntil(const std::string& what, const std::function<bool()>& isThere);
     // Lets time pass, for a peer that is late on purpose.
     void letPass(std::chrono::milliseconds time);
 
@@ -76,6 +78,8 @@ class ServiceRun {
     void leaveConsoleUnread(bool unread) {
         consoleUnread = unread;
     }
+    // Whether there is no room for another line, however short.
+    bool consoleIsFull() const;
 
     // Interrupts the call that the service waits in, once it waits in one.
     void interrupt();
@@ -87,6 +91,15 @@ class ServiceRun {
     // How many files and sockets the service has open.
     std::size_t descriptorCount() const {
         return service.value().descriptorCount();
+    }
+
+    // What one of them is, as Linux names it: a path, or "pipe:[...]".
+    std::string descriptorTarget(int descriptor) const {
+        return service.value().descriptorTarget(descriptor);
+    }
+    // How many it may have open from now on.
+    void limitDescriptors(std::size_t limit) const {
+        service.value().limitDescriptors(limit);
     }
 
     // Waits until the service has ended by itself, and returns how.
@@ -104,9 +117,6 @@ class ServiceRun {
     };
     Ending end();
 
-    // Hears the peers and the console for at most this time, or until there is something.
-    void hearOnce(std::chrono::milliseconds limit);
-
   private:
     // Each has a context of its own, whose end waits until the endpoints are free again.
     template <typename Peer>
@@ -118,6 +128,9 @@ class ServiceRun {
     bool readsConsole() const {
         return service->outputDescriptor() >= 0 && !consoleUnread;
     }
+    void hearOnce(std::chrono::milliseconds limit);
+    void hearUntil(const std::string& what, const std::function<bool()>& isThere,
+                   std::chrono::milliseconds step);
     void waitForSleep();
 
     RunOptions options;

@@ -11,6 +11,7 @@
 #include <iterator>
 #include <poll.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <system_error>
@@ -118,6 +119,21 @@ char ChildProcess::state() const {
 std::size_t ChildProcess::descriptorCount() const {
     const std::filesystem::directory_iterator entries("/proc/" + std::to_string(pid) + "/fd");
     return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
+}
+
+std::string ChildProcess::descriptorTarget(int descriptor) const {
+    return std::filesystem::read_symlink("/proc/" + std::to_string(pid) + "/fd/" +
+                                         std::to_string(descriptor));
+}
+
+void ChildProcess::limitDescriptors(std::size_t limit) const {
+    rlimit limits{};
+    int result = prlimit(pid, RLIMIT_NOFILE, nullptr, &limits);
+    limits.rlim_cur = limit;
+    result = result == 0 ? prlimit(pid, RLIMIT_NOFILE, &limits, nullptr) : result;
+    if (result != 0) {
+        throw std::system_error(errno, std::generic_category(), "prlimit");
+    }
 }
 
 std::optional<int> ChildProcess::waitFor(std::chrono::milliseconds limit) {

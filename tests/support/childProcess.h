@@ -45,6 +45,12 @@ class ChildProcess {
     // How many files and sockets the child has open.
     std::size_t descriptorCount() const;
 
+    // What one of them is, as Linux names it: a path, or "pipe:[...]".
+    std::string descriptorTarget(int descriptor) const;
+
+    // How many it may have open from now on. Throws std::system_error when that cannot be set.
+    void limitDescriptors(std::size_t limit) const;
+
     // The status as waitpid gives it, or nothing when the child has not ended in time.
     std::optional<int> waitFor(std::chrono::milliseconds limit);
 

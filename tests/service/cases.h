@@ -1,0 +1,23 @@
+// The cases under cases/: what is played, and what must come out.
+#pragma once
+
+#include "script.h"
+
+#include <string>
+#include <vector>
+
+namespace serviceTest {
+
+// Names of all cases, in order.
+std::vector<std::string> caseNames();
+
+// The transcript of a case, with the library's version filled in.
+std::string expectedTranscript(const std::string& caseName);
+
+// What the service itself has printed: a transcript without the recorder's lines.
+std::string consoleLines(const std::string& transcript);
+
+// Plays a case against a new service.
+Outcome playCase(const std::string& caseName, RunOptions options);
+
+} // namespace serviceTest

@@ -1,0 +1,163 @@
+// The process itself, rather than what it says: unrecorded, under a memory checker, with more requests than
+// it can take and with consoles that nobody reads.
+#include "../support/isolation.h"
+#include "cases.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <string>
+
+namespace serviceTest {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* plainAck = R"({"reply": "ack"})";
+
+std::string refusedRequest(int number) {
+    return R"({"dataStream":")" + std::to_string(number) + R"("})";
+}
+
+std::string refusals(int count) {
+    std::string lines;
+    for (int number = 0; number < count; ++number) {
+        lines +=
+            "Illegal Client MPEG Request: " + std::to_string(number) + "\nClient Request not recognized\n";
+    }
+    return lines;
+}
+
+class Process : public testing::Test {
+  protected:
+    static void SetUpTestSuite() {
+        testSupport::enterIsolation();
+    }
+
+    static RunOptions unrecorded(std::vector<std::string> launcher = {}) {
+        RunOptions options;
+        options.recorded = false;
+        options.launcher = std::move(launcher);
+        return options;
+    }
+
+    // Starts the service with Trufios, and waits until it has said so.
+    static void start(ServiceRun& run) {
+        run.startTrufios();
+        run.startService();
+        const std::string startUp = consoleLines(expectedTranscript("start-up"));
+        run.waitUntil("the console's first lines", [&] { return run.console() == startUp; });
+    }
+
+    // Sends requests as fast as there is room for them, and goes on with whatever else happens.
+    static void flood(ServiceRun& run, int count) {
+        int sent = 0;
+        run.watchUntil("room for all requests", [&] {
+            while (sent < count && run.trufios().trySendRequest(refusedRequest(sent))) {
+                ++sent;
+            }
+            return sent == count;
+        });
+    }
+
+    static void awaitAnswers(ServiceRun& run, int count) {
+        const auto wanted = static_cast<std::size_t>(count);
+        run.waitUntil("all acknowledgements",
+                      [&] { return run.trufios().acknowledgements.size() == wanted; });
+        const std::string lines = refusals(count);
+        run.waitUntil("all refusals", [&] { return run.console().size() >= lines.size(); });
+        EXPECT_EQ(std::count(run.trufios().acknowledgements.begin(), run.trufios().acknowledgements.end(),
+                             plainAck),
+                  count);
+        EXPECT_EQ(run.console(), consoleLines(expectedTranscript("start-up")) + lines);
+    }
+
+    // Sends requests until their console lines fill the pipe, which holds less than the lines of this many.
+    static constexpr int moreThanAConsoleHolds = 1500;
+    static void fillConsole(ServiceRun& run) {
+        run.leaveConsoleUnread(true);
+        flood(run, moreThanAConsoleHolds);
+        run.watchUntil("a full console", [&] { return run.consoleIsFull(); });
+    }
+};
+
+// Nothing is preloaded: the recorder neither makes the console live nor ends the process.
+TEST_F(Process, printsTheSameWithoutARecorder) {
+    const Outcome outcome = playCase("every-request", unrecorded());
+    EXPECT_EQ(outcome.trouble, "");
+    EXPECT_EQ(outcome.transcript, consoleLines(expectedTranscript("every-request")));
+    EXPECT_EQ(outcome.errors, "");
+    EXPECT_EQ(outcome.ending.actual, "signal 15 (Terminated)");
+}
+
+// Every request, once: no byte is used before it is set, none outside its buffer, and none is lost.
+TEST_F(Process, isCleanUnderMemcheck) {
+    if (MPEGFE_SANITIZED) {
+        GTEST_SKIP() << "the sanitizers of this build see to it";
+    }
+    if (std::string(MPEGFE_VALGRIND).empty()) {
+        GTEST_SKIP() << "valgrind was not found when the build was configured";
+    }
+    const fs::path log = fs::absolute("memcheck.log");
+    RunOptions options;
+    options.launcher = {MPEGFE_VALGRIND, "--error-exitcode=99", "--leak-check=full",
+                        "--errors-for-leak-kinds=definite,indirect", "--log-file=" + log.string()};
+    options.patience = std::chrono::minutes(4);
+    const Outcome outcome = playCase("every-request", options);
+    EXPECT_EQ(outcome.trouble, "");
+    EXPECT_EQ(outcome.transcript, expectedTranscript("every-request"));
+    EXPECT_EQ(outcome.ending.actual, "exit code 0") << readFile(log);
+}
+
+TEST_F(Process, answersTenThousandRequestsInOrder) {
+    ServiceRun run(unrecorded());
+    start(run);
+    flood(run, 10000);
+    awaitAnswers(run, 10000);
+    EXPECT_EQ(run.terminate(), "signal 15 (Terminated)");
+    EXPECT_EQ(run.errors(), "");
+}
+
+// As a terminal that has been stopped: the service waits with its line, and its clients wait with it.
+TEST_F(Process, goesOnWhenItsConsoleIsReadAgain) {
+    ServiceRun run(unrecorded());
+    start(run);
+    fillConsole(run);
+    EXPECT_LT(run.trufios().acknowledgements.size(), moreThanAConsoleHolds);
+    run.leaveConsoleUnread(false);
+    awaitAnswers(run, moreThanAConsoleHolds);
+    EXPECT_EQ(run.terminate(), "signal 15 (Terminated)");
+}
+
+TEST_F(Process, endsAtOnceWhenItsConsoleIsNotRead) {
+    ServiceRun run(unrecorded());
+    start(run);
+    fillConsole(run);
+    EXPECT_EQ(run.terminate(), "signal 15 (Terminated)");
+}
+
+TEST_F(Process, answersWhenItsConsoleIsFullForEver) {
+    ServiceRun run(unrecorded({"sh", "-c", R"(exec "$0" >/dev/full)"}));
+    run.startTrufios();
+    run.startService();
+    flood(run, 3);
+    run.waitUntil("all acknowledgements", [&] { return run.trufios().acknowledgements.size() == 3; });
+    EXPECT_EQ(run.terminate(), "signal 15 (Terminated)");
+    EXPECT_EQ(run.console(), "");
+    EXPECT_EQ(run.errors(), "");
+}
+
+// Without standard descriptors ZeroMQ's own would get their numbers, and the console lines.
+TEST_F(Process, DISABLED_answersWithoutStandardDescriptors) {
+    ServiceRun run(unrecorded({"sh", "-c", R"(exec "$0" <&- >&-)"}));
+    run.startTrufios();
+    run.startService();
+    flood(run, 3);
+    run.waitUntil("all acknowledgements", [&] { return run.trufios().acknowledgements.size() == 3; });
+    EXPECT_EQ(run.descriptorTarget(1), "/dev/null");
+    EXPECT_EQ(run.terminate(), "signal 15 (Terminated)");
+    EXPECT_EQ(run.errors(), "");
+}
+
+} // namespace
+} // namespace serviceTest
