@@ -73,9 +73,9 @@ class Analyser {
   private:
     // Looks for codec headers at the start of the PES packets of one elementary stream.
     struct HeaderProbe {
-        StreamKind kind;
-        std::uint8_t streamType;
-        std::uint16_t audioCoding;
+        StreamKind kind = StreamKind::data;
+        std::uint8_t streamType = 0;
+        std::uint16_t audioCoding = 0;
         std::vector<std::uint8_t> data; // of the PES packet that is being collected
         bool collecting = false;
         Ticks quietUntil = 0;

@@ -152,7 +152,7 @@ class NetworkSource final : public PacketSource {
         }
         GError* error = nullptr;
         gst_message_parse_error(message.get(), &error, nullptr);
-        const std::string text = error->message;
+        std::string text = error->message;
         g_error_free(error);
         return text;
     }

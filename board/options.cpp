@@ -105,6 +105,7 @@ Options parseOptions(std::span<char* const> arguments) {
         {"help", no_argument, [&] { options.help = true; }},
     }};
     std::vector<option> longOptions;
+    longOptions.reserve(known.size() + 1);
     for (const Known& one : known) {
         longOptions.push_back({one.name, one.argument, nullptr, 0});
     }
@@ -118,7 +119,7 @@ Options parseOptions(std::span<char* const> arguments) {
     optind = 0; // start over, also in a test that parses twice
     opterr = 0;
     int index = 0;
-    for (int code; (code = getopt_long(argc, argv.data(), "", longOptions.data(), &index)) != -1;) {
+    for (int code = 0; (code = getopt_long(argc, argv.data(), "", longOptions.data(), &index)) != -1;) {
         if (code != 0) {
             throw BoardError({"cannot read the command line", "an option of mpegfe-board with its value",
                               "\"" + std::string(argv[static_cast<std::size_t>(optind) - 1]) + "\"",

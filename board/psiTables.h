@@ -37,7 +37,7 @@ std::optional<SectionHeader> sectionHeader(std::span<const std::uint8_t> section
 std::optional<std::vector<Program>> readPat(std::span<const std::uint8_t> section);
 std::optional<std::vector<CaSystem>> readCat(std::span<const std::uint8_t> section);
 struct PmtSection {
-    std::uint16_t programNumber;
+    std::uint16_t programNumber = 0;
     ProgramMap map;
 };
 std::optional<PmtSection> readPmt(std::uint16_t pid, std::span<const std::uint8_t> section);

@@ -92,7 +92,7 @@ struct Publisher::Sockets {
         }
     }
 
-    void* bindSocket(int type, const char* endpoint, const std::string& meaning) {
+    void* bindSocket(int type, const char* endpoint, const std::string& meaning) const {
         void* socket = zmq_socket(context, type);
         if (type == ZMQ_XPUB) {
             setInt(socket, ZMQ_SNDHWM, sendQueue);
@@ -163,7 +163,7 @@ void Publisher::acceptClients() {
     std::array<char, 64> message{};
     subscriptionsWait_ = false;
     joinDue_.reset();
-    for (int length;
+    for (int length = 0;
          (length = zmq_recv(sockets_->records, message.data(), message.size(), ZMQ_DONTWAIT)) > 0;) {
         const std::string topic(message.data() + 1,
                                 std::min(static_cast<std::size_t>(length), message.size()) - 1);
