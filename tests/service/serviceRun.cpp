@@ -43,10 +43,9 @@ ServiceRun::ServiceRun(RunOptions runOptions) : options(std::move(runOptions)) {
 void ServiceRun::startService() {
     std::vector<std::string> words = options.launcher;
     words.emplace_back(MPEGFE_PROGRAM);
-    std::vector<std::string> environment{
-        // The runtime of g++'s sanitizer insists on being loaded first, which nothing here depends on.
-        "ASAN_OPTIONS=verify_asan_link_order=0",
-    };
+    std::vector<std::string> environment = options.environment;
+    // The runtime of g++'s sanitizer insists on being loaded first, which nothing here depends on.
+    environment.emplace_back("ASAN_OPTIONS=verify_asan_link_order=0");
     if (options.recorded) {
         environment.emplace_back("LD_PRELOAD=" MPEGFE_RECORDER);
     }

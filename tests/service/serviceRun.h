@@ -13,8 +13,9 @@
 namespace serviceTest {
 
 struct RunOptions {
-    bool recorded = true;              // with the recorder's lines among those of the console
-    std::vector<std::string> launcher; // put before the program: a checker and its options
+    bool recorded = true;                 // with the recorder's lines among those of the console
+    std::vector<std::string> launcher;    // put before the program: a checker and its options
+    std::vector<std::string> environment; // "NAME=value", added to the tests' own
     // How long an event may take before a test gives up. Only a test that fails waits so long.
     std::chrono::milliseconds patience = std::chrono::seconds(20);
 };
@@ -81,12 +82,19 @@ class ServiceRun {
     // Whether there is no room for another line, however short.
     bool consoleIsFull() const;
 
+    // Until the service waits in a call, or has ended.
+    void waitForSleep();
+
     // Interrupts the call that the service waits in, once it waits in one.
     void interrupt();
 
     // Stops the service once it waits in a call, as a debugger or a shell does, and lets it go on.
     void freeze();
     void thaw();
+
+    pid_t processId() const {
+        return service.value().processId();
+    }
 
     // How many files and sockets the service has open.
     std::size_t descriptorCount() const {
@@ -131,7 +139,6 @@ class ServiceRun {
     void hearOnce(std::chrono::milliseconds limit);
     void hearUntil(const std::string& what, const std::function<bool()>& isThere,
                    std::chrono::milliseconds step);
-    void waitForSleep();
 
     RunOptions options;
     std::optional<Host<testSupport::Trufios>> trufiosPeer;
