@@ -64,12 +64,12 @@ class Process : public testing::Test {
         const auto wanted = static_cast<std::size_t>(count);
         run.waitUntil("all acknowledgements",
                       [&] { return run.trufios().acknowledgements.size() == wanted; });
-        const std::string lines = refusals(count);
-        run.waitUntil("all refusals", [&] { return run.console().size() >= lines.size(); });
+        const std::string console = consoleLines(expectedTranscript("start-up")) + refusals(count);
+        run.waitUntil("all refusals", [&] { return run.console().size() >= console.size(); });
         EXPECT_EQ(std::count(run.trufios().acknowledgements.begin(), run.trufios().acknowledgements.end(),
                              plainAck),
                   count);
-        EXPECT_EQ(run.console(), consoleLines(expectedTranscript("start-up")) + lines);
+        EXPECT_EQ(run.console(), console);
     }
 
     // Sends requests until their console lines fill the pipe, which holds less than the lines of this many.

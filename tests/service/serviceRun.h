@@ -20,6 +20,13 @@ struct RunOptions {
     std::chrono::milliseconds patience = std::chrono::seconds(20);
 };
 
+// A peer with a context of its own, whose end waits until the peer's endpoints are free again.
+template <typename Peer>
+struct Host {
+    zmq::context_t context;
+    Peer peer{context};
+};
+
 // Starts nothing by itself, so that a test chooses the order. One thread: whoever waits also hears the peers.
 class ServiceRun {
   public:
@@ -126,13 +133,6 @@ class ServiceRun {
     Ending end();
 
   private:
-    // Each has a context of its own, whose end waits until the endpoints are free again.
-    template <typename Peer>
-    struct Host {
-        zmq::context_t context;
-        Peer peer{context};
-    };
-
     bool readsConsole() const {
         return service->outputDescriptor() >= 0 && !consoleUnread;
     }
