@@ -47,7 +47,7 @@ TEST(PacketSync, HandsOutPacketsOf188Bytes) {
 }
 
 TEST(PacketSync, HandsOutTheSameWhateverThePieces) {
-    for (const std::size_t piece : {1, 7, 188, 189, 5000}) {
+    for (const std::size_t piece : {1U, 7U, 188U, 189U, 5000U}) {
         EXPECT_EQ(marksOf(eightPackets({}, {}), piece), eightMarks) << piece;
     }
 }
