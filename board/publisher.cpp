@@ -61,7 +61,8 @@ struct Publisher::Sockets {
     ~Sockets() {
         for (void* socket : {records, instructions}) {
             if (socket != nullptr) {
-                setInt(socket, ZMQ_LINGER, 0);
+                // What was published last still goes out, to whoever reads.
+                setInt(socket, ZMQ_LINGER, static_cast<int>(tunables::closePatience.count()));
                 zmq_close(socket);
             }
         }
