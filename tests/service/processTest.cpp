@@ -155,6 +155,25 @@ TEST_F(Process, answersWhenItsConsoleIsFullForEver) {
     EXPECT_EQ(run.errors(), "");
 }
 
+// ZeroMQ connects once there is something to connect to, wherever that comes from.
+TEST_F(Process, waitsForTheDirectoryOfItsEndpoints) {
+    const fs::path directory = "/run/shm/zmq";
+    std::error_code inUse;
+    if (!fs::remove(directory, inUse)) {
+        GTEST_SKIP() << directory << " is used by others on this machine";
+    }
+    ServiceRun run(unrecorded());
+    run.startService();
+    const std::string startUp = consoleLines(expectedTranscript("start-up"));
+    run.waitUntil("the console's first lines", [&] { return run.console() == startUp; });
+    fs::create_directory(directory);
+    run.startTrufios();
+    flood(run, 1);
+    awaitAnswers(run, 1);
+    EXPECT_EQ(run.terminate(), "signal 15 (Terminated)");
+    EXPECT_EQ(run.errors(), "");
+}
+
 // Without standard descriptors ZeroMQ's own would get their numbers, and the console lines.
 TEST_F(Process, DISABLED_answersWithoutStandardDescriptors) {
     ServiceRun run(unrecorded({"sh", "-c", R"(exec "$0" <&- >&-)"}));
