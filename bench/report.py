@@ -26,7 +26,7 @@ def machine():
     return {
         "date": datetime.date.today().isoformat(),
         "machine": f"{model or platform.machine()}, {os.cpu_count()} cores",
-        "system": f"{platform.system()} {platform.release()}",
+        "system": f"{platform.system()}, {' '.join(platform.libc_ver())}",
         "compiler": compiler.splitlines()[0],
         "load": f"{os.getloadavg()[0]:.1f} before the run",
     }
