@@ -175,7 +175,7 @@ TEST_F(Process, waitsForTheDirectoryOfItsEndpoints) {
 }
 
 // Without standard descriptors ZeroMQ's own would get their numbers, and the console lines.
-TEST_F(Process, DISABLED_answersWithoutStandardDescriptors) {
+TEST_F(Process, answersWithoutStandardDescriptors) {
     ServiceRun run(unrecorded({"sh", "-c", R"(exec "$0" <&- >&-)"}));
     run.startTrufios();
     run.startService();
