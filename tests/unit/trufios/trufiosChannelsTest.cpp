@@ -93,6 +93,16 @@ TEST_F(TrufiosChannelsTest, AnAbandonedDocumentThatWasNeverTakenIsNotDelivered) 
     EXPECT_EQ(PeerSockets::receive(documents), "next");
 }
 
+// More than a socket queues: the service would wait for ever if they stayed.
+TEST_F(TrufiosChannelsTest, DocumentsThatNobodyTakesNeverBlockTheNext) {
+    constexpr int beyondAnyQueue = 1100;
+    consoleOf([&] { initMPEGsideofMLC_MPEG_CTX(&channels); });
+    for (int document = 0; document < beyondAnyQueue; ++document) {
+        ASSERT_EQ(zmq_send(channels.mpegMstmlc, "{}", 2, ZMQ_DONTWAIT), 2) << document;
+        abandonDocument(channels.mpegMstmlc);
+    }
+}
+
 TEST_F(TrufiosChannelsTest, ASocketWithoutAConnectionToTrufiosIsNotConnectedByAbandoning) {
     PeerSockets peers;
     void* near = peers.bind(ZMQ_REP, "inproc://elsewhere");
