@@ -6,7 +6,7 @@
 namespace board {
 
 // Subscribes to every topic of the board on options.host and writes what arrives to options.record, until a
-// signal asks to stop or options.seconds have passed. With options.instruct the board on this machine is
+// signal asks to stop or options.duration has passed. With options.instruct the board on this machine is
 // asked for every topic first. Throws BoardError when it cannot go on.
 void record(const Options& options);
 
