@@ -3,6 +3,7 @@
 
 #include <gst/mpegts/mpegts.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -59,6 +60,13 @@ std::span<Item* const> items(const GPtrArray* array) {
 
 inline std::span<GstMpegtsDescriptor* const> descriptors(const GPtrArray* array) {
     return items<GstMpegtsDescriptor>(array);
+}
+
+// Whether a descriptor has this tag and the lengths inside it keep within it, by biTStream's test for its
+// kind: GStreamer believes them. least is the length of its fixed part, which that test reads unasked.
+inline bool isSound(const GstMpegtsDescriptor& descriptor, unsigned tag, std::size_t least,
+                    bool (*validate)(const std::uint8_t*)) {
+    return descriptor.tag == tag && descriptor.length >= least && validate(descriptor.data);
 }
 
 // Takes over a text that GStreamer made; empty for null.

@@ -17,6 +17,10 @@ namespace {
 constexpr std::uint32_t secondsPerMinute = 60;
 constexpr std::uint32_t secondsPerHour = 3600;
 
+// Up to and with the first inner length of the descriptors that have some.
+constexpr std::size_t serviceFixedBytes = DESC48_HEADER_SIZE - DESC_HEADER_SIZE + 1;
+constexpr std::size_t shortEventFixedBytes = DESC4D_HEADER_SIZE - DESC_HEADER_SIZE + 1;
+
 using DateTime = std::unique_ptr<GstDateTime, gst::Release<gst_date_time_unref>>;
 
 // Days since 17 November 1858 (ETSI EN 300 468 annex C).
@@ -60,7 +64,8 @@ Event eventOf(const GstMpegtsEITEvent& source) {
         gchar* language = nullptr;
         gchar* name = nullptr;
         gchar* text = nullptr;
-        if (event.language.empty() && descriptor->tag == GST_MTS_DESC_DVB_SHORT_EVENT &&
+        if (event.language.empty() &&
+            gst::isSound(*descriptor, GST_MTS_DESC_DVB_SHORT_EVENT, shortEventFixedBytes, desc4d_validate) &&
             gst_mpegts_descriptor_parse_dvb_short_event(descriptor, &language, &name, &text)) {
             event.language = gst::toString(language);
             event.name = gst::toString(name);
@@ -86,7 +91,7 @@ std::optional<ServiceTable> readSdt(std::span<const std::uint8_t> section) {
             GstMpegtsDVBServiceType type{};
             gchar* name = nullptr;
             gchar* provider = nullptr;
-            if (descriptor->tag == GST_MTS_DESC_DVB_SERVICE &&
+            if (gst::isSound(*descriptor, GST_MTS_DESC_DVB_SERVICE, serviceFixedBytes, desc48_validate) &&
                 gst_mpegts_descriptor_parse_dvb_service(descriptor, &type, &name, &provider)) {
                 row.type = static_cast<std::uint8_t>(gst::codeOf(type));
                 row.name = gst::toString(name);
