@@ -1,0 +1,102 @@
+// The real board on streams from a network.
+#include "boardProcess.h"
+#include "streamWriter.h"
+
+#include <arpa/inet.h>
+#include <fstream>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace {
+
+using namespace boardProcess;
+using streamWriter::Bytes;
+
+// How the packets of a stream reach the board over the loopback interface.
+struct Network {
+    const char* name;
+    const char* scheme;
+    const char* address;
+    std::uint16_t port;
+};
+
+// Sends packets to an address, seven a datagram, each behind an RTP header (IETF RFC 2250) where that is
+// wanted.
+void sendDatagrams(const Network& network, const Bytes& bytes) {
+    const int socket = ::socket(AF_INET, SOCK_DGRAM, 0);
+    in_addr interface {};
+    interface.s_addr = htonl(INADDR_LOOPBACK);
+    ::setsockopt(socket, IPPROTO_IP, IP_MULTICAST_IF, &interface, sizeof interface);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(network.port);
+    address.sin_addr.s_addr = ::inet_addr(network.address);
+    constexpr std::size_t datagram = std::size_t{7} * 188;
+    std::uint16_t sequence = 0;
+    for (std::size_t at = 0; at < bytes.size(); at += datagram) {
+        constexpr std::uint64_t versionAndMp2t = 0x8021;
+        Bytes content;
+        if (std::string(network.scheme) == "rtp") {
+            content = streamWriter::joined(
+                {streamWriter::number(versionAndMp2t, 2), streamWriter::number(sequence++, 2), Bytes(8, 1)});
+        }
+        content.insert(content.end(), bytes.begin() + static_cast<std::ptrdiff_t>(at),
+                       bytes.begin() + static_cast<std::ptrdiff_t>(std::min(at + datagram, bytes.size())));
+        ::sendto(socket, content.data(), content.size(), 0, reinterpret_cast<const sockaddr*>(&address),
+                 sizeof address);
+    }
+    ::close(socket);
+}
+
+// The first packets of the sample.
+Bytes someOfTheSample() {
+    std::ifstream input(sample, std::ios::binary);
+    Bytes bytes(std::size_t{4000} * 188);
+    input.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    return bytes;
+}
+
+class NetworkSource : public BoardProcess, public testing::WithParamInterface<Network> {};
+
+TEST_P(NetworkSource, IsPlayed) {
+    const Network& network = GetParam();
+    start({std::string(network.scheme) + "://" + network.address + ":" + std::to_string(network.port),
+           "--interface", "lo"});
+    ASSERT_TRUE(awaitConsole("no packets yet")) << console; // it listens
+    sendDatagrams(network, someOfTheSample());
+    EXPECT_TRUE(awaitConsole("playing ")) << console;
+    const std::string said = stop();
+    EXPECT_NE(said.find("0 bad sections, 0 losses of sync\nexit code 0"), std::string::npos) << said;
+}
+
+INSTANTIATE_TEST_SUITE_P(OverLoopback, NetworkSource,
+                         testing::Values(Network{"Udp", "udp", "127.0.0.1", 5601},
+                                         Network{"Rtp", "rtp", "127.0.0.1", 5602},
+                                         Network{"MulticastUdp", "udp", "239.255.1.1", 5603},
+                                         Network{"MulticastRtp", "rtp", "239.255.1.1", 5604}),
+                         [](const auto& network) { return std::string(network.param.name); });
+
+TEST_F(BoardProcess, PlaysAStreamOverSrt) {
+    start({"srt://127.0.0.1:5605?mode=listener"});
+    ASSERT_TRUE(awaitConsole("no packets yet")) << console;
+    testSupport::ChildProcess sender({"ffmpeg", "-v", "quiet", "-re", "-i", sample, "-map", "0", "-c", "copy",
+                                      "-f", "mpegts", "srt://127.0.0.1:5605?mode=caller"},
+                                     {});
+    EXPECT_TRUE(awaitConsole("playing srt://")) << console;
+    EXPECT_NE(stop().find("exit code 0"), std::string::npos);
+}
+
+TEST_F(BoardProcess, TakesPacketsAfterSilenceForANewStream) {
+    constexpr Network network{"Udp", "udp", "127.0.0.1", 5600};
+    start({"udp://127.0.0.1:5600"});
+    ASSERT_TRUE(awaitConsole("no packets yet"));
+    sendDatagrams(network, someOfTheSample());
+    ASSERT_TRUE(awaitConsole("playing udp://")) << console;
+    EXPECT_EQ(console.find("a new stream begins"), std::string::npos);
+    ASSERT_TRUE(awaitConsole("no packets for 2000 ms"));
+    sendDatagrams(network, someOfTheSample());
+    EXPECT_TRUE(awaitConsole("a new stream begins"));
+    EXPECT_NE(stop().find("exit code 0"), std::string::npos);
+}
+
+} // namespace
