@@ -61,8 +61,6 @@ struct Publisher::Sockets {
     ~Sockets() {
         for (void* socket : {records, instructions}) {
             if (socket != nullptr) {
-                // What was published last still goes out, to whoever reads.
-                setInt(socket, ZMQ_LINGER, static_cast<int>(tunables::closePatience.count()));
                 zmq_close(socket);
             }
         }
@@ -95,6 +93,9 @@ struct Publisher::Sockets {
 
     void* bindSocket(int type, const char* endpoint, const std::string& meaning) const {
         void* socket = zmq_socket(context, type);
+        // What was published last still goes out, to whoever reads. Said at the opening: a connection that
+        // breaks just before the closing would else wait for ever for a reader, and the end with it.
+        setInt(socket, ZMQ_LINGER, static_cast<int>(tunables::closePatience.count()));
         if (type == ZMQ_XPUB) {
             setInt(socket, ZMQ_SNDHWM, sendQueue);
             setInt(socket, ZMQ_XPUB_MANUAL, 1); // a subscription counts when takeSubscriptions says so
