@@ -2,9 +2,9 @@
 
 #include "boardError.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
-#include <functional>
 #include <getopt.h>
 #include <string_view>
 #include <vector>
@@ -31,6 +31,67 @@ int parseNumber(std::string_view option, std::string_view what, std::string_view
              "\"" + std::string(text) + "\"", "see mpegfe-board --help"});
     }
     return value;
+}
+
+std::chrono::milliseconds parseMilliseconds(std::string_view option, std::string_view text) {
+    return std::chrono::milliseconds(parseNumber(option, "milliseconds", text, {1, hour}));
+}
+
+struct KnownOption {
+    const char* name;
+    int argument;
+    void (*take)(Options& options, const char* value);
+};
+
+constexpr std::array<KnownOption, 15> knownOptions{{
+    {"once", no_argument, [](Options& options, const char*) { options.once = true; }},
+    {"fast", no_argument, [](Options& options, const char*) { options.fast = true; }},
+    {"new-stream-on-loop", no_argument,
+     [](Options& options, const char*) { options.newStreamOnLoop = true; }},
+    {"interface", required_argument, [](Options& options, const char* value) { options.interface = value; }},
+    {"interval", required_argument,
+     [](Options& options, const char* value) { options.interval = parseMilliseconds("--interval", value); }},
+    {"rate-period", required_argument,
+     [](Options& options, const char* value) {
+         options.ratePeriod =
+             parseNumber("--rate-period", "milliseconds", value, {0, hour}) * ticksPerMillisecond;
+     }},
+    {"service", required_argument,
+     [](Options& options, const char* value) {
+         options.eventService =
+             static_cast<std::uint16_t>(parseNumber("--service", "a program number", value, {1, 65535}));
+     }},
+    {"deterministic", no_argument, [](Options& options, const char*) { options.deterministic = true; }},
+    {"print", no_argument,
+     [](Options& options, const char*) { options.print = options.once = options.fast = true; }},
+    {"record", required_argument, [](Options& options, const char* value) { options.record = value; }},
+    {"host", required_argument, [](Options& options, const char* value) { options.host = value; }},
+    {"instruct", no_argument, [](Options& options, const char*) { options.instruct = true; }},
+    {"duration", required_argument,
+     [](Options& options, const char* value) { options.duration = parseMilliseconds("--duration", value); }},
+    {"replay", required_argument, [](Options& options, const char* value) { options.replay = value; }},
+    {"help", no_argument, [](Options& options, const char*) { options.help = true; }},
+}};
+
+std::array<option, knownOptions.size() + 1> forGetopt() {
+    std::array<option, knownOptions.size() + 1> all{};
+    std::ranges::transform(knownOptions, all.begin(), [](const KnownOption& one) {
+        return option{one.name, one.argument, nullptr, 0};
+    });
+    return all;
+}
+
+// What stands on the command line beside options.
+void takeSource(std::span<char* const> names, Options& options) {
+    const bool needed = options.record.empty() && options.replay.empty() && !options.help;
+    if (names.size() != (needed ? 1 : 0)) {
+        throw BoardError({"cannot read the command line",
+                          needed ? "one transport stream" : "nothing but options",
+                          std::to_string(names.size()) + " names", "see mpegfe-board --help"});
+    }
+    if (needed) {
+        options.source = names.front();
+    }
 }
 
 } // namespace
@@ -64,58 +125,14 @@ std::string usage() {
 }
 
 Options parseOptions(std::span<char* const> arguments) {
-    Options options;
-    const auto number = [](const char* name, const char* what, Range range) {
-        return parseNumber(name, what, optarg, range);
-    };
-    using std::chrono::milliseconds;
-    struct Known {
-        const char* name;
-        int argument;
-        std::function<void()> take;
-    };
-    const std::array<Known, 15> known{{
-        {"once", no_argument, [&] { options.once = true; }},
-        {"fast", no_argument, [&] { options.fast = true; }},
-        {"new-stream-on-loop", no_argument, [&] { options.newStreamOnLoop = true; }},
-        {"interface", required_argument, [&] { options.interface = optarg; }},
-        {"interval", required_argument,
-         [&] {
-             options.interval = milliseconds(number("--interval", "milliseconds", {1, hour}));
-         }},
-        {"rate-period", required_argument,
-         [&] {
-             options.ratePeriod = number("--rate-period", "milliseconds", {0, hour}) * ticksPerMillisecond;
-         }},
-        {"service", required_argument,
-         [&] {
-             options.eventService =
-                 static_cast<std::uint16_t>(number("--service", "a program number", {1, 65535}));
-         }},
-        {"deterministic", no_argument, [&] { options.deterministic = true; }},
-        {"print", no_argument, [&] { options.print = options.once = options.fast = true; }},
-        {"record", required_argument, [&] { options.record = optarg; }},
-        {"host", required_argument, [&] { options.host = optarg; }},
-        {"instruct", no_argument, [&] { options.instruct = true; }},
-        {"duration", required_argument,
-         [&] {
-             options.duration = milliseconds(number("--duration", "milliseconds", {1, hour}));
-         }},
-        {"replay", required_argument, [&] { options.replay = optarg; }},
-        {"help", no_argument, [&] { options.help = true; }},
-    }};
-    std::vector<option> longOptions;
-    longOptions.reserve(known.size() + 1);
-    for (const Known& one : known) {
-        longOptions.push_back({one.name, one.argument, nullptr, 0});
-    }
-    longOptions.push_back({});
     std::string programName = "mpegfe-board";
     std::vector<char*> argv{programName.data()};
     argv.insert(argv.end(), arguments.begin(), arguments.end());
     argv.push_back(nullptr);
     const int argc = static_cast<int>(argv.size()) - 1;
+    const auto longOptions = forGetopt();
 
+    Options options;
     optind = 0; // start over, also in a test that parses twice
     opterr = 0;
     int index = 0;
@@ -125,17 +142,11 @@ Options parseOptions(std::span<char* const> arguments) {
                               "\"" + std::string(argv[static_cast<std::size_t>(optind) - 1]) + "\"",
                               "see mpegfe-board --help"});
         }
-        known[static_cast<std::size_t>(index)].take();
+        knownOptions[static_cast<std::size_t>(index)].take(options, optarg);
     }
-    const bool needsSource = options.record.empty() && options.replay.empty() && !options.help;
-    if (argc - optind != (needsSource ? 1 : 0)) {
-        throw BoardError({"cannot read the command line",
-                          needsSource ? "one transport stream" : "nothing but options",
-                          std::to_string(argc - optind) + " names", "see mpegfe-board --help"});
-    }
-    if (needsSource) {
-        options.source = argv[static_cast<std::size_t>(optind)];
-    }
+    takeSource(
+        std::span(argv).subspan(static_cast<std::size_t>(optind), static_cast<std::size_t>(argc - optind)),
+        options);
     return options;
 }
 
