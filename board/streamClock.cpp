@@ -24,12 +24,9 @@ bool StreamClock::packet(std::uint16_t pid, std::optional<Ticks> pcr, std::optio
         if (reference(pid, *pcr, pcrModulus)) {
             return true;
         }
-    } else if (base_ != TimeBase::pcr) {
-        if (base_ == TimeBase::none && packets_ >= tunables::pcrPatience && timeStamp) {
-            base_ = TimeBase::timeStamps;
-        }
-        if (base_ == TimeBase::none && packets_ >= tunables::stampPatience) {
-            chooseBase();
+    } else if (wantsTimeStamps()) {
+        if (!timed()) {
+            lookElsewhere(timeStamp.has_value());
         }
         if (base_ == TimeBase::timeStamps && timeStamp && reference(pid, *timeStamp, stampModulus)) {
             return true;
@@ -54,27 +51,41 @@ void StreamClock::rest(Ticks elapsed) {
 }
 
 void StreamClock::sourceEnded() {
-    if (base_ == TimeBase::none) {
+    if (!timed()) {
         chooseBase();
+    }
+}
+
+// Time has not begun to run: gives up waiting for the PCR, and later for time stamps. A stream that has shown
+// a PCR gets longer to show the second.
+void StreamClock::lookElsewhere(bool hasTimeStamp) {
+    const std::uint64_t patience =
+        base_ == TimeBase::pcr ? tunables::secondPcrPatience : tunables::stampPatience;
+    if (packets_ >= patience) {
+        chooseBase();
+    } else if (base_ != TimeBase::timeStamps && packets_ >= tunables::pcrPatience && hasTimeStamp) {
+        base_ = TimeBase::timeStamps;
+        referencePid_.reset();
     }
 }
 
 // Takes a reading of the reference clock. Returns whether it is one: another PID's reading counts only when
 // the reference has been silent.
 bool StreamClock::reference(std::uint16_t pid, Ticks value, Ticks modulus) {
-    const bool silent = now_ - anchorTime_ > static_cast<double>(tunables::silentReference);
     if (referencePid_ != pid) {
-        if (referencePid_ && !silent) {
+        if (referencePid_ && !referenceSilent()) {
             return false;
         }
         referencePid_ = pid;
         anchorValue_.reset();
+        lastStep_ = 0;
     }
     double time = now_;
     if (anchorValue_) {
         const Ticks step = (value - *anchorValue_ + modulus) % modulus;
-        if (step <= tunables::longestPcrStep) {
+        if (isStep(step)) {
             time = anchorTime_ + static_cast<double>(step);
+            lastStep_ = step;
             if (step > 0 && packetsSinceAnchor_ > 0) {
                 ticksPerPacket_ = static_cast<double>(step) / static_cast<double>(packetsSinceAnchor_);
             }
@@ -85,6 +96,25 @@ bool StreamClock::reference(std::uint16_t pid, Ticks value, Ticks modulus) {
     anchorValue_ = value;
     packetsSinceAnchor_ = 0;
     return true;
+}
+
+bool StreamClock::referenceSilent() const {
+    if (!timed()) {
+        return packetsSinceAnchor_ >= tunables::pcrPatience;
+    }
+    return now_ - anchorTime_ > static_cast<double>(std::max(tunables::silentReference, 2 * lastStep_));
+}
+
+// Whether the reference has run this far, or leapt: a long step needs the packets that fill it. Before the
+// packet rate is known there is nothing to compare with.
+bool StreamClock::isStep(Ticks step) const {
+    if (step <= tunables::longestPcrStep) {
+        return true;
+    }
+    if (!timed()) {
+        return step <= tunables::longestFirstStep;
+    }
+    return static_cast<double>(step) <= 2 * static_cast<double>(packetsSinceAnchor_) * ticksPerPacket_;
 }
 
 void StreamClock::chooseBase() {

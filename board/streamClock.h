@@ -36,7 +36,19 @@ class StreamClock {
         return base_;
     }
 
+    // Whether the time stamps of PES packets may be of use.
+    bool wantsTimeStamps() const {
+        return base_ != TimeBase::pcr || !timed();
+    }
+
   private:
+    // Whether it is known how long a packet takes.
+    bool timed() const {
+        return ticksPerPacket_ > 0;
+    }
+    void lookElsewhere(bool hasTimeStamp);
+    bool referenceSilent() const;
+    bool isStep(Ticks step) const;
     bool reference(std::uint16_t pid, Ticks value, Ticks modulus);
     void chooseBase();
 
@@ -45,6 +57,7 @@ class StreamClock {
     std::optional<std::uint16_t> referencePid_;
     std::optional<Ticks> anchorValue_; // of the reference, modulo its width
     double anchorTime_ = 0;
+    Ticks lastStep_ = 0; // between two readings of the reference
     std::uint64_t packetsSinceAnchor_ = 0;
     double ticksPerPacket_ = 0;
     double now_ = 0;

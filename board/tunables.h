@@ -26,7 +26,7 @@ inline constexpr milliseconds joinPause{20};             // from the last subscr
                                                          // so that one round serves all of a client's topics
 
 // Measuring, in stream time.
-inline constexpr Ticks ratePeriod = ticksPerSecond;             // rates are renewed this often
+inline constexpr Ticks ratePeriod = ticksPerSecond; // in which the rate of a silent PID falls to 0
 inline constexpr Ticks settlePatience = 5 * ticksPerSecond / 2; // wait for tables before publishing without
 inline constexpr Ticks headerRecheck = ticksPerSecond;          // between looks at a known stream's header
 inline constexpr std::uint32_t timedPictures = 100;           // that a picture rate is measured over, at most
@@ -34,13 +34,20 @@ inline constexpr std::uint32_t fewestPictures = 2;            // and at least
 inline constexpr Ticks stampJitter = 2 * ticksPerMillisecond; // between pictures of an even rate
 inline constexpr std::uint64_t settlePackets = 400'000;       // settling never takes more packets than this
 
+// What is kept of a stream; far more than any real one has.
+inline constexpr std::size_t rememberedSections = 131'072; // to be recognised when they are repeated
+inline constexpr std::size_t keptEvents = 32'768;          // of the EIT, all services together
+inline constexpr std::size_t probedStreams = 1'024;        // whose headers are looked at
+
 // The stream clock.
-inline constexpr Ticks longestPcrStep = ticksPerSecond;      // a larger step of the PCR is a discontinuity
-inline constexpr Ticks silentReference = ticksPerSecond / 2; // then another PID's PCR becomes the clock
-inline constexpr Ticks estimatedTick = ticksPerSecond / 10;  // clock reading where no PCR arrives
-inline constexpr std::uint64_t pcrPatience = 5'000;          // packets; then PES time stamps are the clock
-inline constexpr std::uint64_t stampPatience = 20'000;       // packets; then the clock is the assumed rate
-inline constexpr double assumedBitRate = 10e6;               // bit/s of a stream that carries no time at all
+inline constexpr Ticks longestPcrStep = ticksPerSecond; // a larger step must agree with the packet rate,
+inline constexpr Ticks longestFirstStep = 30 * ticksPerSecond; // or be shorter than this when there is none
+inline constexpr Ticks silentReference = ticksPerSecond / 2;   // then another PID's PCR becomes the clock
+inline constexpr Ticks estimatedTick = ticksPerSecond / 10;    // clock reading where no PCR arrives
+inline constexpr std::uint64_t pcrPatience = 5'000;            // packets; then PES time stamps are the clock
+inline constexpr std::uint64_t stampPatience = 20'000;         // packets; then the clock is the assumed rate
+inline constexpr std::uint64_t secondPcrPatience = 200'000;    // packets; the same for a stream with one PCR
+inline constexpr double assumedBitRate = 10e6; // bit/s of a stream that carries no time at all
 
 // Reading.
 inline constexpr std::size_t readSize = 64 * 1024;      // bytes a read
@@ -49,9 +56,10 @@ inline constexpr std::size_t relockPackets = 3;         // sync bytes in a row a
 inline constexpr std::size_t searchLimit = 1024 * 1024; // bytes searched for the first sync byte
 inline constexpr unsigned networkBuffers = 4096;        // datagrams queued between network and analysis
 inline constexpr int receiveBuffer = 4 * 1024 * 1024;   // bytes of the socket, for bursts
-inline constexpr milliseconds streamSilence{2000};      // after which packets are a new stream
-inline constexpr std::size_t headerBytes = 64 * 1024;   // of a PES packet, searched for codec headers
-inline constexpr milliseconds fallingBehind{1000};      // lateness after which real time starts anew
+inline constexpr milliseconds shortPause{600};        // between bursts; a longer silence makes the rates fall
+inline constexpr milliseconds streamSilence{2000};    // after which packets are a new stream
+inline constexpr std::size_t headerBytes = 64 * 1024; // of a PES packet, searched for codec headers
+inline constexpr milliseconds fallingBehind{1000};    // lateness after which real time starts anew
 
 } // namespace tunables
 } // namespace board

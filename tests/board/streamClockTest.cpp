@@ -51,6 +51,70 @@ TEST(StreamClock, TakesALeapOfThePcrForANewStart) {
     EXPECT_EQ(clock.now(), before + step / 10 + step);
 }
 
+// A stream with a PCR every thousandth packet, this far apart; its time behind the last PCR.
+Ticks playSparsely(StreamClock& clock, Ticks apart, int pcrs) {
+    for (int k = 0; k < pcrs; ++k) {
+        for (int packet = 0; k > 0 && packet < 999; ++packet) {
+            clock.packet(pid, std::nullopt, std::nullopt);
+        }
+        clock.packet(pid, k * apart, std::nullopt);
+    }
+    return clock.now();
+}
+
+TEST(StreamClock, RunsWithPcrsThatAreSecondsApart) {
+    StreamClock clock;
+    EXPECT_EQ(playSparsely(clock, 5 * board::ticksPerSecond, 20), 19 * 5 * board::ticksPerSecond);
+}
+
+TEST(StreamClock, TakesTheLongStepOfAPcrThatTheTimeStampsConfirm) {
+    constexpr Ticks aMinute = 60 * board::ticksPerSecond;
+    constexpr int packets = 30'000;
+    StreamClock clock;
+    for (int minute = 0; minute < 4; ++minute) {
+        clock.packet(pid, minute * aMinute, std::nullopt);
+        for (int k = 1; k < packets; ++k) {
+            clock.packet(pid, std::nullopt,
+                         k % 10 == 0 ? std::optional<Ticks>(minute * aMinute + k * (aMinute / packets))
+                                     : std::nullopt);
+        }
+    }
+    clock.packet(pid, 4 * aMinute, std::nullopt);
+    const Ticks beforeTheStamps = board::tunables::pcrPatience * (aMinute / packets);
+    EXPECT_NEAR(static_cast<double>(clock.now()), static_cast<double>(4 * aMinute - beforeTheStamps),
+                static_cast<double>(board::ticksPerSecond) / 10);
+}
+
+TEST(StreamClock, RunsAtAnAssumedRateWhereOnePcrIsAllThereIs) {
+    StreamClock clock;
+    clock.packet(pid, 0, std::nullopt);
+    for (std::uint64_t k = 2; k < board::tunables::secondPcrPatience; ++k) {
+        clock.packet(pid, std::nullopt, std::nullopt);
+    }
+    EXPECT_EQ(clock.base(), TimeBase::pcr);
+    clock.packet(pid, std::nullopt, std::nullopt);
+    EXPECT_EQ(clock.base(), TimeBase::assumedRate);
+}
+
+TEST(StreamClock, FollowsAnotherPidWhereTheFirstShowsOnePcrOnly) {
+    StreamClock clock;
+    clock.packet(300, 1234, std::nullopt);
+    for (std::uint64_t k = 0; k < board::tunables::pcrPatience; ++k) {
+        clock.packet(pid, std::nullopt, std::nullopt);
+    }
+    EXPECT_EQ(play(clock, 0, 11), 10 * step + step * 9 / 10);
+}
+
+TEST(StreamClock, KeepsToOnePidWhereAllPcrsAreFarApart) {
+    constexpr std::uint16_t other = 300;
+    StreamClock clock;
+    for (int k = 0; k < 10; ++k) {
+        clock.packet(pid, 2 * k * board::ticksPerSecond, std::nullopt);
+        clock.packet(other, 99 * k * board::ticksPerSecond, std::nullopt);
+    }
+    EXPECT_EQ(clock.now() / board::ticksPerSecond, 18 + 1) << "half a step behind the last, by estimation";
+}
+
 TEST(StreamClock, GoesOnThroughTheSeamOfALoop) {
     StreamClock clock;
     const Ticks before = play(clock, 7777, 10);
