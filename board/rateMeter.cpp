@@ -5,47 +5,78 @@ namespace board {
 namespace {
 
 constexpr double bitsPerPacket = 188 * 8;
+constexpr Ticks stepsPerPeriod = 10;
 
 } // namespace
 
 bool RateMeter::reading(Ticks now, std::uint64_t packetNumber) {
-    inPeriod_.resize(sinceReading_.size());
-    if (!started_) { // packets before the first reading lie in no known time
-        started_ = true;
-        start_ = now;
-        startPacket_ = packetNumber;
-    } else {
-        for (std::size_t k = 0; k < sinceReading_.size(); ++k) {
-            inPeriod_[k] += sinceReading_[k];
-        }
+    if (steps_.empty()) { // packets before the first reading lie in no known time
+        sinceReading_.assign(sinceReading_.size(), 0);
+        begin(now, packetNumber);
+        return false;
+    }
+    std::vector<std::uint64_t>& packets = steps_.back().packets;
+    packets.resize(sinceReading_.size());
+    for (std::size_t k = 0; k < packets.size(); ++k) {
+        packets[k] += sinceReading_[k];
     }
     sinceReading_.assign(sinceReading_.size(), 0);
     lastReading_ = now;
     lastPacket_ = packetNumber;
-    if (period_ == 0 || now - start_ < period_) {
+    if (period_ == 0 || now - steps_.back().start < period_ / stepsPerPeriod) {
         return false;
     }
-    endPeriod();
-    return true;
+    dropOldSteps();
+    if (measured_ || !hasRoomForAnotherStep()) {
+        measure();
+    }
+    begin(now, packetNumber);
+    return measured_;
 }
 
 void RateMeter::finish() {
-    if (!measured_ && lastReading_ > start_) {
-        endPeriod();
+    if (!measured_ && !steps_.empty() && lastReading_ > steps_.front().start) {
+        measure();
     }
 }
 
-void RateMeter::endPeriod() {
-    const double seconds = static_cast<double>(lastReading_ - start_) / static_cast<double>(ticksPerSecond);
-    rates_.resize(inPeriod_.size());
-    for (std::size_t k = 0; k < inPeriod_.size(); ++k) {
-        rates_[k] = static_cast<float>(static_cast<double>(inPeriod_[k]) * bitsPerPacket / seconds);
+void RateMeter::begin(Ticks now, std::uint64_t packetNumber) {
+    lastReading_ = now;
+    lastPacket_ = packetNumber;
+    steps_.push_back({now, packetNumber, {}});
+}
+
+// Between now and the next step the window gets older by about the length of the last one.
+Ticks RateMeter::longestWindow() const {
+    return period_ - (lastReading_ - steps_.back().start);
+}
+
+void RateMeter::dropOldSteps() {
+    while (steps_.size() > 1 && lastReading_ - steps_.front().start > longestWindow()) {
+        steps_.pop_front();
     }
-    window_ = {startPacket_, lastPacket_, lastReading_ - start_};
+}
+
+bool RateMeter::hasRoomForAnotherStep() const {
+    const Ticks step = lastReading_ - steps_.back().start;
+    return lastReading_ - steps_.front().start + step <= longestWindow();
+}
+
+void RateMeter::measure() {
+    const Ticks start = steps_.front().start;
+    const double seconds = static_cast<double>(lastReading_ - start) / static_cast<double>(ticksPerSecond);
+    std::vector<std::uint64_t> packets(steps_.back().packets.size());
+    for (const Step& step : steps_) {
+        for (std::size_t k = 0; k < step.packets.size(); ++k) {
+            packets[k] += step.packets[k];
+        }
+    }
+    rates_.resize(packets.size());
+    for (std::size_t k = 0; k < packets.size(); ++k) {
+        rates_[k] = static_cast<float>(static_cast<double>(packets[k]) * bitsPerPacket / seconds);
+    }
+    window_ = {steps_.front().firstPacket, lastPacket_, lastReading_ - start};
     measured_ = true;
-    inPeriod_.assign(inPeriod_.size(), 0);
-    start_ = lastReading_;
-    startPacket_ = lastPacket_;
 }
 
 } // namespace board

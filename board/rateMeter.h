@@ -1,11 +1,14 @@
-// Measures the rate of every PID over periods of stream time: what was counted in a period, divided by the
-// time that the period really took. A PID that falls silent counts 0 in the next period.
+// Measures the rate of every PID over a window that slides through stream time: what was counted in it,
+// divided by the time that it really spans. It moves in steps of a tenth of the period and never holds a
+// packet that would be older than the period at the next step, so a PID that falls silent is at 0 within a
+// period.
 #pragma once
 
 #include "tunables.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <vector>
 
 namespace board {
@@ -20,7 +23,7 @@ struct RateWindow {
 
 class RateMeter {
   public:
-    // Period in stream time; 0 measures the whole stream as one period.
+    // Period in stream time; 0 measures the whole stream at once.
     explicit RateMeter(Ticks period) : period_(period) {}
 
     // Counts one packet of the PID at this position of the PID list.
@@ -31,14 +34,14 @@ class RateMeter {
         ++sinceReading_[position];
     }
 
-    // The clock reads now, at the packet that is counted next and has this number. Returns whether a period
-    // has ended, so that the rates are new.
+    // The clock reads now, at the packet that is counted next and has this number. Returns whether the window
+    // has moved, so that the rates are new.
     bool reading(Ticks now, std::uint64_t packetNumber);
 
-    // Ends the running period at the last reading, when no period has ended before.
+    // Takes what there is up to the last reading, when no window has been full before.
     void finish();
 
-    // Rate in bit/s of the PID at this position; 0 before the first period has ended.
+    // Rate in bit/s of the PID at this position; 0 before the first window is full.
     float rate(std::size_t position) const {
         return position < rates_.size() ? rates_[position] : 0.0F;
     }
@@ -50,17 +53,25 @@ class RateMeter {
     }
 
   private:
-    void endPeriod();
+    // What was counted between two readings, by position in the PID list.
+    struct Step {
+        Ticks start = 0;
+        std::uint64_t firstPacket = 0;
+        std::vector<std::uint64_t> packets;
+    };
+
+    void begin(Ticks now, std::uint64_t packetNumber);
+    void dropOldSteps();
+    Ticks longestWindow() const;
+    bool hasRoomForAnotherStep() const;
+    void measure();
 
     Ticks period_;
-    bool started_ = false;
     bool measured_ = false;
-    Ticks start_ = 0;
-    std::uint64_t startPacket_ = 0;
+    std::deque<Step> steps_; // of the window; the last is being counted
     Ticks lastReading_ = 0;
     std::uint64_t lastPacket_ = 0;
     std::vector<std::uint32_t> sinceReading_; // packets since the last reading
-    std::vector<std::uint64_t> inPeriod_;     // packets from the start of the period to the last reading
     std::vector<float> rates_;
     RateWindow window_;
 };

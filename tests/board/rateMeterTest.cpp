@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+#include <vector>
+
 namespace {
 
 using board::RateMeter;
@@ -16,33 +19,81 @@ void count(RateMeter& meter, std::size_t position, int packets) {
     }
 }
 
-TEST(RateMeter, DividesByTheTimeThatAPeriodReallyTook) {
+// Plays a stretch of stream with a reading every so many ticks, and this many packets a reading on each of
+// the positions. Returns the time behind it.
+Ticks play(RateMeter& meter, Ticks from, Ticks to, Ticks every, const std::vector<std::size_t>& positions) {
+    static std::uint64_t number = 0;
+    Ticks now = from;
+    for (; now < to; now += every) {
+        for (const std::size_t position : positions) {
+            count(meter, position, 10);
+            number += 10;
+        }
+        meter.reading(now + every, number);
+    }
+    return now;
+}
+
+TEST(RateMeter, DividesByTheTimeThatTheWindowReallySpans) {
     RateMeter meter(ticksPerSecond);
     meter.reading(0, 0);
     count(meter, 0, 100);
     count(meter, 1, 10);
-    EXPECT_FALSE(meter.reading(ticksPerSecond / 2, 110));
-    count(meter, 0, 100);
-    EXPECT_TRUE(meter.reading(ticksPerSecond * 5 / 4, 210));
-    EXPECT_FLOAT_EQ(meter.rate(0), 200 * bitsPerPacket / 1.25F);
-    EXPECT_FLOAT_EQ(meter.rate(1), 10 * bitsPerPacket / 1.25F);
+    EXPECT_TRUE(meter.reading(ticksPerSecond * 5 / 8, 110)) << "the next step would be older than a period";
+    EXPECT_FLOAT_EQ(meter.rate(0), 100 * bitsPerPacket / 0.625F);
+    EXPECT_FLOAT_EQ(meter.rate(1), 10 * bitsPerPacket / 0.625F);
     EXPECT_EQ(meter.window().firstPacket, 0U);
-    EXPECT_EQ(meter.window().endPacket, 210U);
-    EXPECT_EQ(meter.window().elapsed, ticksPerSecond * 5 / 4);
+    EXPECT_EQ(meter.window().endPacket, 110U);
+    EXPECT_EQ(meter.window().elapsed, ticksPerSecond * 5 / 8);
+    count(meter, 0, 50);
+    EXPECT_TRUE(meter.reading(ticksPerSecond * 6 / 8, 160));
+    EXPECT_FLOAT_EQ(meter.rate(0), 150 * bitsPerPacket / 0.75F);
+    EXPECT_FLOAT_EQ(meter.rate(1), 10 * bitsPerPacket / 0.75F);
 }
 
-TEST(RateMeter, FallsToZeroInTheNextPeriodOfAPidThatFallsSilent) {
+TEST(RateMeter, MovesItsWindowATenthOfThePeriodAtATime) {
+    constexpr Ticks tenth = ticksPerSecond / 10;
     RateMeter meter(ticksPerSecond);
     meter.reading(0, 0);
-    count(meter, 0, 100);
-    count(meter, 1, 100);
-    meter.reading(ticksPerSecond, 200);
-    EXPECT_GT(meter.rate(1), 0.0F);
-    count(meter, 0, 100);
-    meter.reading(2 * ticksPerSecond, 300);
+    play(meter, 0, 8 * tenth, tenth, {0});
+    EXPECT_FALSE(meter.measured());
+    play(meter, 8 * tenth, 9 * tenth, tenth, {0});
+    EXPECT_TRUE(meter.measured());
+    EXPECT_EQ(meter.window().elapsed, 9 * tenth);
     EXPECT_FLOAT_EQ(meter.rate(0), 100 * bitsPerPacket);
-    EXPECT_EQ(meter.rate(1), 0.0F);
+    play(meter, 9 * tenth, 20 * tenth, tenth, {0, 0});
+    EXPECT_EQ(meter.window().elapsed, 9 * tenth);
+    EXPECT_FLOAT_EQ(meter.rate(0), 200 * bitsPerPacket);
 }
+
+struct Silence {
+    const char* name;
+    Ticks period;
+    Ticks readings; // how far they are apart
+};
+
+class SilentPid : public testing::TestWithParam<Silence> {};
+
+TEST_P(SilentPid, IsAtZeroWithinAPeriodOfItsLastPacket) {
+    const auto [name, period, readings] = GetParam();
+    for (Ticks lasting = 3 * period; lasting < 4 * period; lasting += period / 7) {
+        RateMeter meter(period);
+        meter.reading(0, 0);
+        const Ticks silentSince = play(meter, 0, lasting, readings, {0, 1});
+        EXPECT_GT(meter.rate(1), 0.0F);
+        play(meter, silentSince, silentSince + period - readings, readings, {0});
+        EXPECT_EQ(meter.rate(1), 0.0F) << name;
+        EXPECT_GT(meter.rate(0), 0.0F);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(, SilentPid,
+                         testing::Values(Silence{"frequentReadings", ticksPerSecond, ticksPerSecond / 1000},
+                                         Silence{"usualReadings", ticksPerSecond, ticksPerSecond / 25},
+                                         Silence{"rareReadings", ticksPerSecond, ticksPerSecond / 4},
+                                         Silence{"shortPeriod", ticksPerSecond / 5, ticksPerSecond / 25},
+                                         Silence{"longPeriod", 10 * ticksPerSecond, ticksPerSecond / 25}),
+                         [](const auto& silence) { return std::string(silence.param.name); });
 
 TEST(RateMeter, LeavesOutWhatComesBeforeTheFirstReading) {
     RateMeter meter(ticksPerSecond);
