@@ -1,15 +1,15 @@
 #include "analyser.h"
 
-#include "codecHeaders.h"
-#include "packetSync.h"
+#include "packetFields.h"
 #include "siTables.h"
 
 #include "feed/records.h"
 
-#include <bitstream/mpeg/pes.h>
 #include <bitstream/mpeg/ts.h>
 
 #include <algorithm>
+#include <unordered_map>
+#include <unordered_set>
 #include <utility>
 
 namespace board {
@@ -17,6 +17,7 @@ namespace board {
 namespace {
 
 constexpr std::size_t pidValues = 8192;
+constexpr std::uint16_t anyPid = 0xFFFF;
 constexpr std::uint8_t patTable = 0x00;
 constexpr std::uint8_t pmtTable = 0x02;
 constexpr std::uint8_t catTable = 0x01;
@@ -25,62 +26,43 @@ constexpr std::uint8_t sdtActualTable = 0x42;
 constexpr std::uint8_t eitPresentTable = 0x4E; // present/following of the actual transport stream
 constexpr std::uint8_t firstScheduleTable = 0x50;
 constexpr std::uint8_t lastScheduleTable = 0x5F;
-constexpr Ticks ticksPerPcrBase = 300; // and per tick of a PES time stamp: 90 kHz
-constexpr std::size_t pesFixedBytes = 9;
+constexpr std::uint8_t tdtTable = 0x70;
 
-std::optional<Ticks> pcrOf(const std::uint8_t* packet) {
-    constexpr std::uint8_t bytesWithPcr = 7;
-    if (!ts_has_adaptation(packet) || ts_get_adaptation(packet) < bytesWithPcr || !tsaf_has_pcr(packet)) {
-        return std::nullopt;
-    }
-    return static_cast<Ticks>(tsaf_get_pcr(packet)) * ticksPerPcrBase +
-           static_cast<Ticks>(tsaf_get_pcrext(packet));
-}
-
-// The payload of a packet; empty where there is none or the adaptation field claims more than the packet.
-std::span<const std::uint8_t> payloadOf(const std::uint8_t* packet) {
-    if (!ts_has_payload(packet)) {
-        return {};
-    }
-    const std::size_t start = ts_has_adaptation(packet)
-                                  ? std::size_t{TS_HEADER_SIZE} + 1 + ts_get_adaptation(packet)
-                                  : std::size_t{TS_HEADER_SIZE};
-    if (start >= tsPacketSize) {
-        return {};
-    }
-    return {packet + start, tsPacketSize - start};
-}
-
-bool startsPes(std::span<const std::uint8_t> bytes) {
-    return bytes.size() >= pesFixedBytes && pes_validate(bytes.data()) && pes_validate_header(bytes.data());
-}
-
-// The decoding time of a PES packet, which never runs backwards inside a stream.
-std::optional<Ticks> timeStampOf(std::span<const std::uint8_t> bytes) {
-    if (!startsPes(bytes) || !pes_has_pts(bytes.data())) {
-        return std::nullopt;
-    }
-    const std::size_t needed = pes_has_dts(bytes.data()) ? 19 : 14;
-    if (bytes.size() < needed) {
-        return std::nullopt;
-    }
-    const std::uint64_t stamp =
-        pes_has_dts(bytes.data()) ? pes_get_dts(bytes.data()) : pes_get_pts(bytes.data());
-    return static_cast<Ticks>(stamp) * ticksPerPcrBase;
+// A PAT that names a program twice means the first.
+void dropRepeatedPrograms(std::vector<Program>& programs) {
+    std::unordered_set<std::uint16_t> seen;
+    std::erase_if(programs, [&](const Program& program) { return !seen.insert(program.number).second; });
 }
 
 // Whether this PAT is that of another stream: another transport_stream_id, or none of the old programs.
 bool beginsNewStream(const StreamModel& model, std::uint16_t transportStreamId,
                      const std::vector<Program>& programs) {
-    const auto stays = [&](const Program& old) {
-        return old.number != 0 && std::ranges::any_of(programs, [&](const Program& program) {
-                   return program.number == old.number;
-               });
-    };
-    const bool hadPrograms =
-        std::ranges::any_of(model.programs, [](const Program& old) { return old.number != 0; });
-    return model.transportStreamId != transportStreamId ||
-           (hadPrograms && std::ranges::none_of(model.programs, stays));
+    if (model.transportStreamId != transportStreamId) {
+        return true;
+    }
+    std::unordered_set<std::uint16_t> old;
+    for (const Program& program : model.programs) {
+        if (program.number != 0) {
+            old.insert(program.number);
+        }
+    }
+    return !old.empty() && std::ranges::none_of(programs, [&](const Program& program) {
+        return old.contains(program.number);
+    });
+}
+
+// The maps of programs that stay where they were are still true.
+void keepMaps(const std::vector<Program>& old, std::vector<Program>& programs) {
+    std::unordered_map<std::uint16_t, const Program*> byNumber;
+    for (const Program& program : old) {
+        byNumber.emplace(program.number, &program);
+    }
+    for (Program& program : programs) {
+        const auto before = byNumber.find(program.number);
+        if (before != byNumber.end() && before->second->pmtPid == program.pmtPid) {
+            program.map = before->second->map;
+        }
+    }
 }
 
 std::uint64_t sectionKey(std::uint16_t pid, const SectionHeader& header) {
@@ -90,6 +72,16 @@ std::uint64_t sectionKey(std::uint16_t pid, const SectionHeader& header) {
 
 } // namespace
 
+const std::array<Analyser::TableReader, 7> Analyser::tableReaders{{
+    {patPid, patTable, patTable, &Analyser::takePat},
+    {anyPid, pmtTable, pmtTable, &Analyser::takePmt},
+    {catPid, catTable, catTable, &Analyser::takeCat},
+    {sdtPid, sdtActualTable, sdtActualTable, &Analyser::takeSdt},
+    {anyPid, nitActualTable, nitActualTable, &Analyser::takeNit},
+    {eitPid, eitPresentTable, eitPresentTable, &Analyser::takeEit},
+    {eitPid, firstScheduleTable, lastScheduleTable, &Analyser::takeEit},
+}};
+
 Analyser::Analyser(Ticks ratePeriod) : ratePeriod_(ratePeriod), rates_(ratePeriod), slots_(pidValues) {
     assignPids();
 }
@@ -98,13 +90,7 @@ bool Analyser::packet(const std::uint8_t* bytes) {
     const std::uint64_t number = packets_++;
     ++streamPackets_;
     if (ts_get_transporterror(bytes)) {
-        // The PID itself may be wrong: the packet only takes its time.
-        ++errors_.transportErrors;
-        if (clock_.packet(nullPid, std::nullopt, std::nullopt)) {
-            rates_.reading(clock_.now(), number);
-            return true;
-        }
-        return false;
+        return unreadablePacket(number);
     }
     const std::uint16_t pid = ts_get_pid(bytes);
     PidSlot& slot = slots_[pid];
@@ -113,7 +99,7 @@ bool Analyser::packet(const std::uint8_t* bytes) {
     const bool unitStart = ts_get_unitstart(bytes);
     const bool scrambled = ts_get_scrambling(bytes) != 0;
 
-    const bool needsStamp = clock_.base() != TimeBase::pcr && unitStart && !scrambled;
+    const bool needsStamp = clock_.wantsTimeStamps() && unitStart && !scrambled;
     const bool reading = clock_.packet(pid, pcrOf(bytes), needsStamp ? timeStampOf(content) : std::nullopt);
     if (reading && rates_.reading(clock_.now(), number)) {
         judgeScrambling();
@@ -127,6 +113,16 @@ bool Analyser::packet(const std::uint8_t* bytes) {
         payload(pid, slot, content, unitStart);
     }
     return reading;
+}
+
+// The PID itself may be wrong: the packet only takes its time.
+bool Analyser::unreadablePacket(std::uint64_t number) {
+    ++errors_.transportErrors;
+    if (!clock_.packet(nullPid, std::nullopt, std::nullopt)) {
+        return false;
+    }
+    rates_.reading(clock_.now(), number);
+    return true;
 }
 
 // The state of a PID; a PID that is seen for the first time joins the list.
@@ -160,8 +156,7 @@ bool Analyser::follows(PidState& state, const std::uint8_t* bytes, bool hasPaylo
                 slot.sections->lost();
             }
             if (slot.probe) {
-                slot.probe->collecting = false;
-                slot.probe->lastStamp.reset();
+                slot.probe->lost();
             }
         }
     }
@@ -175,7 +170,7 @@ void Analyser::payload(std::uint16_t pid, PidSlot& slot, std::span<const std::ui
         slot.sections->payload(bytes, unitStart,
                                [this, pid](std::span<const std::uint8_t> whole) { section(pid, whole); });
     } else if (slot.probe) {
-        collect(pid, *slot.probe, bytes, unitStart);
+        slot.probe->payload(bytes, unitStart, clock_.now(), model_);
     }
 }
 
@@ -192,36 +187,40 @@ void Analyser::section(std::uint16_t pid, std::span<const std::uint8_t> bytes) {
         ++errors_.badSections;
         return;
     }
-    if (!header) { // the tables of the time alone have no header and no version
-        if (pid == tdtPid) {
-            if (const auto time = readTime(bytes)) {
-                model_.time = time;
-            }
-        }
+    if (!header) {
+        takeTime(pid, bytes);
         return;
     }
     if (!header->current) {
         return;
     }
-    if (pid == patPid && header->tableId == patTable) {
-        takePat(*header, bytes);
-    } else if (header->tableId == pmtTable) {
-        takePmt(pid, bytes);
-    } else if (pid == catPid && header->tableId == catTable) {
-        takeCat(*header, bytes);
-    } else if (pid == sdtPid && header->tableId == sdtActualTable) {
-        takeSdt(*header, bytes);
-    } else if (pid == networkPid() && header->tableId == nitActualTable) {
-        takeNit(pid, *header, bytes);
-    } else if (pid == eitPid &&
-               (header->tableId == eitPresentTable ||
-                (header->tableId >= firstScheduleTable && header->tableId <= lastScheduleTable))) {
-        takeEit(*header, bytes);
+    for (const TableReader& reader : tableReaders) {
+        if ((reader.pid == pid || reader.pid == anyPid) && header->tableId >= reader.firstTable &&
+            header->tableId <= reader.lastTable) {
+            (this->*reader.take)(pid, *header, bytes);
+        }
+    }
+    if (knownSections_.size() >= tunables::rememberedSections) {
+        knownSections_.clear();
     }
     knownSections_[sectionKey(pid, *header)] = header->crc;
 }
 
-void Analyser::takePat(const SectionHeader& header, std::span<const std::uint8_t> bytes) {
+// The tables of the time have neither header nor version. Where both come, they are told as one: the TDT.
+void Analyser::takeTime(std::uint16_t pid, std::span<const std::uint8_t> bytes) {
+    if (pid != tdtPid) {
+        return;
+    }
+    if (auto time = readTime(bytes)) {
+        if (model_.time && model_.time->tableId == tdtTable) {
+            time->tableId = tdtTable;
+        }
+        model_.time = time;
+    }
+}
+
+void Analyser::takePat(std::uint16_t /*pid*/, const SectionHeader& header,
+                       std::span<const std::uint8_t> bytes) {
     auto rows = readPat(bytes);
     if (!rows) {
         return;
@@ -231,6 +230,7 @@ void Analyser::takePat(const SectionHeader& header, std::span<const std::uint8_t
         return;
     }
     std::vector<Program> programs = pat_.rows();
+    dropRepeatedPrograms(programs);
     if (model_.transportStreamId && beginsNewStream(model_, header.extension, programs)) {
         // What is known of the PAT is known of the new stream.
         SectionedTable<Program> pat = std::move(pat_);
@@ -238,33 +238,30 @@ void Analyser::takePat(const SectionHeader& header, std::span<const std::uint8_t
         pat_ = std::move(pat);
         stateOf(patPid, slots_[patPid]);
     }
-    for (Program& program : programs) { // the maps of programs that stay are still true
-        for (const Program& old : model_.programs) {
-            if (old.number == program.number && old.pmtPid == program.pmtPid) {
-                program.map = old.map;
-            }
-        }
-    }
+    keepMaps(model_.programs, programs);
     model_.transportStreamId = header.extension;
     model_.programs = std::move(programs);
     knownSections_.clear(); // a map that nobody asked for before may be wanted now
     assignPids();
 }
 
-void Analyser::takePmt(std::uint16_t pid, std::span<const std::uint8_t> bytes) {
+void Analyser::takePmt(std::uint16_t pid, const SectionHeader& /*header*/,
+                       std::span<const std::uint8_t> bytes) {
     const auto pmt = readPmt(pid, bytes);
     if (!pmt) {
         return;
     }
-    for (Program& program : model_.programs) {
-        if (program.number == pmt->programNumber && program.pmtPid == pid && program.number != 0) {
-            program.map = pmt->map;
-            assignPids();
-        }
+    const auto program = std::ranges::find_if(model_.programs, [&](const Program& one) {
+        return one.number == pmt->programNumber && one.pmtPid == pid && one.number != 0;
+    });
+    if (program != model_.programs.end()) {
+        program->map = pmt->map;
+        assignPids();
     }
 }
 
-void Analyser::takeSdt(const SectionHeader& header, std::span<const std::uint8_t> bytes) {
+void Analyser::takeSdt(std::uint16_t /*pid*/, const SectionHeader& header,
+                       std::span<const std::uint8_t> bytes) {
     auto table = readSdt(bytes);
     if (!table) {
         return;
@@ -274,7 +271,8 @@ void Analyser::takeSdt(const SectionHeader& header, std::span<const std::uint8_t
     model_.services = std::move(table);
 }
 
-void Analyser::takeCat(const SectionHeader& header, std::span<const std::uint8_t> bytes) {
+void Analyser::takeCat(std::uint16_t /*pid*/, const SectionHeader& header,
+                       std::span<const std::uint8_t> bytes) {
     if (auto systems = readCat(bytes)) {
         cat_.put(header, std::move(*systems));
         model_.caSystems = cat_.rows();
@@ -282,27 +280,36 @@ void Analyser::takeCat(const SectionHeader& header, std::span<const std::uint8_t
 }
 
 void Analyser::takeNit(std::uint16_t pid, const SectionHeader& header, std::span<const std::uint8_t> bytes) {
+    if (pid != networkPid()) {
+        return;
+    }
     if (auto nit = readNit(pid, bytes)) {
         nit_.put(header, {std::move(nit->part)});
         model_.network = NetworkTable{nit->networkId, nit_.rows()};
     }
 }
 
-void Analyser::takeEit(const SectionHeader& header, std::span<const std::uint8_t> bytes) {
+void Analyser::takeEit(std::uint16_t /*pid*/, const SectionHeader& header,
+                       std::span<const std::uint8_t> bytes) {
     const std::uint16_t service = header.extension;
     const bool listed = std::ranges::any_of(
         model_.programs, [&](const Program& program) { return program.number == service; });
     if (!listed) { // so that what is kept is bounded
         return;
     }
-    if (auto eit = readEit(bytes)) {
-        auto& table = eit_[std::uint32_t{service} << 8 | header.tableId];
-        table.put(header, std::move(eit->events));
-        EventTable& events = model_.events[service];
-        events.transportStreamId = eit->transportStreamId;
-        events.originalNetworkId = eit->originalNetworkId;
-        events.events[header.tableId] = table.rows();
+    auto eit = readEit(bytes);
+    if (!eit || keptEvents_ + eit->events.size() > tunables::keptEvents) {
+        return;
     }
+    auto& table = eit_[std::uint32_t{service} << 8 | header.tableId];
+    table.put(header, std::move(eit->events));
+    EventTable& events = model_.events[service];
+    events.transportStreamId = eit->transportStreamId;
+    events.originalNetworkId = eit->originalNetworkId;
+    std::vector<Event>& rows = events.events[header.tableId];
+    keptEvents_ -= rows.size();
+    rows = table.rows();
+    keptEvents_ += rows.size();
 }
 
 // The PID of the NIT: the PAT's network entry names it, and DVB keeps to 16.
@@ -317,114 +324,71 @@ std::uint16_t Analyser::networkPid() const {
 
 // Decides for every PID whether its sections or its headers are read.
 void Analyser::assignPids() {
+    assignSections();
+    assignProbes();
+}
+
+void Analyser::assignSections() {
     std::vector<bool> wanted(pidValues, false);
-    const auto wantSections = [&](std::uint16_t pid) {
-        wanted[pid] = true;
-        if (!slots_[pid].sections) {
-            slots_[pid].sections = std::make_unique<SectionAssembler>();
-        }
-    };
     for (const std::uint16_t pid : {patPid, catPid, networkPid(), sdtPid, eitPid, tdtPid}) {
-        wantSections(pid);
+        wanted[pid] = true;
     }
     for (const Program& program : model_.programs) {
         if (program.number != 0 && program.pmtPid < nullPid) {
-            wantSections(program.pmtPid);
+            wanted[program.pmtPid] = true;
         }
     }
     for (std::size_t pid = 0; pid < pidValues; ++pid) {
+        auto& sections = slots_[pid].sections;
         if (!wanted[pid]) {
-            slots_[pid].sections.reset();
+            sections.reset();
+        } else if (!sections) {
+            sections = std::make_unique<SectionAssembler>();
         }
     }
+}
+
+// A PID in several maps is what the first of them says.
+void Analyser::assignProbes() {
+    std::vector<const ElementaryStream*> wanted(pidValues, nullptr);
+    std::size_t count = 0;
     for (const Program& program : model_.programs) {
         if (!program.map) {
             continue;
         }
         for (const ElementaryStream& stream : program.map->streams) {
-            PidSlot& slot = slots_[stream.pid];
-            if (stream.kind == StreamKind::data ||
-                (slot.probe && slot.probe->streamType == stream.streamType)) {
-                continue;
+            if (stream.kind != StreamKind::data && wanted[stream.pid] == nullptr &&
+                count < tunables::probedStreams) {
+                wanted[stream.pid] = &stream;
+                ++count;
             }
-            slot.probe = std::make_unique<HeaderProbe>();
-            slot.probe->kind = stream.kind;
-            slot.probe->streamType = stream.streamType;
-            slot.probe->audioCoding = stream.audioCoding;
         }
+    }
+    for (std::uint16_t pid = 0; pid < pidValues; ++pid) {
+        setProbe(pid, wanted[pid]);
     }
 }
 
-// Collects the start of a PES packet, as much of it as is searched for headers.
-void Analyser::collect(std::uint16_t pid, HeaderProbe& probe, std::span<const std::uint8_t> bytes,
-                       bool unitStart) {
-    if (unitStart) {
-        if (probe.kind == StreamKind::video) {
-            timePictures(pid, probe, bytes);
-        }
-        if (probe.collecting) {
-            readHeaders(pid, probe);
-        }
-        probe.data.clear();
-        probe.collecting = clock_.now() >= probe.quietUntil && startsPes(bytes);
-        if (!probe.collecting) {
-            return;
-        }
-        const std::size_t start = pesFixedBytes + pes_get_headerlength(bytes.data());
-        bytes = bytes.subspan(std::min(start, bytes.size()));
+// What has been found of a stream goes with the stream.
+void Analyser::setProbe(std::uint16_t pid, const ElementaryStream* stream) {
+    auto& probe = slots_[pid].probe;
+    if (probe && (stream == nullptr || !probe->suits(*stream))) {
+        probe.reset();
+        model_.videoFormats.erase(pid);
+        model_.audioFormats.erase(pid);
+        model_.pictureRates.erase(pid);
     }
-    if (!probe.collecting) {
-        return;
-    }
-    probe.data.insert(probe.data.end(), bytes.begin(), bytes.end());
-    if (probe.data.size() >= tunables::headerBytes) {
-        readHeaders(pid, probe);
-    }
-}
-
-// Measures the picture rate by the decoding times of successive PES packets, one picture each. Where they are
-// uneven, they are not one picture each, and there is no rate.
-void Analyser::timePictures(std::uint16_t pid, HeaderProbe& probe, std::span<const std::uint8_t> bytes) {
-    if (probe.steps >= tunables::timedPictures) {
-        return;
-    }
-    const auto stamp = timeStampOf(bytes);
-    const auto last = std::exchange(probe.lastStamp, stamp);
-    if (!stamp || !last || *stamp <= *last || *stamp - *last > ticksPerSecond) {
-        return;
-    }
-    const Ticks step = *stamp - *last;
-    probe.timed += step;
-    probe.shortestStep = probe.steps == 0 ? step : std::min(probe.shortestStep, step);
-    probe.longestStep = std::max(probe.longestStep, step);
-    ++probe.steps;
-    const bool even = probe.longestStep - probe.shortestStep <= tunables::stampJitter;
-    model_.pictureRates[pid] =
-        even && probe.steps >= tunables::fewestPictures
-            ? static_cast<float>(static_cast<double>(probe.steps) * static_cast<double>(ticksPerSecond) /
-                                 static_cast<double>(probe.timed))
-            : 0.0F;
-}
-
-void Analyser::readHeaders(std::uint16_t pid, HeaderProbe& probe) {
-    probe.collecting = false;
-    bool found = false;
-    if (probe.kind == StreamKind::video) {
-        if (const auto format = readVideoFormat(probe.streamType, probe.data)) {
-            model_.videoFormats[pid] = *format;
-            found = true;
-        }
-    } else if (const auto format = readAudioFormat(probe.audioCoding, probe.data)) {
-        model_.audioFormats[pid] = *format;
-        found = true;
-    }
-    if (found) {
-        probe.quietUntil = clock_.now() + tunables::headerRecheck;
+    if (stream != nullptr && !probe) {
+        probe = std::make_unique<HeaderProbe>(*stream);
     }
 }
 
 // A stream is scrambled when most of its recent packets are; a few wrong headers do not make it flicker.
 void Analyser::judgeScrambling() {
+    if (lastJudgement_ && clock_.now() - *lastJudgement_ < ratePeriod_) {
+        return;
+    }
+    lastJudgement_ = clock_.now();
     for (PidState& state : model_.pids) {
         if (state.recentClear + state.recentScrambled > 0) {
             state.scrambled = state.recentScrambled > state.recentClear;
@@ -444,8 +408,7 @@ void Analyser::seam() {
             slot.sections->lost();
         }
         if (slot.probe) {
-            slot.probe->collecting = false;
-            slot.probe->lastStamp.reset();
+            slot.probe->lost();
         }
     }
 }
@@ -475,6 +438,8 @@ void Analyser::restart() {
     sdt_ = {};
     nit_ = {};
     eit_.clear();
+    keptEvents_ = 0;
+    lastJudgement_.reset();
     knownSections_.clear();
     clock_.seam();
     assignPids();
@@ -482,13 +447,13 @@ void Analyser::restart() {
 
 void Analyser::finish() {
     for (const PidState& state : model_.pids) {
-        PidSlot& slot = slots_[state.pid];
-        if (slot.probe && slot.probe->collecting) {
-            readHeaders(state.pid, *slot.probe);
+        if (const auto& probe = slots_[state.pid].probe) {
+            probe->finish(clock_.now(), model_);
         }
     }
     clock_.sourceEnded();
     rates_.finish();
+    lastJudgement_.reset();
     judgeScrambling();
 }
 

@@ -1,6 +1,7 @@
 // Follows a transport stream packet by packet and keeps the stream model, the stream's clock and the rates.
 #pragma once
 
+#include "headerProbe.h"
 #include "rateMeter.h"
 #include "sectionAssembler.h"
 #include "sectionedTable.h"
@@ -71,42 +72,39 @@ class Analyser {
     }
 
   private:
-    // Looks for codec headers at the start of the PES packets of one elementary stream.
-    struct HeaderProbe {
-        StreamKind kind = StreamKind::data;
-        std::uint8_t streamType = 0;
-        std::uint16_t audioCoding = 0;
-        std::vector<std::uint8_t> data; // of the PES packet that is being collected
-        bool collecting = false;
-        Ticks quietUntil = 0;
-        // Pictures are timed where the headers give no picture rate.
-        std::optional<Ticks> lastStamp;
-        Ticks timed = 0;
-        Ticks shortestStep = 0;
-        Ticks longestStep = 0;
-        std::uint32_t steps = 0;
-    };
     struct PidSlot {
         std::int32_t position = -1; // in model_.pids
         std::unique_ptr<SectionAssembler> sections;
         std::unique_ptr<HeaderProbe> probe;
     };
 
+    // What takes the sections of a table, where they are allowed to come from.
+    struct TableReader {
+        std::uint16_t pid;
+        std::uint8_t firstTable;
+        std::uint8_t lastTable;
+        void (Analyser::*take)(std::uint16_t pid, const SectionHeader& header,
+                               std::span<const std::uint8_t> bytes);
+    };
+    static const std::array<TableReader, 7> tableReaders;
+
+    bool unreadablePacket(std::uint64_t number);
     PidState& stateOf(std::uint16_t pid, PidSlot& slot);
     bool follows(PidState& state, const std::uint8_t* bytes, bool hasPayload);
     void payload(std::uint16_t pid, PidSlot& slot, std::span<const std::uint8_t> bytes, bool unitStart);
     void section(std::uint16_t pid, std::span<const std::uint8_t> bytes);
-    void takePat(const SectionHeader& header, std::span<const std::uint8_t> bytes);
-    void takePmt(std::uint16_t pid, std::span<const std::uint8_t> bytes);
-    void takeCat(const SectionHeader& header, std::span<const std::uint8_t> bytes);
-    void takeSdt(const SectionHeader& header, std::span<const std::uint8_t> bytes);
+    void takeTime(std::uint16_t pid, std::span<const std::uint8_t> bytes);
+    void takePat(std::uint16_t pid, const SectionHeader& header, std::span<const std::uint8_t> bytes);
+    void takePmt(std::uint16_t pid, const SectionHeader& header, std::span<const std::uint8_t> bytes);
+    void takeCat(std::uint16_t pid, const SectionHeader& header, std::span<const std::uint8_t> bytes);
+    void takeSdt(std::uint16_t pid, const SectionHeader& header, std::span<const std::uint8_t> bytes);
     void takeNit(std::uint16_t pid, const SectionHeader& header, std::span<const std::uint8_t> bytes);
-    void takeEit(const SectionHeader& header, std::span<const std::uint8_t> bytes);
+    void takeEit(std::uint16_t pid, const SectionHeader& header, std::span<const std::uint8_t> bytes);
     std::uint16_t networkPid() const;
     void assignPids();
-    void collect(std::uint16_t pid, HeaderProbe& probe, std::span<const std::uint8_t> bytes, bool unitStart);
-    void timePictures(std::uint16_t pid, HeaderProbe& probe, std::span<const std::uint8_t> bytes);
-    void readHeaders(std::uint16_t pid, HeaderProbe& probe);
+    void assignSections();
+    void assignProbes();
+    void setProbe(std::uint16_t pid, const ElementaryStream* stream);
     void judgeScrambling();
     bool isScrambled(std::uint16_t pid) const;
     bool everythingKnown() const;
@@ -120,12 +118,14 @@ class Analyser {
     RateMeter rates_;
     StreamErrors errors_;
     std::uint64_t packets_ = 0;
-    std::vector<PidSlot> slots_; // one a PID
+    std::optional<Ticks> lastJudgement_; // of what is scrambled
+    std::vector<PidSlot> slots_;         // one a PID
     SectionedTable<Program> pat_;
     SectionedTable<CaSystem> cat_;
     SectionedTable<Service> sdt_;
     SectionedTable<NetworkPart> nit_;
     std::map<std::uint32_t, SectionedTable<Event>> eit_;             // by service_id and table_id
+    std::size_t keptEvents_ = 0;                                     // of all services
     std::unordered_map<std::uint64_t, std::uint32_t> knownSections_; // CRC by PID, table, extension, number
 };
 

@@ -284,4 +284,60 @@ TEST_F(Analyser, TakesASectionOfWrongLengthsForBad) {
     EXPECT_EQ(analyser.errors().badSections, 1U);
 }
 
+TEST_F(Analyser, TakesAProgramThatThePatNamesTwiceForTheFirst) {
+    Packets packets;
+    packets.section(0, pat(1, {{5, pmtPid}, {6, 0x200}, {5, 0x300}, {5, pmtPid}}));
+    play(packets);
+    EXPECT_EQ(programs(), "5 256:\n6 512:\n");
+}
+
+TEST_F(Analyser, TakesTheTimeFromATotToo) {
+    Packets packets;
+    packets.section(20, tot(60000, 10));
+    play(packets);
+    ASSERT_TRUE(model().time);
+    EXPECT_EQ(model().time->tableId, 0x73);
+    EXPECT_EQ(model().time->time, 10U);
+}
+
+TEST_F(Analyser, TellsTdtAndTotAsOne) {
+    Packets packets;
+    packets.section(20, tdt(60000, 20));
+    packets.section(20, tot(60000, 30));
+    play(packets);
+    ASSERT_TRUE(model().time);
+    EXPECT_EQ(model().time->tableId, 0x70);
+    EXPECT_EQ(model().time->time, 30U);
+}
+
+TEST_F(Analyser, ForgetsTheFormatOfAStreamThatLeavesItsMap) {
+    const Bytes layerTwo = joined({{0xFF, 0xFD, 0xA4, 0x40}, Bytes(572, 0)}); // one frame
+    Packets packets = oneProgram();
+    packets.pes(audioPid, 0xC0, 0, layerTwo);
+    packets.pes(audioPid, 0xC0, 2160, layerTwo);
+    packets.section(pmtPid, pmt(5, videoPid, {}, {{0x1B, videoPid, {}}, {0x03, audioPid, {}}}, {1, 0, 0}));
+    play(packets);
+    EXPECT_TRUE(model().audioFormats.contains(audioPid)) << "another map, the same stream";
+    Packets later;
+    later.filler(pmtPid, 2); // keeps the counter in step
+    later.section(pmtPid, pmt(5, videoPid, {}, {{0x1B, videoPid, {}}, {0x0F, audioPid, {}}}, {2, 0, 0}));
+    play(later);
+    EXPECT_FALSE(model().audioFormats.contains(audioPid)) << "another coding on the PID";
+}
+
+TEST_F(Analyser, KeepsNoMoreEventsThanItHasRoomFor) {
+    const std::vector<EitRow> rows(300, EitRow{1, 60000, 0, 60, {}});
+    play(oneProgram());
+    for (int round = 0; round < 2; ++round) { // the second finds no room that the first has not used
+        Packets packets;
+        for (int number = 0; number < 256; ++number) {
+            packets.section(18, eit(0x50, 5, 77, 9, rows, {0, static_cast<std::uint8_t>(number), 255}));
+        }
+        play(packets);
+    }
+    const std::size_t kept = model().events.at(5).events.at(0x50).size();
+    EXPECT_LE(kept, board::tunables::keptEvents);
+    EXPECT_GT(kept + rows.size(), board::tunables::keptEvents);
+}
+
 } // namespace

@@ -155,6 +155,13 @@ Bytes tdt(std::uint16_t date, int seconds) {
     return joined({{0x70}, number(0x7005, 2), number(date, 2), clock(seconds)});
 }
 
+Bytes tot(std::uint16_t date, int seconds) {
+    Bytes section =
+        joined({{0x73}, number(0x700B, 2), number(date, 2), clock(seconds), number(0xF000, 2), number(0, 4)});
+    psi_set_crc(section.data());
+    return section;
+}
+
 void Packets::section(std::uint16_t pid, const Bytes& section) {
     const std::size_t size =
         std::min(section.size(), psi_get_length(section.data()) + std::size_t{PSI_HEADER_SIZE});

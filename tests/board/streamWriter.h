@@ -70,6 +70,7 @@ Bytes nit(std::uint16_t networkId, const Bytes& descriptors, const std::vector<N
 Bytes eit(std::uint8_t tableId, std::uint16_t serviceId, std::uint16_t transportStreamId,
           std::uint16_t originalNetworkId, const std::vector<EitRow>& rows, Version version = {});
 Bytes tdt(std::uint16_t date, int seconds);
+Bytes tot(std::uint16_t date, int seconds); // of no region
 
 // Packets, in the order in which they are asked for, with continuity counters that go on.
 class Packets {
