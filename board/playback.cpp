@@ -29,6 +29,10 @@ Instant asInstant(Ticks ticks) {
     return std::chrono::nanoseconds(ticks * 1000 / (ticksPerSecond / 1'000'000));
 }
 
+Ticks asTicks(Instant time) {
+    return time.count() * (ticksPerSecond / 1'000'000) / 1000;
+}
+
 // The packets of a source.
 class Reader {
   public:
@@ -46,6 +50,7 @@ class Reader {
         if (arrival.ended) {
             sync_.finish(onPacket);
             requirePackets(total_);
+            requireMore();
             return Outcome::ended;
         }
         sync_.push(std::span(buffer_).first(arrival.bytes), onPacket);
@@ -56,6 +61,7 @@ class Reader {
     }
 
     bool rewind() {
+        startOfPass_ = total_;
         return source_->rewind();
     }
     std::uint64_t syncLosses() const {
@@ -78,11 +84,20 @@ class Reader {
         }
     }
 
+    // A file that has been emptied while it played would be started over again and again.
+    void requireMore() const {
+        if (total_ == startOfPass_) {
+            throw BoardError({"cannot go on with " + name_, "the packets that it had before", "an empty file",
+                              "check what writes it"});
+        }
+    }
+
     std::string name_;
     std::unique_ptr<PacketSource> source_;
     std::vector<std::uint8_t> buffer_;
     PacketSync sync_;
     std::size_t total_ = 0;
+    std::size_t startOfPass_ = 0;
 };
 
 // Real time against stream time.
@@ -186,10 +201,11 @@ class Session {
         const Instant start = realTime();
         silentSince_ = silentSince_.value_or(start);
         turn(tunables::changeInterval, reader_.descriptor());
-        rested_ += realTime() - start;
-        if (rested_ >= asInstant(tunables::ratePeriod)) {
-            analyser_.rest(rested_.count() * (ticksPerSecond / 1'000'000) / 1000);
-            rested_ = Instant(0);
+        unrested_ += realTime() - start;
+        if (analyser_.packets() > 0 && realTime() - *silentSince_ >= shortPause()) {
+            analyser_.rest(asTicks(unrested_));
+            unrested_ = Instant(0);
+            settle();
         }
         if (!silenceTold_ && start - *silentSince_ >= tunables::streamSilence) {
             silenceTold_ = true;
@@ -202,12 +218,18 @@ class Session {
         }
     }
 
+    // Soon enough for the rates to be at 0 within their period.
+    Instant shortPause() const {
+        const Instant longest = tunables::shortPause;
+        return options_.ratePeriod > 0 ? std::min(longest, asInstant(options_.ratePeriod) * 6 / 10) : longest;
+    }
+
     void endSilence() {
         if (silenceTold_ && analyser_.packets() > 0) {
             analyser_.restart();
         }
         silentSince_.reset();
-        rested_ = Instant(0);
+        unrested_ = Instant(0);
         silenceTold_ = false;
     }
 
@@ -260,7 +282,7 @@ class Session {
     bool settled_ = false;
     bool everSettled_ = false;
     std::optional<Instant> silentSince_;
-    Instant rested_{0};
+    Instant unrested_{0}; // silence that the analyser has not been told of
     bool silenceTold_ = false;
 };
 

@@ -1,10 +1,12 @@
 // The real board, over its real sockets.
 #include "boardProcess.h"
 
+#include <algorithm>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <list>
+#include <sys/stat.h>
 
 namespace {
 
@@ -179,6 +181,68 @@ TEST_F(BoardProcess, PlaysALoopAsOneStream) {
         ASSERT_EQ(pat.programCount, 4);
     }
     EXPECT_EQ(stop().find("new stream"), std::string::npos);
+}
+
+// A pipe with a name that the test writes into.
+class PipedStream : public BoardProcess {
+  protected:
+    PipedStream() {
+        EXPECT_EQ(::mkfifo(file.c_str(), S_IRUSR | S_IWUSR), 0);
+        pipe.open(file, std::ios::in | std::ios::out | std::ios::binary); // for writing alone it would wait
+    }
+
+    // The first packets of the sample; what comes behind them does not come.
+    void send(std::size_t packets) {
+        std::vector<char> bytes(packets * 188);
+        std::ifstream(sample, std::ios::binary)
+            .read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+        pipe.write(bytes.data(), static_cast<std::streamsize>(bytes.size())).flush();
+    }
+
+    std::fstream pipe;
+};
+
+TEST_F(PipedStream, IsPublishedThoughItStopsBeforeMuchIsKnown) {
+    start({file});
+    send(100);
+    Client client;
+    client.subscribe(patBit);
+    ASSERT_EQ(client.instruct(patBit), patBit);
+    const PatRecord pat = client.nextPat();
+    EXPECT_EQ(pat.programCount, 4);
+    EXPECT_GT(pat.pidListCount, 5);
+}
+
+TEST_F(PipedStream, HasNoRatesWhenItHasFallenSilent) {
+    const auto hasRates = [](const Message& message) {
+        TsStatusRecord status{};
+        std::memcpy(&status, message.back().data(), std::min(sizeof status, message.back().size()));
+        return std::ranges::any_of(status.pidStats, [](const auto& pid) { return pid.rate > 0; });
+    };
+    start({"--deterministic", "--fast", file});
+    Client client;
+    client.subscribe(tsStatusBit);
+    ASSERT_EQ(client.instruct(tsStatusBit), tsStatusBit);
+    send(2000); // a second and a half
+    Message message = client.next();
+    EXPECT_TRUE(hasRates(message));
+    while (message.size() == 3 && hasRates(message)) {
+        message = client.next();
+    }
+    EXPECT_EQ(message.size(), 3U) << "there were rates until nothing came any more";
+}
+
+TEST_F(BoardProcess, SaysThatItsFileHasBeenEmptied) {
+    std::filesystem::copy_file(sample, file);
+    start({"--fast", file});
+    ASSERT_TRUE(awaitConsole("playing "));
+    std::filesystem::resize_file(file, 0);
+    const std::string said = end();
+    EXPECT_NE(said.find("mpegfe-board: cannot go on with " + file +
+                        ": expected the packets that it had before, got an empty file; check what writes it\n"
+                        "exit code 1"),
+              std::string::npos)
+        << said;
 }
 
 } // namespace
