@@ -1,6 +1,8 @@
 // GStreamer's sections and descriptors with C++ ownership. Only the table readers include this.
 #pragma once
 
+#include "release.h"
+
 #include <gst/mpegts/mpegts.h>
 
 #include <cstddef>
@@ -11,14 +13,6 @@
 #include <string>
 
 namespace board::gst {
-
-template <auto release>
-struct Release {
-    template <class Object>
-    void operator()(Object* object) const {
-        release(object);
-    }
-};
 
 struct SectionUnref {
     void operator()(GstMpegtsSection* section) const {

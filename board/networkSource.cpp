@@ -1,6 +1,7 @@
 #include "networkSource.h"
 
 #include "boardError.h"
+#include "release.h"
 #include "tunables.h"
 
 #include <gst/app/gstappsink.h>
@@ -17,17 +18,45 @@ namespace board {
 
 namespace {
 
-template <auto release>
-struct Release {
-    template <class Object>
-    void operator()(Object* object) const {
-        release(object);
-    }
-};
 using Uri = std::unique_ptr<GstUri, Release<gst_uri_unref>>;
 using Sample = std::unique_ptr<GstSample, Release<gst_sample_unref>>;
 using Message = std::unique_ptr<GstMessage, Release<gst_message_unref>>;
+using Error = std::unique_ptr<GError, Release<g_error_free>>;
 using Bus = std::unique_ptr<GstBus, Release<gst_object_unref>>;
+using Element = std::unique_ptr<GstElement, Release<gst_object_unref>>;
+
+void dismantle(GstElement* pipeline) {
+    gst_element_set_state(pipeline, GST_STATE_NULL);
+    gst_object_unref(pipeline);
+}
+using Pipeline = std::unique_ptr<GstElement, Release<dismantle>>;
+
+// An eventfd that the receiving thread counts up.
+class Arrivals {
+  public:
+    Arrivals() : descriptor_(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)) {}
+    Arrivals(const Arrivals&) = delete;
+    Arrivals& operator=(const Arrivals&) = delete;
+    ~Arrivals() {
+        ::close(descriptor_);
+    }
+
+    bool add() const {
+        const std::uint64_t one = 1;
+        return ::write(descriptor_, &one, sizeof one) == sizeof one;
+    }
+    // Whether there were any; there are none afterwards.
+    bool take() const {
+        std::uint64_t count = 0;
+        return ::read(descriptor_, &count, sizeof count) == sizeof count;
+    }
+    int descriptor() const {
+        return descriptor_;
+    }
+
+  private:
+    int descriptor_;
+};
 
 struct Scheme {
     const char* name;
@@ -42,7 +71,8 @@ constexpr std::array<Scheme, 3> schemes{{
      "udpsrc name=in caps=\"application/x-rtp,media=video,encoding-name=MP2T,clock-rate=90000,payload=33\""
      " ! rtpjitterbuffer latency=100 ! rtpmp2tdepay",
      "udp"},
-    {"srt", "srtsrc name=in", "srt"},
+    {"srt", "srtsrc name=in keep-listening=true",
+     "srt"}, // as a listener it serves one sender after the other
 }};
 
 BoardError cannotOpen(const std::string& address, const std::string& got) {
@@ -54,42 +84,25 @@ BoardError cannotOpen(const std::string& address, const std::string& got) {
 class NetworkSource final : public PacketSource {
   public:
     NetworkSource(const std::string& address, const Scheme& scheme, const std::string& interface)
-        : address_(address), arrivals_(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)) {
-        GError* error = nullptr;
+        : address_(address) {
         const std::string description =
             std::string(scheme.elements) +
             " ! appsink name=out sync=false max-buffers=" + std::to_string(tunables::networkBuffers);
-        pipeline_ = gst_parse_launch(description.c_str(), &error);
+        GError* error = nullptr;
+        pipeline_.reset(gst_parse_launch(description.c_str(), &error));
         if (error != nullptr) {
-            const std::string got = error->message;
-            g_error_free(error);
-            throw cannotOpen(address, got);
+            throw cannotOpen(address, Error(error)->message);
         }
         openInput(scheme, interface);
-        sink_ = gst_bin_get_by_name(GST_BIN(pipeline_), "out");
-        GstAppSinkCallbacks callbacks{};
-        callbacks.new_sample = [](GstAppSink*, gpointer self) {
-            const std::uint64_t one = 1;
-            const auto written = ::write(static_cast<NetworkSource*>(self)->arrivals_, &one, sizeof one);
-            return written == sizeof one ? GST_FLOW_OK : GST_FLOW_ERROR;
-        };
-        gst_app_sink_set_callbacks(GST_APP_SINK(sink_), &callbacks, this, nullptr);
-        if (gst_element_set_state(pipeline_, GST_STATE_PLAYING) == GST_STATE_CHANGE_FAILURE) {
-            const std::string got = errorText();
-            close();
-            throw cannotOpen(address, got);
+        openOutput();
+        if (gst_element_set_state(pipeline_.get(), GST_STATE_PLAYING) == GST_STATE_CHANGE_FAILURE) {
+            throw cannotOpen(address, errorText());
         }
-    }
-    NetworkSource(const NetworkSource&) = delete;
-    NetworkSource& operator=(const NetworkSource&) = delete;
-    ~NetworkSource() override {
-        close();
     }
 
     Arrival read(std::span<std::uint8_t> buffer) override {
         if (taken_ == waiting_.size()) {
-            std::uint64_t count = 0;
-            if (::read(arrivals_, &count, sizeof count) < 0) {
+            if (!arrivals_.take()) {
                 requireNoError();
             }
             waiting_.clear();
@@ -107,7 +120,7 @@ class NetworkSource final : public PacketSource {
         return false;
     }
     int descriptor() const override {
-        return arrivals_;
+        return arrivals_.descriptor();
     }
     bool live() const override {
         return true;
@@ -115,20 +128,28 @@ class NetworkSource final : public PacketSource {
 
   private:
     void openInput(const Scheme& scheme, const std::string& interface) {
-        GstElement* input = gst_bin_get_by_name(GST_BIN(pipeline_), "in");
+        const Element input(gst_bin_get_by_name(GST_BIN(pipeline_.get()), "in"));
         const std::string uri = scheme.uriScheme + address_.substr(address_.find("://"));
-        g_object_set(input, "uri", uri.c_str(), nullptr);
+        g_object_set(input.get(), "uri", uri.c_str(), nullptr);
         if (std::strcmp(scheme.uriScheme, "udp") == 0) {
-            g_object_set(input, "buffer-size", tunables::receiveBuffer, nullptr);
+            g_object_set(input.get(), "buffer-size", tunables::receiveBuffer, nullptr);
             if (!interface.empty()) {
-                g_object_set(input, "multicast-iface", interface.c_str(), nullptr);
+                g_object_set(input.get(), "multicast-iface", interface.c_str(), nullptr);
             }
         }
-        gst_object_unref(input);
+    }
+
+    void openOutput() {
+        sink_.reset(gst_bin_get_by_name(GST_BIN(pipeline_.get()), "out"));
+        GstAppSinkCallbacks callbacks{};
+        callbacks.new_sample = [](GstAppSink*, gpointer arrivals) {
+            return static_cast<const Arrivals*>(arrivals)->add() ? GST_FLOW_OK : GST_FLOW_ERROR;
+        };
+        gst_app_sink_set_callbacks(GST_APP_SINK(sink_.get()), &callbacks, &arrivals_, nullptr);
     }
 
     bool pull() {
-        const Sample sample(gst_app_sink_try_pull_sample(GST_APP_SINK(sink_), 0));
+        const Sample sample(gst_app_sink_try_pull_sample(GST_APP_SINK(sink_.get()), 0));
         if (!sample) {
             return false;
         }
@@ -139,22 +160,19 @@ class NetworkSource final : public PacketSource {
             gst_buffer_unmap(bytes, &map);
         }
         // What does not fit now stays queued, and the descriptor must stay readable for it.
-        const std::uint64_t one = 1;
-        return ::write(arrivals_, &one, sizeof one) == sizeof one;
+        return arrivals_.add();
     }
 
     // The first error that the pipeline has reported; empty for none.
     std::string errorText() const {
-        const Bus bus(gst_element_get_bus(pipeline_));
+        const Bus bus(gst_element_get_bus(pipeline_.get()));
         const Message message(gst_bus_pop_filtered(bus.get(), GST_MESSAGE_ERROR));
         if (!message) {
             return {};
         }
         GError* error = nullptr;
         gst_message_parse_error(message.get(), &error, nullptr);
-        std::string text = error->message;
-        g_error_free(error);
-        return text;
+        return Error(error)->message;
     }
 
     void requireNoError() const {
@@ -164,28 +182,10 @@ class NetworkSource final : public PacketSource {
         }
     }
 
-    void close() {
-        if (pipeline_ != nullptr) {
-            gst_element_set_state(pipeline_, GST_STATE_NULL);
-        }
-        if (sink_ != nullptr) {
-            gst_object_unref(sink_);
-            sink_ = nullptr;
-        }
-        if (pipeline_ != nullptr) {
-            gst_object_unref(pipeline_);
-            pipeline_ = nullptr;
-        }
-        if (arrivals_ >= 0) {
-            ::close(arrivals_);
-            arrivals_ = -1;
-        }
-    }
-
     std::string address_;
-    int arrivals_; // an eventfd that the receiving thread counts up
-    GstElement* pipeline_ = nullptr;
-    GstElement* sink_ = nullptr;
+    Arrivals arrivals_; // outlives the receiving thread
+    Pipeline pipeline_;
+    Element sink_;
     std::vector<std::uint8_t> waiting_;
     std::size_t taken_ = 0;
 };

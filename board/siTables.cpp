@@ -21,7 +21,7 @@ constexpr std::uint32_t secondsPerHour = 3600;
 constexpr std::size_t serviceFixedBytes = DESC48_HEADER_SIZE - DESC_HEADER_SIZE + 1;
 constexpr std::size_t shortEventFixedBytes = DESC4D_HEADER_SIZE - DESC_HEADER_SIZE + 1;
 
-using DateTime = std::unique_ptr<GstDateTime, gst::Release<gst_date_time_unref>>;
+using DateTime = std::unique_ptr<GstDateTime, Release<gst_date_time_unref>>;
 
 // Days since 17 November 1858 (ETSI EN 300 468 annex C).
 std::uint16_t modifiedJulianDay(const GstDateTime* time) {

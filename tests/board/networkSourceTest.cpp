@@ -76,13 +76,65 @@ INSTANTIATE_TEST_SUITE_P(OverLoopback, NetworkSource,
                                          Network{"MulticastRtp", "rtp", "239.255.1.1", 5604}),
                          [](const auto& network) { return std::string(network.param.name); });
 
-TEST_F(BoardProcess, PlaysAStreamOverSrt) {
+// Sends the sample to an SRT address in real time, over and over, as long as it lives.
+class SrtSender {
+  public:
+    explicit SrtSender(const std::string& address)
+        : program({"ffmpeg", "-v", "quiet", "-re", "-stream_loop", "-1", "-i", sample, "-map", "0", "-c",
+                   "copy", "-f", "mpegts", address},
+                  {}) {}
+
+    // Says goodbye instead of vanishing.
+    void takeLeave() {
+        program.signal(SIGINT);
+        awaitEnd();
+    }
+    void awaitEnd() {
+        program.waitFor(patience);
+    }
+
+  private:
+    testSupport::ChildProcess program;
+};
+
+TEST_F(BoardProcess, ServesOneSrtSenderAfterTheOther) {
     start({"srt://127.0.0.1:5605?mode=listener"});
     ASSERT_TRUE(awaitConsole("no packets yet")) << console;
-    testSupport::ChildProcess sender({"ffmpeg", "-v", "quiet", "-re", "-i", sample, "-map", "0", "-c", "copy",
-                                      "-f", "mpegts", "srt://127.0.0.1:5605?mode=caller"},
-                                     {});
-    EXPECT_TRUE(awaitConsole("playing srt://")) << console;
+    {
+        SrtSender first("srt://127.0.0.1:5605?mode=caller");
+        ASSERT_TRUE(awaitConsole("playing srt://")) << console;
+        first.takeLeave();
+    }
+    ASSERT_TRUE(awaitConsole("no packets for 2000 ms")) << console;
+    const SrtSender second("srt://127.0.0.1:5605?mode=caller");
+    EXPECT_TRUE(awaitConsole("a new stream begins")) << console;
+    EXPECT_NE(stop().find("exit code 0"), std::string::npos);
+}
+
+TEST_F(BoardProcess, ServesAnSrtSenderThatCallsAgainAfterOneThatVanished) {
+    start({"srt://127.0.0.1:5607?mode=listener"});
+    ASSERT_TRUE(awaitConsole("no packets yet")) << console;
+    {
+        const SrtSender first("srt://127.0.0.1:5607?mode=caller");
+        ASSERT_TRUE(awaitConsole("playing srt://")) << console;
+    }
+    ASSERT_TRUE(awaitConsole("no packets for 2000 ms")) << console;
+    SrtSender("srt://127.0.0.1:5607?mode=caller").awaitEnd(); // hung up on with the one that vanished
+    const SrtSender second("srt://127.0.0.1:5607?mode=caller");
+    EXPECT_TRUE(awaitConsole("a new stream begins")) << console;
+    EXPECT_NE(stop().find("exit code 0"), std::string::npos);
+}
+
+TEST_F(BoardProcess, CallsItsSrtListenerAgainWhenThatHasGone) {
+    start({"srt://127.0.0.1:5606?mode=caller"});
+    ASSERT_TRUE(awaitConsole("no packets yet")) << console;
+    {
+        const SrtSender first("srt://127.0.0.1:5606?mode=listener");
+        ASSERT_TRUE(awaitConsole("playing srt://")) << console;
+    }
+    ASSERT_TRUE(awaitConsole("no packets for 2000 ms")) << console;
+    const SrtSender second("srt://127.0.0.1:5606?mode=listener");
+    EXPECT_TRUE(awaitConsole("a new stream begins")) << console;
     EXPECT_NE(stop().find("exit code 0"), std::string::npos);
 }
 
