@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -22,9 +23,6 @@ class DescriptorSource final : public PacketSource {
             throw BoardError(
                 {"cannot read " + name_, "a transport stream file", "a directory", "name a file in it"});
         }
-        if (!regular_) { // a pipe that is slow must not keep clients waiting
-            ::fcntl(descriptor_, F_SETFL, ::fcntl(descriptor_, F_GETFL) | O_NONBLOCK);
-        }
     }
     DescriptorSource(const DescriptorSource&) = delete;
     DescriptorSource& operator=(const DescriptorSource&) = delete;
@@ -35,6 +33,9 @@ class DescriptorSource final : public PacketSource {
     }
 
     Arrival read(std::span<std::uint8_t> buffer) override {
+        if (!regular_ && !somethingArrived()) {
+            return {0, false};
+        }
         const ssize_t count = ::read(descriptor_, buffer.data(), buffer.size());
         if (count >= 0) {
             return {static_cast<std::size_t>(count), count == 0};
@@ -59,6 +60,13 @@ class DescriptorSource final : public PacketSource {
     }
 
   private:
+    // A pipe that is slow must not keep clients waiting. It is asked before each read instead of being made
+    // non-blocking, because that would hold for every program that shares standard input, and after our end.
+    bool somethingArrived() const {
+        pollfd waiting{descriptor_, POLLIN, 0};
+        return ::poll(&waiting, 1, 0) > 0;
+    }
+
     int descriptor_;
     std::string name_;
     bool regular_ = false;

@@ -1,0 +1,83 @@
+// Standard input as a source of packets.
+#include "packetSource.h"
+
+#include "boardProcess.h"
+
+#include <array>
+#include <fcntl.h>
+#include <fstream>
+#include <unistd.h>
+
+namespace {
+
+using namespace boardProcess;
+
+// A pipe that is this process's standard input, and that of the programs it starts, as long as it lives.
+class StandardInput {
+  public:
+    StandardInput() : original(::dup(STDIN_FILENO)) {
+        std::array<int, 2> ends{};
+        EXPECT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
+        ::dup2(ends[0], STDIN_FILENO);
+        ::close(ends[0]);
+        writer = ends[1];
+    }
+    StandardInput(const StandardInput&) = delete;
+    StandardInput& operator=(const StandardInput&) = delete;
+    ~StandardInput() {
+        end();
+        ::dup2(original, STDIN_FILENO);
+        ::close(original);
+    }
+
+    void write(const std::string& bytes) const {
+        EXPECT_EQ(::write(writer, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+    }
+    void end() {
+        if (writer >= 0) {
+            ::close(writer);
+            writer = -1;
+        }
+    }
+    // The flags that every program sees that shares it.
+    static int flags() {
+        return ::fcntl(STDIN_FILENO, F_GETFL);
+    }
+
+  private:
+    int original;
+    int writer = -1;
+};
+
+TEST(StandardInputSource, ReadsWhatHasArrivedAndNeverWaits) {
+    StandardInput input;
+    const auto source = board::openSource("-", "");
+    std::array<std::uint8_t, 10> buffer{};
+    const auto read = [&] {
+        const auto arrival = source->read(buffer);
+        return std::to_string(arrival.bytes) + (arrival.ended ? " and the end" : "");
+    };
+    EXPECT_EQ(read(), "0");
+    input.write("twelve bytes");
+    EXPECT_EQ(read(), "10");
+    EXPECT_EQ(read(), "2");
+    EXPECT_EQ(read(), "0");
+    input.end();
+    EXPECT_EQ(read(), "0 and the end");
+}
+
+TEST_F(BoardProcess, LeavesStandardInputToOthersAsItWas) {
+    StandardInput input;
+    const int before = StandardInput::flags();
+    std::string packets(std::size_t{300} * 188, '\0'); // less than a pipe holds
+    std::ifstream(sample, std::ios::binary)
+        .read(packets.data(), static_cast<std::streamsize>(packets.size()));
+    start({"--print", "-"});
+    input.write(packets);
+    input.end();
+    EXPECT_NE(output().find("\"pat\""), std::string::npos);
+    EXPECT_NE(end().find("exit code 0"), std::string::npos) << console;
+    EXPECT_EQ(StandardInput::flags(), before);
+}
+
+} // namespace
