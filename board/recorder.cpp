@@ -3,14 +3,18 @@
 #include "boardError.h"
 #include "publisher.h"
 #include "recording.h"
+#include "replayedRecords.h"
 #include "stop.h"
 
 #include <zmq.h>
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
 
 namespace board {
 
@@ -39,7 +43,7 @@ Socket connected(const Context& context, int type, const std::string& endpoint) 
     return socket;
 }
 
-// Waits for a message until the deadline; false when none came in time or a signal did.
+// Waits this long for a message; false when none came in time or a signal did.
 bool readable(const Socket& socket, milliseconds longest) {
     zmq_pollitem_t item{socket.get(), 0, ZMQ_POLLIN, 0};
     return zmq_poll(&item, 1, static_cast<long>(longest.count())) > 0;
@@ -49,47 +53,138 @@ void askForEverything(const Context& context) {
     const Socket instructor = connected(context, ZMQ_REQ, instructionEndpoint);
     const std::array<std::uint8_t, 2> word{allTopicBits & 0xFF, allTopicBits >> 8};
     zmq_send(instructor.get(), word.data(), word.size(), 0);
-    if (!readable(instructor, tunables::instructionPatience)) {
+    if (!readable(instructor, tunables::instructionPatience) && !stopRequested()) {
         throw BoardError({"cannot instruct the board", "a reply to the instruction word", "none",
                           "start the board first, or leave out --instruct"});
     }
 }
 
-// One part of a message and whether more follow.
-std::pair<std::vector<std::uint8_t>, bool> receivePart(const Socket& socket) {
+using Bytes = std::vector<std::uint8_t>;
+
+// A message of a publisher. A good one has three parts: topic, running number, record.
+struct Message {
+    static constexpr std::size_t goodCount = 3;
+
+    std::array<Bytes, goodCount> parts;
+    std::size_t count = 0; // of all parts, those beyond the good ones included
+};
+
+// The next message, without waiting; nothing when there is none or its receiving failed.
+std::optional<Message> receiveMessage(const Socket& socket) {
+    Message message;
     zmq_msg_t part;
     zmq_msg_init(&part);
-    std::vector<std::uint8_t> bytes;
-    bool more = false;
-    if (zmq_msg_recv(&part, socket.get(), 0) >= 0) {
-        const auto* data = static_cast<const std::uint8_t*>(zmq_msg_data(&part));
-        bytes.assign(data, data + zmq_msg_size(&part));
+    bool more = true;
+    while (more && zmq_msg_recv(&part, socket.get(), ZMQ_DONTWAIT) >= 0) {
+        if (message.count < Message::goodCount) {
+            const auto* data = static_cast<const std::uint8_t*>(zmq_msg_data(&part));
+            message.parts.at(message.count).assign(data, data + zmq_msg_size(&part));
+        }
+        ++message.count;
         more = zmq_msg_more(&part) != 0;
     }
     zmq_msg_close(&part);
-    return {std::move(bytes), more};
+    return more ? std::nullopt : std::optional(std::move(message));
 }
 
-std::vector<std::vector<std::uint8_t>> receiveMessage(const Socket& socket) {
-    std::vector<std::vector<std::uint8_t>> parts;
-    for (bool more = true; more;) {
-        auto [bytes, follows] = receivePart(socket);
-        parts.push_back(std::move(bytes));
-        more = follows;
+std::string counted(std::size_t count, const std::string& name) {
+    return std::to_string(count) + " " + name + (count == 1 ? "" : "s");
+}
+
+// Writes what arrives from a board.
+class Recorder {
+  public:
+    explicit Recorder(const Options& options)
+        : options_(options), endpoint_("tcp://" + options.host + ":5101"), context_(zmq_ctx_new()),
+          subscriber_(connected(context_, ZMQ_SUB, endpoint_)) {
+        zmq_setsockopt(subscriber_.get(), ZMQ_SUBSCRIBE, "", 0);
+        if (options.instruct) {
+            askForEverything(context_);
+        }
+        writer_.emplace(options.record);
     }
-    return parts;
-}
 
-const Topic* topicNamed(const std::string& name) {
-    const auto found = std::ranges::find_if(topics, [&](const Topic& topic) { return name == topic.name; });
-    return found == topics.end() ? nullptr : &*found;
-}
+    void run() {
+        const milliseconds longest =
+            std::min(options_.duration, std::chrono::duration_cast<milliseconds>(longestTime));
+        const auto start = Clock::now();
+        while (!stopRequested() && Clock::now() - start < longest) {
+            if (readable(subscriber_, tunables::recordPoll)) {
+                take(receiveMessage(subscriber_));
+            }
+            if (Clock::now() - start >= tunables::recordPatience) {
+                tellSilence();
+            }
+        }
+        tellResult();
+    }
+
+  private:
+    void take(std::optional<Message> message) {
+        if (!message) {
+            return;
+        }
+        const auto now = Clock::now();
+        first_ = first_.value_or(now);
+        const auto misfit = write(*std::move(message), now - *first_);
+        ++(misfit ? leftOut_ : count_);
+        if (misfit && told_.insert(misfit->expected).second) {
+            say(describe({"left out a message", misfit->expected, misfit->got,
+                          "further ones are left out without a line"}));
+        }
+    }
+
+    // Gives the reason when the message cannot be written.
+    std::optional<Misfit> write(Message message, Clock::duration time) {
+        if (message.count != Message::goodCount) {
+            return Misfit{counted(Message::goodCount, "part"), counted(message.count, "part")};
+        }
+        auto& [topic, second, record] = message.parts;
+        return writer_->append({std::chrono::duration_cast<std::chrono::microseconds>(time),
+                                std::string(topic.begin(), topic.end()),
+                                std::string(second.begin(), second.end()), std::move(record)});
+    }
+
+    // Once, and only when nothing has arrived.
+    void tellSilence() {
+        if (!first_ && !silenceTold_) {
+            silenceTold_ = true;
+            say(describe({"nothing arrives", "messages of the board at " + endpoint_,
+                          "none in " + std::to_string(tunables::recordPatience.count()) + " ms",
+                          "still waiting, for a board that has been asked for topics"}));
+        }
+    }
+
+    void tellResult() const {
+        if (!first_ && !stopRequested()) {
+            throw BoardError({"recorded nothing to " + options_.record,
+                              "messages of the board at " + endpoint_,
+                              "none in " + std::to_string(options_.duration.count()) + " ms",
+                              "start the board first, and let a client or --instruct ask it for topics"});
+        }
+        say("recorded " + std::to_string(count_) + " messages to " + options_.record +
+            (leftOut_ == 0 ? "" : ", left out " + std::to_string(leftOut_)));
+    }
+
+    const Options& options_;
+    std::string endpoint_;
+    Context context_;
+    Socket subscriber_;
+    std::optional<RecordingWriter> writer_;  // once the board could be asked; an older file stays until then
+    std::optional<Clock::time_point> first_; // message
+    std::size_t count_ = 0;
+    std::size_t leftOut_ = 0;
+    bool silenceTold_ = false;
+    std::set<std::string> told_; // what was expected of messages that were left out
+};
 
 // Publishes recorded messages and keeps the newest record of each topic for clients that join.
 class Replay {
   public:
-    explicit Replay(const Options& options)
-        : options_(options), reader_(options.replay), publisher_(options.interval) {}
+    explicit Replay(const Options& options) : options_(options), reader_(options.replay) {
+        requireUsableMessage(reader_, options.replay);
+        publisher_.emplace(options.interval);
+    }
 
     void run() {
         say("replaying " + options_.replay + ", publishing on " + publishEndpoint + ", instructed over " +
@@ -105,41 +200,46 @@ class Replay {
         awaitClient();
         const auto start = now();
         while (const auto message = reader_.next()) {
-            const Topic* topic = topicNamed(message->topic);
-            if (topic == nullptr || message->record.size() != topic->size) {
-                say("left out a message of topic " + message->topic + ": expected " +
-                    (topic == nullptr ? std::string("a known topic")
-                                      : std::to_string(topic->size) + " bytes") +
-                    ", got " + std::to_string(message->record.size()) +
-                    " bytes; it was recorded from another kind of board");
-                continue;
-            }
             waitUntil(start + message->time);
             if (stopRequested()) {
                 return;
             }
-            std::ranges::copy(message->record,
-                              reinterpret_cast<std::uint8_t*>(newest_.get()) + topic->offset);
-            known_ = static_cast<TopicBits>(known_ | topic->bit);
-            publisher_.publishTopic(*topic, message->record);
+            if (const Topic* topic = records_.take(*message)) {
+                publisher_->publishTopic(*topic, message->record);
+            }
+        }
+        tellCut();
+        if (!options_.once) { // a recording of a moment is no reason to publish without a pause
+            waitUntil(start + options_.interval);
+        }
+    }
+
+    // Once, however often the recording is replayed.
+    void tellCut() {
+        if (reader_.cutOff() && !cutTold_) {
+            cutTold_ = true;
+            say(describe({options_.replay + " is cut off",
+                          "the rest of message " + std::to_string(reader_.count() + 1), "the end of the file",
+                          "it is replayed up to the message before"}));
         }
     }
 
     void awaitClient() {
-        while (options_.deterministic && !publisher_.clientReady() && !stopRequested()) {
-            publisher_.attend(tunables::changeInterval, -1, now());
-            publisher_.acceptClients();
+        while (options_.deterministic && !publisher_->clientReady() && !stopRequested()) {
+            publisher_->attend(tunables::changeInterval, -1, now());
+            publisher_->acceptClients();
         }
     }
 
-    // Whoever joins in the middle gets the newest record of every topic.
+    // Attends to clients until it is time for the next message, once when it already is. Whoever joins in the
+    // middle gets the newest record of every topic, however far the next message is.
     void waitUntil(Instant due) {
         do {
-            const auto left = std::max(due - now(), Instant(0));
-            publisher_.attend(options_.fast ? milliseconds(0) : std::chrono::ceil<milliseconds>(left), -1,
-                              now());
-            if (publisher_.clientJoined(now())) {
-                publisher_.publishRound(*newest_, known_, now());
+            const Instant left = std::clamp<Instant>(due - now(), Instant(0), tunables::joinPause);
+            publisher_->attend(options_.fast ? milliseconds(0) : std::chrono::ceil<milliseconds>(left), -1,
+                               now());
+            if (publisher_->clientJoined(now())) {
+                publisher_->publishRound(records_.newest(), records_.known(), now());
             }
         } while (!stopRequested() && !options_.fast && now() < due);
     }
@@ -150,39 +250,15 @@ class Replay {
 
     const Options& options_;
     RecordingReader reader_;
-    Publisher publisher_;
-    std::unique_ptr<RecordSet> newest_ = std::make_unique<RecordSet>();
-    TopicBits known_ = 0;
+    std::optional<Publisher> publisher_; // only for a recording that can be replayed
+    ReplayedRecords records_{say};
+    bool cutTold_ = false;
 };
 
 } // namespace
 
 void record(const Options& options) {
-    const Context context(zmq_ctx_new());
-    const Socket subscriber = connected(context, ZMQ_SUB, "tcp://" + options.host + ":5101");
-    zmq_setsockopt(subscriber.get(), ZMQ_SUBSCRIBE, "", 0);
-    if (options.instruct) {
-        askForEverything(context);
-    }
-    RecordingWriter writer(options.record);
-    std::size_t count = 0;
-    std::optional<Clock::time_point> start;
-    while (!stopRequested() && (!start || Clock::now() - *start < options.duration)) {
-        if (!readable(subscriber, tunables::changeInterval)) {
-            continue;
-        }
-        auto parts = receiveMessage(subscriber);
-        start = start.value_or(Clock::now());
-        if (parts.size() != 3) {
-            say("left out a message of " + std::to_string(parts.size()) + " parts: expected 3");
-            continue;
-        }
-        const auto time = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - *start);
-        writer.append({time, std::string(parts[0].begin(), parts[0].end()),
-                       std::string(parts[1].begin(), parts[1].end()), std::move(parts[2])});
-        ++count;
-    }
-    say("recorded " + std::to_string(count) + " messages to " + options.record);
+    Recorder(options).run();
 }
 
 void replay(const Options& options) {

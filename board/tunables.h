@@ -25,6 +25,10 @@ inline constexpr milliseconds instructionPatience{3000}; // for the reply to an 
 inline constexpr milliseconds joinPause{20};             // from the last subscription to the next full round,
                                                          // so that one round serves all of a client's topics
 
+// Recording.
+inline constexpr milliseconds recordPoll{50};       // between looks at signals and the duration
+inline constexpr milliseconds recordPatience{3000}; // before it is said that nothing arrives
+
 // Measuring, in stream time.
 inline constexpr Ticks ratePeriod = ticksPerSecond; // in which the rate of a silent PID falls to 0
 inline constexpr Ticks settlePatience = 5 * ticksPerSecond / 2; // wait for tables before publishing without
