@@ -53,6 +53,7 @@ RecordingWriter::RecordingWriter(const std::string& path) : path_(path), file_(p
                           "check the directory and its permissions"});
     }
     file_.write(signature.data(), static_cast<std::streamsize>(signature.size()));
+    checkWritten();
 }
 
 std::optional<Misfit> RecordingWriter::append(const RecordedMessage& message) {
@@ -72,12 +73,16 @@ std::optional<Misfit> RecordingWriter::append(const RecordedMessage& message) {
                     static_cast<std::streamsize>(message.record.size()));
         newest->second = message.record;
     }
-    file_.flush();
-    if (!file_) {
+    checkWritten();
+    return std::nullopt;
+}
+
+// What has been written is in the file, whatever ends the recording.
+void RecordingWriter::checkWritten() {
+    if (!file_.flush()) {
         throw BoardError({"cannot write " + path_, "room for the recording", std::strerror(errno),
                           "the recording ends before this message"});
     }
-    return std::nullopt;
 }
 
 std::optional<Misfit> RecordingWriter::misfit(const RecordedMessage& message) const {

@@ -39,7 +39,7 @@ struct Misfit {
 
 class RecordingWriter {
   public:
-    // Makes the file anew. Throws BoardError when it cannot be written.
+    // Makes the file anew. Throws BoardError when it cannot be written, for want of room too.
     explicit RecordingWriter(const std::string& path);
 
     // Appends a message, whose time is from that of the message before up to longestTime. Gives the reason
@@ -49,6 +49,7 @@ class RecordingWriter {
 
   private:
     std::optional<Misfit> misfit(const RecordedMessage& message) const;
+    void checkWritten();
 
     std::string path_;
     std::ofstream file_;

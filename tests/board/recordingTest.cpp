@@ -158,6 +158,24 @@ TEST_F(Recording, EndsWithItsLastWholeMessageWhereverItIsCutOff) {
     }
 }
 
+TEST_F(Recording, StandsInTheFileAsSoonAsItIsWritten) {
+    RecordingWriter writer(path);
+    EXPECT_EQ(std::filesystem::file_size(path), header.size());
+    writer.append({microseconds(0), "A", "1", {'x', 'y'}});
+    EXPECT_EQ(std::filesystem::file_size(path), header.size() + 8 + 1 + 1 + 4 + 1 + 1 + 2);
+}
+
+TEST_F(Recording, SaysThatThereIsNoRoom) {
+    try {
+        RecordingWriter("/dev/full");
+        ADD_FAILURE() << "nothing fits there";
+    } catch (const board::BoardError& error) {
+        EXPECT_STREQ(error.what(),
+                     "cannot write /dev/full: expected room for the recording, got No space left "
+                     "on device; the recording ends before this message");
+    }
+}
+
 TEST_F(Recording, SaysWhatIsWrongWithTheFile) {
     const std::string expected = ": expected a recording of mpegfe-board, version 1, got ";
     const std::string advice = "; record it anew, or name another file";

@@ -34,6 +34,9 @@ class Seed {
     Seed& u32(unsigned value) {
         return u16(value & 0xFFFF).u16(value >> 16);
     }
+    Seed& u64(std::uint64_t value) {
+        return u32(static_cast<unsigned>(value)).u32(static_cast<unsigned>(value >> 32));
+    }
     Seed& text(std::string_view value) {
         bytes += value;
         return u8(0);
@@ -524,6 +527,54 @@ void addSessions(const Corpus& corpus) {
     add("illegal-psi", session(2, 9, 19).then(psiCapture(sdtBit)).answer(DocumentAnswer::ack));
 }
 
+constexpr std::uint32_t asBefore = 0xFFFFFFFF; // record length of a recorded message that repeats a record
+
+// A message of a recording; what follows a record length is the test's.
+Seed recorded(std::uint64_t time, std::string_view topic, std::string_view second, std::uint32_t recordLength,
+              std::string_view record) {
+    return Seed()
+        .u64(time)
+        .u8(static_cast<unsigned>(topic.size()))
+        .u8(static_cast<unsigned>(second.size()))
+        .u32(recordLength)
+        .raw(topic)
+        .raw(second)
+        .raw(record);
+}
+
+Seed recordedTdt(std::uint64_t time) {
+    return recorded(time, "MPEG-STRUCT-TDT", "1", sizeof(TdtRecord), std::string(sizeof(TdtRecord), 't'));
+}
+
+void addRecordings(const Corpus& corpus) {
+    const auto add = [&](const char* name, const Seed& messages) {
+        corpus.add("recordings", name, Seed().raw("mpegfe-recording 1\n").then(messages));
+    };
+    const Seed repeated = recorded(250'000, "MPEG-STRUCT-TDT", "2", asBefore, "");
+    const std::string cat(sizeof(CatRecord), 'c');
+    add("no-message", Seed());
+    add("two-topics",
+        recordedTdt(0).then(recorded(9, "MPEG-STRUCT-CAT", "1", sizeof(CatRecord), cat)).then(repeated));
+    add("cut-off-in-a-record",
+        recordedTdt(0).then(recorded(9, "MPEG-STRUCT-CAT", "1", sizeof(CatRecord), cat.substr(1))));
+    add("cut-off-in-a-head", recordedTdt(0).u32(9));
+    add("nothing-to-repeat", repeated);
+    add("record-of-another-size", recorded(0, "MPEG-STRUCT-TDT", "1", 3, "ttt").then(recordedTdt(1)));
+    add("unknown-topic", recorded(0, "a\n\x1B", "", 0, "").then(recordedTdt(1)));
+    add("record-too-long", recordedTdt(0).then(recorded(1, "MPEG-STRUCT-TDT", "2", 1024 * 1024 + 1, "")));
+    add("time-backward", recordedTdt(250'000).then(recordedTdt(249'999)));
+    add("time-huge", recordedTdt(0).then(recordedTdt(std::uint64_t{1} << 63)));
+    add("time-huge-in-nanoseconds", recordedTdt(0).then(recordedTdt(std::uint64_t{1} << 62)));
+    Seed topics;
+    for (char topic = ' '; topic <= ' ' + 64; ++topic) {
+        topics.then(recorded(0, {&topic, 1}, "", 0, ""));
+    }
+    add("too-many-topics", topics);
+    corpus.add("recordings", "another-version", Seed().raw("mpegfe-recording 2\n").then(recordedTdt(0)));
+    corpus.add("recordings", "cut-off-in-the-beginning", Seed().raw("mpegfe-rec"));
+    corpus.add("recordings", "empty", Seed());
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -534,6 +585,7 @@ int main(int argc, char** argv) {
     const Corpus corpus(argv[1]);
     addMessages(corpus);
     addRecords(corpus);
+    addRecordings(corpus);
     addReplies(corpus);
     addRequests(corpus);
     addSessions(corpus);
