@@ -110,7 +110,9 @@ class Recorder {
         const auto start = Clock::now();
         while (!stopRequested() && Clock::now() - start < longest) {
             if (readable(subscriber_, tunables::recordPoll)) {
-                take(receiveMessage(subscriber_));
+                if (auto message = receiveMessage(subscriber_)) {
+                    take(*message);
+                }
             }
             if (Clock::now() - start >= tunables::recordPatience) {
                 tellSilence();
@@ -120,13 +122,10 @@ class Recorder {
     }
 
   private:
-    void take(std::optional<Message> message) {
-        if (!message) {
-            return;
-        }
+    void take(const Message& message) {
         const auto now = Clock::now();
         first_ = first_.value_or(now);
-        const auto misfit = write(*std::move(message), now - *first_);
+        const auto misfit = write(message, now - *first_);
         ++(misfit ? leftOut_ : count_);
         if (misfit && told_.insert(misfit->expected).second) {
             say(describe({"left out a message", misfit->expected, misfit->got,
@@ -135,14 +134,14 @@ class Recorder {
     }
 
     // Gives the reason when the message cannot be written.
-    std::optional<Misfit> write(Message message, Clock::duration time) {
+    std::optional<Misfit> write(const Message& message, Clock::duration time) {
         if (message.count != Message::goodCount) {
             return Misfit{counted(Message::goodCount, "part"), counted(message.count, "part")};
         }
-        auto& [topic, second, record] = message.parts;
+        const auto& [topic, second, record] = message.parts;
         return writer_->append({std::chrono::duration_cast<std::chrono::microseconds>(time),
                                 std::string(topic.begin(), topic.end()),
-                                std::string(second.begin(), second.end()), std::move(record)});
+                                std::string(second.begin(), second.end()), record});
     }
 
     // Once, and only when nothing has arrived.
