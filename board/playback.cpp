@@ -127,7 +127,8 @@ class Session {
   public:
     explicit Session(const Options& options)
         : options_(options), reader_(options.source, options.interface), analyser_(options.ratePeriod),
-          publisher_(options.interval), limits_(say), records_(std::make_unique<RecordSet>()) {}
+          publisher_(options.interval, slowClient(options)), limits_(say),
+          records_(std::make_unique<RecordSet>()) {}
 
     void run() {
         awaitClient();

@@ -1,6 +1,7 @@
 #include "publisher.h"
 
 #include "boardError.h"
+#include "stop.h"
 #include "tunables.h"
 
 #include <zmq.h>
@@ -25,10 +26,23 @@ namespace {
 constexpr std::array<TopicBits, 9> roundOrder{sdtBit, avPgmBit, catBit,      nitBit, eitBit,
                                               tdtBit, pmtBit,   tsStatusBit, patBit};
 
-constexpr int sendQueue = 100; // messages kept for a client that does not read
+// Messages kept for a client that does not read: as many as it may fall behind, or next to none where it is
+// waited for anyway, so that little is left to send at the end.
+constexpr int sendQueue = 100;
+constexpr int waitingSendQueue = 1;
 
 void setInt(void* socket, int option, int value) {
     zmq_setsockopt(socket, option, &value, sizeof value);
+}
+
+int inMilliseconds(std::chrono::milliseconds time) {
+    return static_cast<int>(time.count());
+}
+
+bool moreFollows(void* socket) {
+    int more = 0;
+    std::size_t size = sizeof more;
+    return zmq_getsockopt(socket, ZMQ_RCVMORE, &more, &size) == 0 && more != 0;
 }
 
 std::span<const std::uint8_t> bytesOf(const Topic& topic, const RecordSet& records) {
@@ -54,18 +68,22 @@ struct Publisher::Sockets {
     void* context = nullptr;
     void* records = nullptr;
     void* instructions = nullptr;
+    SlowClient slowClient;
 
-    Sockets() = default;
+    explicit Sockets(SlowClient kind) : slowClient(kind) {}
     Sockets(const Sockets&) = delete;
     Sockets& operator=(const Sockets&) = delete;
     ~Sockets() {
+        if (slowClient == SlowClient::isWaitedFor && records != nullptr && !stopRequested()) {
+            setInt(records, ZMQ_LINGER, inMilliseconds(tunables::slowClientPatience));
+        }
         for (void* socket : {records, instructions}) {
             if (socket != nullptr) {
                 zmq_close(socket);
             }
         }
         if (context != nullptr) {
-            zmq_ctx_term(context);
+            zmq_ctx_term(context); // a signal ends the wait; the end of the process does the rest
         }
         if (lock >= 0) {
             ::close(lock);
@@ -95,10 +113,13 @@ struct Publisher::Sockets {
         void* socket = zmq_socket(context, type);
         // What was published last still goes out, to whoever reads. Said at the opening: a connection that
         // breaks just before the closing would else wait for ever for a reader, and the end with it.
-        setInt(socket, ZMQ_LINGER, static_cast<int>(tunables::closePatience.count()));
+        setInt(socket, ZMQ_LINGER, inMilliseconds(tunables::closePatience));
         if (type == ZMQ_XPUB) {
-            setInt(socket, ZMQ_SNDHWM, sendQueue);
-            setInt(socket, ZMQ_XPUB_MANUAL, 1); // a subscription counts when takeSubscriptions says so
+            setInt(socket, ZMQ_XPUB_MANUAL, 1); // a subscription counts when acceptClients says so
+            const bool waits = slowClient == SlowClient::isWaitedFor;
+            setInt(socket, ZMQ_SNDHWM, waits ? waitingSendQueue : sendQueue);
+            setInt(socket, ZMQ_XPUB_NODROP, waits ? 1 : 0);
+            setInt(socket, ZMQ_SNDTIMEO, inMilliseconds(tunables::changeInterval));
         }
         if (zmq_bind(socket, endpoint) != 0) {
             const std::string got = zmq_strerror(zmq_errno());
@@ -109,8 +130,9 @@ struct Publisher::Sockets {
     }
 };
 
-Publisher::Publisher(std::chrono::milliseconds interval)
-    : sockets_(std::make_unique<Sockets>()), interval_(interval), published_(std::make_unique<RecordSet>()) {
+Publisher::Publisher(std::chrono::milliseconds interval, SlowClient slowClient)
+    : sockets_(std::make_unique<Sockets>(slowClient)), interval_(interval),
+      published_(std::make_unique<RecordSet>()) {
     sockets_->takeLock();
     sockets_->context = zmq_ctx_new();
     sockets_->records = sockets_->bindSocket(
@@ -132,32 +154,41 @@ void Publisher::attend(std::chrono::milliseconds longest, int descriptor, Instan
     if (zmq_poll(items.data(), watched, static_cast<long>(longest.count())) <= 0) {
         return;
     }
-    const bool instructed = (items[0].revents & ZMQ_POLLIN) != 0;
+    const bool instructed = (items[0].revents & ZMQ_POLLIN) != 0 && takeInstruction();
     const bool subscribed = (items[2].revents & ZMQ_POLLIN) != 0;
-    if (instructed) {
-        takeInstruction();
-    }
     subscriptionsWait_ = subscriptionsWait_ || subscribed;
     if ((instructed || subscribed) && !joinDue_) {
         joinDue_ = now + tunables::joinPause;
     }
 }
 
-// An instruction word is 2 bytes, little-endian; the reply echoes it.
-void Publisher::takeInstruction() {
+// An instruction word is 2 bytes, little-endian, in one part; the reply echoes it. Whatever else comes is
+// taken off the socket whole and replied to as well, so that the next word is understood. It never waits: a
+// request without an envelope makes the socket readable, but cannot be received.
+bool Publisher::takeInstruction() {
     std::array<std::uint8_t, 2> word{};
-    const int length = zmq_recv(sockets_->instructions, word.data(), word.size(), 0);
-    zmq_send(sockets_->instructions, word.data(), word.size(), 0);
-    if (length != static_cast<int>(word.size())) {
-        say("cannot use an instruction: expected 2 bytes, got " + std::to_string(length) +
+    void* socket = sockets_->instructions;
+    const int length = zmq_recv(socket, word.data(), word.size(), ZMQ_DONTWAIT);
+    if (length < 0) {
+        return false;
+    }
+    int parts = 1;
+    for (; moreFollows(socket); ++parts) {
+        zmq_recv(socket, nullptr, 0, ZMQ_DONTWAIT);
+    }
+    zmq_send(socket, word.data(), word.size(), ZMQ_DONTWAIT);
+    if (parts > 1 || length != static_cast<int>(word.size())) {
+        say("cannot use an instruction: expected 2 bytes, got " +
+            (parts > 1 ? std::to_string(parts) + " parts" : std::to_string(length)) +
             "; the topics stay as they were");
-        return;
+        return true;
     }
     const auto bits = static_cast<TopicBits>((word[0] | word[1] << 8) & allTopicBits);
     if (bits != requested_) {
         say("publishing" + namesOf(bits));
     }
     requested_ = bits;
+    return true;
 }
 
 // Subscriptions that arrived together count together, between two rounds.
@@ -232,14 +263,27 @@ void Publisher::publishRound(const RecordSet& records, TopicBits known, Instant 
 
 // Three parts: topic, a running number of at most 10 digits, record.
 void Publisher::publishTopic(const Topic& topic, std::span<const std::uint8_t> record) {
-    if ((requested_ & topic.bit) == 0) {
+    if ((requested_ & topic.bit) == 0 || !sendTopic(topic)) {
         return;
     }
     const std::string number = std::to_string(sequence_++);
-    zmq_send(sockets_->records, topic.name, std::strlen(topic.name), ZMQ_SNDMORE);
     zmq_send(sockets_->records, number.data(), number.size(), ZMQ_SNDMORE);
     zmq_send(sockets_->records, record.data(), record.size(), 0);
     std::copy(record.begin(), record.end(), reinterpret_cast<std::uint8_t*>(published_.get()) + topic.offset);
+}
+
+// Only the first part of a message can meet a full queue. While a client is waited for, it may instruct: it
+// might read on only when it has the reply.
+bool Publisher::sendTopic(const Topic& topic) {
+    while (zmq_send(sockets_->records, topic.name, std::strlen(topic.name), ZMQ_SNDMORE) < 0) {
+        if (takeInstruction()) {
+            joinDue_ = joinDue_.value_or(Instant(0)); // its round follows at once
+        }
+        if (stopRequested() || (requested_ & topic.bit) == 0) {
+            return false;
+        }
+    }
+    return true;
 }
 
 } // namespace board

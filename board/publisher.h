@@ -2,6 +2,8 @@
 // endpoint, on which a client says which.
 #pragma once
 
+#include "options.h"
+
 #include "feed/topics.h"
 
 #include <chrono>
@@ -23,12 +25,24 @@ inline constexpr const char* instructionDirectory = "/run/shm/zmq";
 inline constexpr const char* instructionEndpoint = "ipc:///run/shm/zmq/uRO_MMR_MPEGFE-1";
 inline constexpr const char* lockFile = "/run/shm/zmq/mpegfe-board.lock";
 
+// What becomes of a client that reads more slowly than the board publishes.
+enum class SlowClient {
+    missesMessages,
+    isWaitedFor, // until it reads on, goes away or takes its topics back, or a signal asks to stop
+};
+
+// With --deterministic every client gets every message.
+inline SlowClient slowClient(const Options& options) {
+    return options.deterministic ? SlowClient::isWaitedFor : SlowClient::missesMessages;
+}
+
 class Publisher {
   public:
     // Takes the lock and binds both sockets. interval is the longest time between two publications of a
     // requested topic. Throws BoardError when the directory is missing, another board is running or the port
     // is in use.
-    explicit Publisher(std::chrono::milliseconds interval);
+    explicit Publisher(std::chrono::milliseconds interval,
+                       SlowClient slowClient = SlowClient::missesMessages);
     Publisher(const Publisher&) = delete;
     Publisher& operator=(const Publisher&) = delete;
     ~Publisher();
@@ -61,7 +75,12 @@ class Publisher {
     bool clientReady() const;
 
   private:
-    void takeInstruction();
+    // Takes and answers an instruction if there is one. Returns whether there was.
+    bool takeInstruction();
+
+    // Sends the first part of a message. Returns false when that has become pointless.
+    bool sendTopic(const Topic& topic);
+
     bool subscribed(std::string_view topic) const;
 
     struct Sockets;

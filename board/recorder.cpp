@@ -182,7 +182,7 @@ class Replay {
   public:
     explicit Replay(const Options& options) : options_(options), reader_(options.replay) {
         requireUsableMessage(reader_, options.replay);
-        publisher_.emplace(options.interval);
+        publisher_.emplace(options.interval, slowClient(options));
     }
 
     void run() {

@@ -21,9 +21,10 @@ inline constexpr milliseconds publishInterval{250}; // every requested topic at 
 inline constexpr milliseconds publishMargin{10};    // and that much earlier, for a late wake-up
 inline constexpr milliseconds changeInterval{50};   // how often records are compared for changes
 inline constexpr milliseconds closePatience{500};   // for what has been published but not sent, at the end
-inline constexpr milliseconds instructionPatience{3000}; // for the reply to an instruction word
-inline constexpr milliseconds joinPause{20};             // from the last subscription to the next full round,
-                                                         // so that one round serves all of a client's topics
+inline constexpr milliseconds slowClientPatience{10'000}; // the same with a client that is waited for
+inline constexpr milliseconds instructionPatience{3000};  // for the reply to an instruction word
+inline constexpr milliseconds joinPause{20}; // from the last subscription to the next full round,
+                                             // so that one round serves all of a client's topics
 
 // Recording.
 inline constexpr milliseconds recordPoll{50};       // between looks at signals and the duration

@@ -1,0 +1,143 @@
+// The board's two sockets and clients that are slow, gone or wrong.
+#include "boardProcess.h"
+
+namespace {
+
+using namespace boardProcess;
+
+constexpr const char* instructionEndpoint = "ipc:///run/shm/zmq/uRO_MMR_MPEGFE-1";
+
+// A client that says anything over the instruction channel.
+class Speaker {
+  public:
+    explicit Speaker(zmq::socket_type type) : socket(context, type) {
+        socket.set(zmq::sockopt::rcvtimeo, static_cast<int>(patience.count()));
+        socket.set(zmq::sockopt::linger, 0);
+        socket.connect(instructionEndpoint);
+    }
+
+    void say(const Message& parts) {
+        for (std::size_t k = 0; k < parts.size(); ++k) {
+            socket.send(zmq::buffer(parts[k]),
+                        k + 1 < parts.size() ? zmq::send_flags::sndmore : zmq::send_flags::none);
+        }
+    }
+
+    // The reply to a request of these parts.
+    std::string ask(const Message& parts) {
+        say(parts);
+        zmq::message_t reply;
+        return socket.recv(reply) ? reply.to_string() : "no reply";
+    }
+
+  private:
+    zmq::context_t context;
+    zmq::socket_t socket;
+};
+
+// A client of all topics that can hold next to nothing and reads only when told to.
+class StallingClient {
+  public:
+    StallingClient() {
+        subscriber.set(zmq::sockopt::rcvhwm, 1);
+        subscriber.set(zmq::sockopt::rcvbuf, 4096);
+        subscriber.set(zmq::sockopt::linger, 0);
+        subscriber.set(zmq::sockopt::rcvtimeo, static_cast<int>(patience.count()));
+        subscriber.connect("tcp://127.0.0.1:5101");
+        subscriber.set(zmq::sockopt::subscribe, "");
+    }
+
+    // The running number of the next message; "nothing" when none comes in time.
+    std::string nextNumber() {
+        zmq::message_t topic;
+        zmq::message_t number;
+        zmq::message_t record;
+        if (!subscriber.recv(topic) || !subscriber.recv(number) || !subscriber.recv(record)) {
+            return "nothing";
+        }
+        return number.to_string();
+    }
+
+  private:
+    zmq::context_t context;
+    zmq::socket_t subscriber{context, ZMQ_SUB};
+};
+
+const std::string allTopics{static_cast<char>(allTopicBits & 0xFF), static_cast<char>(allTopicBits >> 8)};
+
+TEST_F(BoardProcess, UnderstandsTheNextWordAfterOneThatIsNone) {
+    start({sample});
+    Speaker client(zmq::socket_type::req);
+    const std::string word{patBit, 0};
+    EXPECT_EQ(client.ask({word, word, "more"}).size(), 2U);
+    EXPECT_EQ(client.ask({""}).size(), 2U);
+    EXPECT_EQ(client.ask({"", word}).size(), 2U);
+    EXPECT_EQ(client.ask({word + "x"}).size(), 2U);
+    EXPECT_EQ(client.ask({word}), word);
+    const std::string said = stop();
+    const auto refusal = [](const std::string& got) {
+        return "mpegfe-board: cannot use an instruction: expected 2 bytes, got " + got +
+               "; the topics stay as they were\n";
+    };
+    EXPECT_NE(said.find(refusal("3 parts") + refusal("0") + refusal("2 parts") + refusal("3") +
+                        "mpegfe-board: publishing MPEG-STRUCT-PAT\n"),
+              std::string::npos)
+        << said;
+}
+
+TEST_F(BoardProcess, PublishesOnAfterARequestWithoutAnEnvelope) {
+    start({"--fast", "--interval", "10", sample});
+    Client client;
+    client.subscribe(allTopicBits);
+    client.instruct(allTopicBits);
+    Speaker stranger(zmq::socket_type::dealer);
+    stranger.say({"no envelope"});
+    stranger.say({"none", "either"});
+    for (int k = 0; k < 1000; ++k) { // by far more than are under way when the requests come
+        ASSERT_EQ(client.next().size(), 3U) << k;
+    }
+    EXPECT_EQ(client.instruct(patBit), patBit);
+    EXPECT_NE(stop().find("exit code 0"), std::string::npos);
+}
+
+TEST_F(BoardProcess, LosesNoMessageForASlowClientWithTheStreamsClockOnly) {
+    start({"--deterministic", "--fast", "--interval", "10", sample});
+    StallingClient client;
+    Speaker(zmq::socket_type::req).ask({allTopics});
+    for (int k = 0; k < 5000; ++k) {
+        ASSERT_EQ(client.nextNumber(), std::to_string(k));
+    }
+    EXPECT_NE(stop().find("exit code 0"), std::string::npos);
+}
+
+TEST_F(BoardProcess, StopsThoughTheClientThatItWaitsForStalls) {
+    start({"--deterministic", "--fast", "--interval", "10", sample});
+    const StallingClient client;
+    Speaker speaker(zmq::socket_type::req);
+    for (int k = 0; k < 3; ++k) { // the client that stalls may still instruct
+        EXPECT_EQ(speaker.ask({allTopics}), allTopics);
+        ASSERT_TRUE(awaitConsole("playing "));
+        while (!board->sleeps()) {
+        }
+    }
+    EXPECT_NE(stop().find("exit code 0"), std::string::npos);
+}
+
+TEST_F(BoardProcess, GoesOnWhenTheClientThatItWaitsForLeaves) {
+    start({"--deterministic", "--fast", "--interval", "10", sample});
+    {
+        const StallingClient client;
+        Speaker(zmq::socket_type::req).ask({allTopics});
+        ASSERT_TRUE(awaitConsole("playing "));
+        while (!board->sleeps()) {
+        }
+    }
+    Client other;
+    other.subscribe(allTopicBits);
+    for (int k = 0; k < 100; ++k) {
+        ASSERT_EQ(other.next().size(), 3U) << k;
+    }
+    EXPECT_NE(stop().find("exit code 0"), std::string::npos);
+}
+
+} // namespace
