@@ -1,5 +1,7 @@
 #include "rateMeter.h"
 
+#include <algorithm>
+
 namespace board {
 
 namespace {
@@ -65,8 +67,9 @@ bool RateMeter::hasRoomForAnotherStep() const {
 void RateMeter::measure() {
     const Ticks start = steps_.front().start;
     const double seconds = static_cast<double>(lastReading_ - start) / static_cast<double>(ticksPerSecond);
-    std::vector<std::uint64_t> packets(steps_.back().packets.size());
-    for (const Step& step : steps_) {
+    std::vector<std::uint64_t> packets;
+    for (const Step& step : steps_) { // the newest knows most PIDs, except when it has only just begun
+        packets.resize(std::max(packets.size(), step.packets.size()));
         for (std::size_t k = 0; k < step.packets.size(); ++k) {
             packets[k] += step.packets[k];
         }

@@ -51,6 +51,16 @@ TEST(RateMeter, DividesByTheTimeThatTheWindowReallySpans) {
     EXPECT_FLOAT_EQ(meter.rate(1), 10 * bitsPerPacket / 0.75F);
 }
 
+TEST(RateMeter, TakesWhatThereIsWhenTheStreamEndsAsAStepBegins) {
+    RateMeter meter(ticksPerSecond);
+    meter.reading(0, 0);
+    count(meter, 63, 100);
+    EXPECT_FALSE(meter.reading(ticksPerSecond / 5, 100));
+    meter.finish();
+    EXPECT_FLOAT_EQ(meter.rate(63), 100 * bitsPerPacket / 0.2F);
+    EXPECT_EQ(meter.window().endPacket, 100U);
+}
+
 TEST(RateMeter, MovesItsWindowATenthOfThePeriodAtATime) {
     constexpr Ticks tenth = ticksPerSecond / 10;
     RateMeter meter(ticksPerSecond);
