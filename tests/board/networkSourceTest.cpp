@@ -108,7 +108,8 @@ TEST_F(BoardProcess, ServesOneSrtSenderAfterTheOther) {
     ASSERT_TRUE(awaitConsole("no packets for 2000 ms")) << console;
     const SrtSender second("srt://127.0.0.1:5605?mode=caller");
     EXPECT_TRUE(awaitConsole("a new stream begins")) << console;
-    EXPECT_NE(stop().find("exit code 0"), std::string::npos);
+    const std::string said = stop();
+    EXPECT_NE(said.find("exit code 0"), std::string::npos) << said;
 }
 
 TEST_F(BoardProcess, ServesAnSrtSenderThatCallsAgainAfterOneThatVanished) {
@@ -122,7 +123,8 @@ TEST_F(BoardProcess, ServesAnSrtSenderThatCallsAgainAfterOneThatVanished) {
     SrtSender("srt://127.0.0.1:5607?mode=caller").awaitEnd(); // hung up on with the one that vanished
     const SrtSender second("srt://127.0.0.1:5607?mode=caller");
     EXPECT_TRUE(awaitConsole("a new stream begins")) << console;
-    EXPECT_NE(stop().find("exit code 0"), std::string::npos);
+    const std::string said = stop();
+    EXPECT_NE(said.find("exit code 0"), std::string::npos) << said;
 }
 
 TEST_F(BoardProcess, CallsItsSrtListenerAgainWhenThatHasGone) {
@@ -135,7 +137,8 @@ TEST_F(BoardProcess, CallsItsSrtListenerAgainWhenThatHasGone) {
     ASSERT_TRUE(awaitConsole("no packets for 2000 ms")) << console;
     const SrtSender second("srt://127.0.0.1:5606?mode=listener");
     EXPECT_TRUE(awaitConsole("a new stream begins")) << console;
-    EXPECT_NE(stop().find("exit code 0"), std::string::npos);
+    const std::string said = stop();
+    EXPECT_NE(said.find("exit code 0"), std::string::npos) << said;
 }
 
 TEST_F(BoardProcess, TakesPacketsAfterSilenceForANewStream) {
@@ -148,7 +151,8 @@ TEST_F(BoardProcess, TakesPacketsAfterSilenceForANewStream) {
     ASSERT_TRUE(awaitConsole("no packets for 2000 ms"));
     sendDatagrams(network, someOfTheSample());
     EXPECT_TRUE(awaitConsole("a new stream begins"));
-    EXPECT_NE(stop().find("exit code 0"), std::string::npos);
+    const std::string said = stop();
+    EXPECT_NE(said.find("exit code 0"), std::string::npos) << said;
 }
 
 } // namespace
