@@ -452,7 +452,7 @@ void Analyser::finish() {
         }
     }
     clock_.sourceEnded();
-    rates_.finish();
+    rates_.finish(clock_.now(), packets_);
     lastJudgement_.reset();
     judgeScrambling();
 }

@@ -17,14 +17,7 @@ bool RateMeter::reading(Ticks now, std::uint64_t packetNumber) {
         begin(now, packetNumber);
         return false;
     }
-    std::vector<std::uint64_t>& packets = steps_.back().packets;
-    packets.resize(sinceReading_.size());
-    for (std::size_t k = 0; k < packets.size(); ++k) {
-        packets[k] += sinceReading_[k];
-    }
-    sinceReading_.assign(sinceReading_.size(), 0);
-    lastReading_ = now;
-    lastPacket_ = packetNumber;
+    takeUpTo(now, packetNumber);
     if (period_ == 0 || now - steps_.back().start < period_ / stepsPerPeriod) {
         return false;
     }
@@ -36,10 +29,31 @@ bool RateMeter::reading(Ticks now, std::uint64_t packetNumber) {
     return measured_;
 }
 
-void RateMeter::finish() {
-    if (!measured_ && !steps_.empty() && lastReading_ > steps_.front().start) {
+void RateMeter::finish(Ticks now, std::uint64_t packetNumber) {
+    if (measured_) {
+        return;
+    }
+    if (steps_.empty()) {
+        begin(0, 0);
+    }
+    if (lastReading_ == steps_.front().start) {
+        takeUpTo(now, packetNumber);
+    }
+    if (lastReading_ > steps_.front().start) {
         measure();
     }
+}
+
+// Adds what has been counted since the last reading to the current step.
+void RateMeter::takeUpTo(Ticks now, std::uint64_t packetNumber) {
+    std::vector<std::uint64_t>& packets = steps_.back().packets;
+    packets.resize(sinceReading_.size());
+    for (std::size_t k = 0; k < packets.size(); ++k) {
+        packets[k] += sinceReading_[k];
+    }
+    sinceReading_.assign(sinceReading_.size(), 0);
+    lastReading_ = now;
+    lastPacket_ = packetNumber;
 }
 
 void RateMeter::begin(Ticks now, std::uint64_t packetNumber) {

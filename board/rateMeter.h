@@ -38,8 +38,9 @@ class RateMeter {
     // has moved, so that the rates are new.
     bool reading(Ticks now, std::uint64_t packetNumber);
 
-    // Takes what there is up to the last reading, when no window has been full before.
-    void finish();
+    // Takes what there is up to the last reading when no window has been full before. Without two readings,
+    // that is everything up to now, at which the clock is set at the end, and the packet of this number.
+    void finish(Ticks now, std::uint64_t packetNumber);
 
     // Rate in bit/s of the PID at this position; 0 before the first window is full.
     float rate(std::size_t position) const {
@@ -60,6 +61,7 @@ class RateMeter {
         std::vector<std::uint64_t> packets;
     };
 
+    void takeUpTo(Ticks now, std::uint64_t packetNumber);
     void begin(Ticks now, std::uint64_t packetNumber);
     void dropOldSteps();
     Ticks longestWindow() const;

@@ -3,6 +3,7 @@
 #include "boardError.h"
 #include "publisher.h"
 #include "recording.h"
+#include "release.h"
 #include "replayedRecords.h"
 #include "stop.h"
 
@@ -23,12 +24,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-template <auto release>
-struct Release {
-    void operator()(void* object) const {
-        release(object);
-    }
-};
 using Context = std::unique_ptr<void, Release<zmq_ctx_term>>;
 using Socket = std::unique_ptr<void, Release<zmq_close>>;
 

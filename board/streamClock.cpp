@@ -53,6 +53,8 @@ void StreamClock::rest(Ticks elapsed) {
 void StreamClock::sourceEnded() {
     if (!timed()) {
         chooseBase();
+        now_ += static_cast<double>(packets_) * ticksPerPacket_;
+        anchorTime_ = now_;
     }
 }
 

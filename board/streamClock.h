@@ -25,7 +25,8 @@ class StreamClock {
     // Time has passed without a packet.
     void rest(Ticks elapsed);
 
-    // The source has ended: a stream without any PCR so far is timed by what it has.
+    // The source has ended: a stream that has shown no time so far has taken the assumed one from its
+    // beginning.
     void sourceEnded();
 
     // Ticks since the first reference; between references by estimation.

@@ -56,7 +56,7 @@ TEST(RateMeter, TakesWhatThereIsWhenTheStreamEndsAsAStepBegins) {
     meter.reading(0, 0);
     count(meter, 63, 100);
     EXPECT_FALSE(meter.reading(ticksPerSecond / 5, 100));
-    meter.finish();
+    meter.finish(ticksPerSecond / 5, 100);
     EXPECT_FLOAT_EQ(meter.rate(63), 100 * bitsPerPacket / 0.2F);
     EXPECT_EQ(meter.window().endPacket, 100U);
 }
@@ -121,7 +121,7 @@ TEST(RateMeter, MeasuresTheWholeStreamAsOnePeriodUpToItsLastReading) {
     meter.reading(ticksPerSecond / 4, 50);
     count(meter, 0, 50); // after the last reading, in no known time
     EXPECT_FALSE(meter.measured());
-    meter.finish();
+    meter.finish(ticksPerSecond / 3, 100);
     EXPECT_TRUE(meter.measured());
     EXPECT_FLOAT_EQ(meter.rate(0), 200 * bitsPerPacket);
 }
@@ -129,10 +129,20 @@ TEST(RateMeter, MeasuresTheWholeStreamAsOnePeriodUpToItsLastReading) {
 TEST(RateMeter, KnowsNoRateOfAStreamWithoutTime) {
     RateMeter meter(0);
     count(meter, 0, 50);
-    meter.finish();
+    meter.finish(0, 50);
     EXPECT_FALSE(meter.measured());
     EXPECT_EQ(meter.rate(0), 0.0F);
     EXPECT_EQ(meter.rate(77), 0.0F);
+}
+
+TEST(RateMeter, TakesAStreamWithoutReadingsForAsLongAsTheClockSaysAtTheEnd) {
+    RateMeter meter(ticksPerSecond);
+    count(meter, 0, 50);
+    meter.finish(ticksPerSecond / 2, 50);
+    EXPECT_FLOAT_EQ(meter.rate(0), 100 * bitsPerPacket);
+    EXPECT_EQ(meter.window().firstPacket, 0U);
+    EXPECT_EQ(meter.window().endPacket, 50U);
+    EXPECT_EQ(meter.window().elapsed, ticksPerSecond / 2);
 }
 
 } // namespace

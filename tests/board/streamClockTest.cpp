@@ -166,7 +166,7 @@ TEST(StreamClock, RunsAtAnAssumedRateWhereThereIsNoTimeAtAll) {
     for (int k = 0; k < 1000; ++k) {
         clock.packet(pid, std::nullopt, std::nullopt);
     }
-    EXPECT_NEAR(static_cast<double>(clock.now()), 1000 * 188 * 8 / board::tunables::assumedBitRate * 27e6,
+    EXPECT_NEAR(static_cast<double>(clock.now()), 1001 * 188 * 8 / board::tunables::assumedBitRate * 27e6,
                 1.0);
 }
 
