@@ -266,15 +266,16 @@ void Analyser::takeSdt(std::uint16_t /*pid*/, const SectionHeader& header,
     if (!table) {
         return;
     }
-    sdt_.put(header, std::move(table->services));
-    table->services = sdt_.rows();
-    model_.services = std::move(table);
+    if (sdt_.put(header, std::move(table->services))) {
+        table->services = sdt_.rows();
+        model_.services = std::move(table);
+    }
 }
 
 void Analyser::takeCat(std::uint16_t /*pid*/, const SectionHeader& header,
                        std::span<const std::uint8_t> bytes) {
-    if (auto systems = readCat(bytes)) {
-        cat_.put(header, std::move(*systems));
+    auto systems = readCat(bytes);
+    if (systems && cat_.put(header, std::move(*systems))) {
         model_.caSystems = cat_.rows();
     }
 }
@@ -283,8 +284,8 @@ void Analyser::takeNit(std::uint16_t pid, const SectionHeader& header, std::span
     if (pid != networkPid()) {
         return;
     }
-    if (auto nit = readNit(pid, bytes)) {
-        nit_.put(header, {std::move(nit->part)});
+    auto nit = readNit(pid, bytes);
+    if (nit && nit_.put(header, {std::move(nit->part)})) {
         model_.network = NetworkTable{nit->networkId, nit_.rows()};
     }
 }
@@ -298,11 +299,14 @@ void Analyser::takeEit(std::uint16_t /*pid*/, const SectionHeader& header,
         return;
     }
     auto eit = readEit(bytes);
-    if (!eit || keptEvents_ + eit->events.size() > tunables::keptEvents) {
+    if (!eit) {
         return;
     }
     auto& table = eit_[std::uint32_t{service} << 8 | header.tableId];
-    table.put(header, std::move(eit->events));
+    if (keptEvents_ - table.size(header.number) + eit->events.size() > tunables::keptEvents) {
+        return;
+    }
+    table.put(header, eit->segmentLast, std::move(eit->events));
     EventTable& events = model_.events[service];
     events.transportStreamId = eit->transportStreamId;
     events.originalNetworkId = eit->originalNetworkId;

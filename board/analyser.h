@@ -124,7 +124,7 @@ class Analyser {
     SectionedTable<CaSystem> cat_;
     SectionedTable<Service> sdt_;
     SectionedTable<NetworkPart> nit_;
-    std::map<std::uint32_t, SectionedTable<Event>> eit_;             // by service_id and table_id
+    std::map<std::uint32_t, SegmentedTable<Event>> eit_;             // by service_id and table_id
     std::size_t keptEvents_ = 0;                                     // of all services
     std::unordered_map<std::uint64_t, std::uint32_t> knownSections_; // CRC by PID, table, extension, number
 };

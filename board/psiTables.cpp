@@ -59,6 +59,12 @@ StreamHints hintsOf(const GPtrArray* descriptors) {
     return hints;
 }
 
+// biTStream's own check refuses a CAT of several sections, which ISO/IEC 13818-1, 2.4.4.6 allows.
+bool isCat(const std::uint8_t* section) {
+    return psi_get_syntax(section) && psi_get_tableid(section) == CAT_TABLE_ID &&
+           descl_validate(cat_get_descl_const(section), cat_get_desclength(section));
+}
+
 } // namespace
 
 void initialiseLibraries(bool withPlugins) {
@@ -113,7 +119,7 @@ std::optional<std::vector<Program>> readPat(std::span<const std::uint8_t> sectio
 
 std::optional<std::vector<CaSystem>> readCat(std::span<const std::uint8_t> section) {
     const gst::Section decoded =
-        cat_validate(section.data()) ? gst::decode(catPid, section, GST_MPEGTS_SECTION_CAT) : nullptr;
+        isCat(section.data()) ? gst::decode(catPid, section, GST_MPEGTS_SECTION_CAT) : nullptr;
     if (!decoded) {
         return std::nullopt;
     }

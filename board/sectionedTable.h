@@ -1,4 +1,4 @@
-// A table that comes in several sections.
+// Tables that come in several sections.
 #pragma once
 
 #include "psiTables.h"
@@ -10,17 +10,23 @@
 
 namespace board {
 
+// A table that says something as a whole only. Until the first whole one has come, what there is is better
+// than nothing; from then on the sections of a new version are collected until none is missing.
 template <class Row>
 class SectionedTable {
   public:
-    // Takes one section's rows. A new version, or another extension, starts the table anew.
-    void put(const SectionHeader& header, std::vector<Row> rows) {
+    // Takes one section's rows. A new version, or another extension, starts the table anew. Returns whether
+    // rows() is now what to show.
+    bool put(const SectionHeader& header, std::vector<Row> rows) {
         if (!header_ || header_->version != header.version || header_->extension != header.extension ||
             header_->last != header.last) {
             sections_.clear();
         }
         header_ = header;
         sections_[header.number] = std::move(rows);
+        const bool shown = complete() || !everComplete_;
+        everComplete_ = everComplete_ || complete();
+        return shown;
     }
 
     // Whether every section from 0 to the last has come.
@@ -40,6 +46,52 @@ class SectionedTable {
   private:
     std::optional<SectionHeader> header_;
     std::map<std::uint8_t, std::vector<Row>> sections_;
+    bool everComplete_ = false;
+};
+
+// A table whose sections speak for themselves, and whose numbers may have gaps between segments of eight, so
+// that nothing tells when it is whole (ETSI EN 300 468, 5.2.4). A section stays until its number comes again,
+// or until a newer one says that it is no longer there.
+template <class Row>
+class SegmentedTable {
+  public:
+    // Takes one section's rows. segmentLast is the segment_last_section_number beside them.
+    void put(const SectionHeader& header, std::uint8_t segmentLast, std::vector<Row> rows) {
+        std::erase_if(sections_, [&](const auto& entry) {
+            const auto& [number, section] = entry;
+            return section.version != header.version &&
+                   (number > header.last || (sameSegment(number, header.number) && number > segmentLast));
+        });
+        sections_[header.number] = {header.version, std::move(rows)};
+    }
+
+    // How many rows a section of this number has.
+    std::size_t size(std::uint8_t number) const {
+        const auto found = sections_.find(number);
+        return found == sections_.end() ? 0 : found->second.rows.size();
+    }
+
+    // All rows, in the order of the sections.
+    std::vector<Row> rows() const {
+        std::vector<Row> all;
+        for (const auto& [number, section] : sections_) {
+            all.insert(all.end(), section.rows.begin(), section.rows.end());
+        }
+        return all;
+    }
+
+  private:
+    struct Section {
+        std::uint8_t version = 0;
+        std::vector<Row> rows;
+    };
+
+    static bool sameSegment(std::uint8_t one, std::uint8_t other) {
+        constexpr int sectionsPerSegment = 8;
+        return one / sectionsPerSegment == other / sectionsPerSegment;
+    }
+
+    std::map<std::uint8_t, Section> sections_;
 };
 
 } // namespace board

@@ -125,7 +125,8 @@ std::optional<EitSection> readEit(std::span<const std::uint8_t> section) {
     if (eit == nullptr || !eit->actual_stream) {
         return std::nullopt;
     }
-    EitSection result{eit->transport_stream_id, eit->original_network_id, {}};
+    EitSection result{
+        eit->transport_stream_id, eit->original_network_id, eit->segment_last_section_number, {}};
     for (const GstMpegtsEITEvent* event : gst::items<GstMpegtsEITEvent>(eit->events)) {
         result.events.push_back(eventOf(*event));
     }

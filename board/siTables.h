@@ -21,6 +21,7 @@ std::optional<NitSection> readNit(std::uint16_t pid, std::span<const std::uint8_
 struct EitSection {
     std::uint16_t transportStreamId;
     std::uint16_t originalNetworkId;
+    std::uint8_t segmentLast; // segment_last_section_number
     std::vector<Event> events;
 };
 std::optional<EitSection> readEit(std::span<const std::uint8_t> section);

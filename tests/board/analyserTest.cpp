@@ -57,6 +57,27 @@ class Analyser : public testing::Test {
         return text.str();
     }
 
+    std::string serviceNames() const {
+        std::string text;
+        for (const board::Service& service : model().services->services) {
+            text += service.name + " ";
+        }
+        return text;
+    }
+
+    // The events of service 5, by table: "0x50: 11 12; ".
+    std::string eventIds() const {
+        std::ostringstream text;
+        for (const auto& [table, events] : model().events.at(5).events) {
+            text << "0x" << std::hex << int{table} << std::dec << ':';
+            for (const board::Event& event : events) {
+                text << ' ' << event.id;
+            }
+            text << "; ";
+        }
+        return text.str();
+    }
+
     std::vector<std::uint16_t> pids() const {
         std::vector<std::uint16_t> list;
         for (const board::PidState& state : model().pids) {
@@ -325,6 +346,64 @@ TEST_F(Analyser, ForgetsTheFormatOfAStreamThatLeavesItsMap) {
     EXPECT_FALSE(model().audioFormats.contains(audioPid)) << "another coding on the PID";
 }
 
+TEST_F(Analyser, KeepsAnSdtUntilItsNewVersionIsWhole) {
+    const auto part = [](std::uint16_t service, const std::string& name, Version version) {
+        return sdt(77, 9, {{service, false, serviceDescriptor(1, "", name)}}, version);
+    };
+    Packets packets; // its counters go on through the test
+    const auto playSdt = [&](const Bytes& section) {
+        const std::size_t before = packets.bytes().size();
+        packets.section(17, section);
+        for (std::size_t at = before; at < packets.bytes().size(); at += board::tsPacketSize) {
+            analyser.packet(packets.bytes().data() + at);
+        }
+    };
+    playSdt(part(1, "One", {0, 0, 1}));
+    EXPECT_EQ(serviceNames(), "One ") << "what there is, before the first whole table";
+    playSdt(part(2, "Two", {0, 1, 1}));
+    EXPECT_EQ(serviceNames(), "One Two ");
+    playSdt(part(1, "Uno", {1, 0, 1}));
+    EXPECT_EQ(serviceNames(), "One Two ");
+    playSdt(part(2, "Due", {1, 1, 1}));
+    EXPECT_EQ(serviceNames(), "Uno Due ");
+}
+
+TEST_F(Analyser, KeepsCatAndNitUntilTheirNewVersionsAreWhole) {
+    Packets packets = oneProgram();
+    for (std::uint8_t part = 0; part < 2; ++part) {
+        packets.section(1, cat(caDescriptor(0x500, 0x300), {0, part, 1}));
+        packets.section(16, nit(0x3001, networkNameDescriptor("Netz"), {{77, 9, {}}}, {0, part, 1}));
+    }
+    packets.section(1, cat(caDescriptor(0x600, 0x301), {1, 0, 1}));
+    packets.section(16, nit(0x3002, networkNameDescriptor("Net"), {{77, 9, {}}}, {1, 0, 1}));
+    play(packets);
+    ASSERT_TRUE(model().caSystems);
+    ASSERT_TRUE(model().network);
+    ASSERT_EQ(model().caSystems->size(), 2U);
+    EXPECT_EQ(model().caSystems->at(0).systemId, 0x500);
+    EXPECT_EQ(model().network->networkId, 0x3001);
+    EXPECT_EQ(model().network->parts.size(), 2U);
+}
+
+TEST_F(Analyser, ReplacesAScheduleSectionBySection) {
+    const auto part = [](std::uint16_t event, Version version) {
+        return eit(0x50, 5, 77, 9, {{event, 60000, 3600, 1800, {}}}, version);
+    };
+    Packets packets = oneProgram();
+    packets.section(18, part(10, {0, 0, 16, 2})); // three sections of the first segment,
+    packets.section(18, part(11, {0, 1, 16, 2}));
+    packets.section(18, part(12, {0, 2, 16, 2}));
+    packets.section(18, part(18, {0, 8, 16, 8})); // one of the second, one of the third
+    packets.section(18, part(19, {0, 16, 16, 16}));
+    play(packets);
+    EXPECT_EQ(eventIds(), "0x50: 10 11 12 18 19; ");
+    Packets later;
+    later.filler(18, 5); // keeps the counter in step
+    later.section(18, part(20, {1, 0, 8, 1}));
+    play(later);
+    EXPECT_EQ(eventIds(), "0x50: 20 11 18; ") << "without what is beyond the segment's end and the table's";
+}
+
 TEST_F(Analyser, KeepsNoMoreEventsThanItHasRoomFor) {
     const std::vector<EitRow> rows(300, EitRow{1, 60000, 0, 60, {}});
     play(oneProgram());
@@ -338,6 +417,22 @@ TEST_F(Analyser, KeepsNoMoreEventsThanItHasRoomFor) {
     const std::size_t kept = model().events.at(5).events.at(0x50).size();
     EXPECT_LE(kept, board::tunables::keptEvents);
     EXPECT_GT(kept + rows.size(), board::tunables::keptEvents);
+}
+
+TEST_F(Analyser, ReplacesEventsThoughThereIsNoRoomForMore) {
+    const std::vector<EitRow> rows(128, EitRow{1, 60000, 0, 60, {}});
+    ASSERT_EQ(rows.size() * 256, board::tunables::keptEvents);
+    Packets packets = oneProgram();
+    for (int number = 0; number < 256; ++number) {
+        packets.section(18, eit(0x50, 5, 77, 9, rows, {0, static_cast<std::uint8_t>(number), 255}));
+    }
+    packets.section(18, eit(0x50, 5, 77, 9, {{2, 60000, 0, 60, {}}}, {1, 0, 255}));
+    packets.section(18, eit(0x50, 5, 77, 9, {{3, 60000, 0, 60, {}}}, {1, 255, 255}));
+    play(packets);
+    const std::vector<board::Event>& kept = model().events.at(5).events.at(0x50);
+    EXPECT_EQ(kept.front().id, 2);
+    EXPECT_EQ(kept.back().id, 3);
+    EXPECT_EQ(kept.size(), 254 * rows.size() + 2);
 }
 
 } // namespace

@@ -103,8 +103,8 @@ Bytes pat(std::uint16_t transportStreamId, const std::vector<PatRow>& rows, Vers
     return longSection(0x00, transportStreamId, version, body);
 }
 
-Bytes cat(const Bytes& descriptors) {
-    return longSection(0x01, 0xFFFF, {}, descriptors);
+Bytes cat(const Bytes& descriptors, Version version) {
+    return longSection(0x01, 0xFFFF, version, descriptors);
 }
 
 Bytes pmt(std::uint16_t program, std::uint16_t pcrPid, const Bytes& descriptors,
@@ -131,19 +131,21 @@ Bytes sdt(std::uint16_t transportStreamId, std::uint16_t originalNetworkId, cons
     return longSection(0x42, transportStreamId, version, body);
 }
 
-Bytes nit(std::uint16_t networkId, const Bytes& descriptors, const std::vector<NitRow>& rows) {
+Bytes nit(std::uint16_t networkId, const Bytes& descriptors, const std::vector<NitRow>& rows,
+          Version version) {
     Bytes streams;
     for (const NitRow& row : rows) {
         streams = joined({streams, number(row.transportStreamId, 2), number(row.originalNetworkId, 2),
                           loop(row.descriptors)});
     }
-    return longSection(0x40, networkId, {}, joined({loop(descriptors), loop(streams)}));
+    return longSection(0x40, networkId, version, joined({loop(descriptors), loop(streams)}));
 }
 
 Bytes eit(std::uint8_t tableId, std::uint16_t serviceId, std::uint16_t transportStreamId,
           std::uint16_t originalNetworkId, const std::vector<EitRow>& rows, Version version) {
-    Bytes body =
-        joined({number(transportStreamId, 2), number(originalNetworkId, 2), {version.last, tableId}});
+    Bytes body = joined({number(transportStreamId, 2),
+                         number(originalNetworkId, 2),
+                         {std::min(version.last, version.segmentLast), tableId}});
     for (const EitRow& row : rows) {
         body = joined({body, number(row.eventId, 2), number(row.date, 2), clock(row.startSeconds),
                        clock(row.duration), number(row.descriptors.size(), 2), row.descriptors});

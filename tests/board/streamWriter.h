@@ -33,6 +33,7 @@ struct Version {
     std::uint8_t version = 0;
     std::uint8_t number = 0;
     std::uint8_t last = 0;
+    std::uint8_t segmentLast = 255; // of an EIT; nothing beyond the table's last
 };
 struct PatRow {
     std::uint16_t program;
@@ -61,12 +62,13 @@ struct EitRow {
     Bytes descriptors;
 };
 Bytes pat(std::uint16_t transportStreamId, const std::vector<PatRow>& rows, Version version = {});
-Bytes cat(const Bytes& descriptors);
+Bytes cat(const Bytes& descriptors, Version version = {});
 Bytes pmt(std::uint16_t program, std::uint16_t pcrPid, const Bytes& descriptors,
           const std::vector<PmtRow>& rows, Version version = {});
 Bytes sdt(std::uint16_t transportStreamId, std::uint16_t originalNetworkId, const std::vector<SdtRow>& rows,
           Version version = {});
-Bytes nit(std::uint16_t networkId, const Bytes& descriptors, const std::vector<NitRow>& rows);
+Bytes nit(std::uint16_t networkId, const Bytes& descriptors, const std::vector<NitRow>& rows,
+          Version version = {});
 Bytes eit(std::uint8_t tableId, std::uint16_t serviceId, std::uint16_t transportStreamId,
           std::uint16_t originalNetworkId, const std::vector<EitRow>& rows, Version version = {});
 Bytes tdt(std::uint16_t date, int seconds);
