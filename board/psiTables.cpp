@@ -15,13 +15,13 @@ namespace board {
 
 namespace {
 
-// The PIDs of all CA descriptors, each once.
+// The PIDs of all CA descriptors, each once. One of 8191 names none.
 void collectEcmPids(const GPtrArray* descriptors, std::vector<std::uint16_t>& pids) {
     for (GstMpegtsDescriptor* descriptor : gst::descriptors(descriptors)) {
         guint16 systemId = 0;
         guint16 pid = 0;
         if (descriptor->tag == GST_MTS_DESC_CA &&
-            gst_mpegts_descriptor_parse_ca(descriptor, &systemId, &pid, nullptr, nullptr) &&
+            gst_mpegts_descriptor_parse_ca(descriptor, &systemId, &pid, nullptr, nullptr) && pid < nullPid &&
             std::find(pids.begin(), pids.end(), pid) == pids.end()) {
             pids.push_back(pid);
         }
@@ -152,6 +152,9 @@ std::optional<PmtSection> readPmt(std::uint16_t pid, std::span<const std::uint8_
     collectEcmPids(pmt->descriptors, result.map.ecmPids);
     for (const GstMpegtsPMTStream* stream : gst::items<GstMpegtsPMTStream>(pmt->streams)) {
         collectEcmPids(stream->descriptors, result.map.ecmPids);
+        if (stream->pid >= nullPid) { // announced, but not on air
+            continue;
+        }
         const StreamClass kind = classifyStream(stream->stream_type, hintsOf(stream->descriptors));
         result.map.streams.push_back(
             {stream->pid, stream->stream_type, kind.kind, kind.audioCoding, languageOf(stream->descriptors)});

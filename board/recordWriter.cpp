@@ -13,10 +13,14 @@ namespace board {
 
 namespace {
 
-// What stands for "no PCR" in a PMT record: the 16 bits as they lie in a PMT, all ones. With the bare PID,
-// 8191, the null packets would be listed as the program's PCR.
-constexpr std::uint16_t noPcr = 0xFFFF;
+// What stands for "no PID" in a record: the 16 bits as they lie in a PMT or CAT, all ones. With the bare PID,
+// 8191, the null packets would be listed as the program's PCR, or as EMMs.
+constexpr std::uint16_t noPid = 0xFFFF;
 constexpr std::uint8_t notInPat = 255; // patIndex of a service that the PAT does not list
+
+std::uint16_t pidOrNone(std::uint16_t pid) {
+    return pid < nullPid ? pid : noPid;
+}
 
 // Documents carry texts between quotation marks as they stand. So what would end or break the text is
 // replaced.
@@ -156,13 +160,11 @@ void writePmt(const StreamModel& model, const Program& program, const Components
               PmtEntry& slot) {
     slot.pgmNum = program.number;
     slot.pmtPid = program.pmtPid;
-    slot.pcrPid = noPcr;
+    slot.pcrPid = noPid;
     if (!program.map) {
         return;
     }
-    if (program.map->pcrPid < nullPid) {
-        slot.pcrPid = program.map->pcrPid;
-    }
+    slot.pcrPid = pidOrNone(program.map->pcrPid);
     const std::size_t ecms = std::min<std::size_t>(program.map->ecmPids.size(), maxEcmPids);
     slot.ecmCount = static_cast<std::uint16_t>(ecms);
     std::copy_n(program.map->ecmPids.begin(), ecms, slot.ecmPids);
@@ -312,8 +314,8 @@ void writeCat(const StreamModel& model, CatRecord& cat, LimitReport& limits) {
     limits.check("CA systems", model.caSystems->size(), maxCaEntries);
     const std::size_t count = std::min<std::size_t>(model.caSystems->size(), maxCaEntries);
     cat.caCount = static_cast<std::uint16_t>(count);
-    for (std::size_t k = 0; k < count; ++k) {
-        cat.caEntries[k] = {(*model.caSystems)[k].systemId, (*model.caSystems)[k].emmPid};
+    for (std::size_t k = 0; k < count; ++k) { // a system without EMMs too: it is in use all the same
+        cat.caEntries[k] = {(*model.caSystems)[k].systemId, pidOrNone((*model.caSystems)[k].emmPid)};
     }
 }
 

@@ -53,7 +53,7 @@ struct Service {
 // One CA descriptor of the CAT.
 struct CaSystem {
     std::uint16_t systemId = 0;
-    std::uint16_t emmPid = 0;
+    std::uint16_t emmPid = 0; // 8191 where it has none
 };
 
 // A descriptor made readable.

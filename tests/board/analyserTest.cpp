@@ -108,6 +108,18 @@ TEST_F(Analyser, ReadsProgramsAndTheirMaps) {
               "5 256: pcr 257; ecm 496; ecm 497; 257/27/video/0/; 258/3/audio/3/deu; 259/6/data/0/;\n");
 }
 
+TEST_F(Analyser, TakesNeitherStreamsNorEcmsFromTheNullPackets) {
+    constexpr std::uint16_t none = 8191;
+    Packets packets;
+    packets.section(0, pat(77, {{5, pmtPid}}));
+    packets.section(pmtPid, pmt(5, videoPid, caDescriptor(0x500, none),
+                                {{0x1B, videoPid, caDescriptor(0x600, 0x1F1)},
+                                 {0x03, none, languageDescriptor("deu")},
+                                 {0x06, dataPid, caDescriptor(0x500, none)}}));
+    play(packets);
+    EXPECT_EQ(programs(), "5 256: pcr 257; ecm 497; 257/27/video/0/; 259/6/data/0/;\n");
+}
+
 TEST_F(Analyser, ListsPidsInOrderOfFirstAppearance) {
     Packets packets = oneProgram();
     packets.filler(8191);

@@ -12,7 +12,7 @@ using board::Program;
 using board::ProgramMap;
 using board::StreamKind;
 
-constexpr std::uint16_t noPcr = 0xFFFF;
+constexpr std::uint16_t noPid = 0xFFFF; // in a record
 
 class RecordWriter : public testing::Test {
   protected:
@@ -70,7 +70,7 @@ TEST_F(RecordWriter, PutsTheNetworkEntryFirstInAllLists) {
     EXPECT_EQ(records->pat.sectionPrograms[1].pgmNum, 7);
     EXPECT_EQ(records->pmt.slots[2].pgmNum, 8);
     EXPECT_EQ(records->avPgm.slots[2].pmtPid, 800);
-    EXPECT_EQ(records->pmt.slots[1].pcrPid, noPcr);
+    EXPECT_EQ(records->pmt.slots[1].pcrPid, noPid);
 }
 
 TEST_F(RecordWriter, ListsStreamsInTheSameOrderInBothProgramRecords) {
@@ -230,6 +230,15 @@ TEST_F(RecordWriter, WritesCatNitAndTdt) {
     EXPECT_STREQ(records->nit.descriptorEntries[2].descriptorText, "506 MHz");
     EXPECT_EQ(records->tdt.dateMjd, 60000);
     EXPECT_STREQ(records->tdt.timeOfDay, "23:59:59");
+}
+
+TEST_F(RecordWriter, ListsACaSystemWithoutEmms) {
+    model.caSystems = {{0x500, 8191}, {0x600, 0x300}};
+    write();
+    EXPECT_EQ(records->cat.caCount, 2);
+    EXPECT_EQ(records->cat.caEntries[0].caSystemId, 0x500);
+    EXPECT_EQ(records->cat.caEntries[0].caPid, noPid) << "which is no PID of the list, as 8191 may be";
+    EXPECT_EQ(records->cat.caEntries[1].caPid, 0x300);
 }
 
 TEST_F(RecordWriter, LeavesOutWhatDoesNotFitAndSaysSoOnce) {
