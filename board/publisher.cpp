@@ -31,6 +31,9 @@ constexpr std::array<TopicBits, 9> roundOrder{sdtBit, avPgmBit, catBit,      nit
 constexpr int sendQueue = 100;
 constexpr int waitingSendQueue = 1;
 
+// Bytes of what a client may send at once; no topic and no handshake is longer. Who sends more is cut off.
+constexpr std::int64_t longestClientMessage = 1024;
+
 void setInt(void* socket, int option, int value) {
     zmq_setsockopt(socket, option, &value, sizeof value);
 }
@@ -47,6 +50,16 @@ bool moreFollows(void* socket) {
 
 std::span<const std::uint8_t> bytesOf(const Topic& topic, const RecordSet& records) {
     return {reinterpret_cast<const std::uint8_t*>(&records) + topic.offset, topic.size};
+}
+
+// A subscription is to every topic that begins with it.
+bool selects(std::string_view subscription, std::string_view topic) {
+    return topic.starts_with(subscription);
+}
+
+bool selectsAny(std::string_view subscription) {
+    return std::ranges::any_of(
+        topics, [subscription](const Topic& topic) { return selects(subscription, topic.name); });
 }
 
 std::string namesOf(TopicBits bits) {
@@ -116,6 +129,7 @@ struct Publisher::Sockets {
         setInt(socket, ZMQ_LINGER, inMilliseconds(tunables::closePatience));
         if (type == ZMQ_XPUB) {
             setInt(socket, ZMQ_XPUB_MANUAL, 1); // a subscription counts when acceptClients says so
+            zmq_setsockopt(socket, ZMQ_MAXMSGSIZE, &longestClientMessage, sizeof longestClientMessage);
             const bool waits = slowClient == SlowClient::isWaitedFor;
             setInt(socket, ZMQ_SNDHWM, waits ? waitingSendQueue : sendQueue);
             setInt(socket, ZMQ_XPUB_NODROP, waits ? 1 : 0);
@@ -191,30 +205,47 @@ bool Publisher::takeInstruction() {
     return true;
 }
 
-// Subscriptions that arrived together count together, between two rounds.
+// Subscriptions that arrived together count together, between two rounds. With each message libzmq gives the
+// client that a subscription now is for. A client may also send what is no subscription. Behind such a
+// message libzmq gives the clients too early, each with a message before its own, until none waits: whoever
+// is given then gets every topic, because it may be any of those that subscribe, and a subscriber drops what
+// it did not ask for.
 void Publisher::acceptClients() {
-    std::array<char, 64> message{};
+    std::array<char, longestClientMessage> message{};
     subscriptionsWait_ = false;
     joinDue_.reset();
+    bool clientKnown = true;
     for (int length = 0;
-         (length = zmq_recv(sockets_->records, message.data(), message.size(), ZMQ_DONTWAIT)) > 0;) {
-        const std::string topic(message.data() + 1,
-                                std::min(static_cast<std::size_t>(length), message.size()) - 1);
-        const bool joins = message[0] == 1;
-        zmq_setsockopt(sockets_->records, joins ? ZMQ_SUBSCRIBE : ZMQ_UNSUBSCRIBE, topic.data(),
-                       topic.size());
-        int& count = subscriptions_[topic];
-        count = std::max(0, count + (joins ? 1 : -1));
-        if (count == 0) {
-            subscriptions_.erase(topic);
+         (length = zmq_recv(sockets_->records, message.data(), message.size(), ZMQ_DONTWAIT)) >= 0;) {
+        const std::string_view text(message.data(),
+                                    std::min(static_cast<std::size_t>(length), message.size()));
+        const bool joins = text.starts_with('\1');
+        const bool leaves = text.starts_with('\0');
+        clientKnown = clientKnown && (joins || leaves);
+        if (!clientKnown) {
+            zmq_setsockopt(sockets_->records, ZMQ_SUBSCRIBE, "", 0);
+        }
+        if ((joins || leaves) && selectsAny(text.substr(1))) {
+            countSubscription(text.substr(1), joins);
+            if (clientKnown) {
+                zmq_setsockopt(sockets_->records, joins ? ZMQ_SUBSCRIBE : ZMQ_UNSUBSCRIBE, text.data() + 1,
+                               text.size() - 1);
+            }
         }
     }
 }
 
-// A subscription is to every topic that begins with it.
+void Publisher::countSubscription(std::string_view topic, bool joins) {
+    int& count = subscriptions_[std::string(topic)];
+    count = std::max(0, count + (joins ? 1 : -1));
+    if (count == 0) {
+        subscriptions_.erase(std::string(topic));
+    }
+}
+
 bool Publisher::subscribed(std::string_view topic) const {
     return std::ranges::any_of(subscriptions_,
-                               [topic](const auto& entry) { return topic.starts_with(entry.first); });
+                               [topic](const auto& entry) { return selects(entry.first, topic); });
 }
 
 bool Publisher::clientReady() const {

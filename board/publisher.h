@@ -81,6 +81,7 @@ class Publisher {
     // Sends the first part of a message. Returns false when that has become pointless.
     bool sendTopic(const Topic& topic);
 
+    void countSubscription(std::string_view topic, bool joins);
     bool subscribed(std::string_view topic) const;
 
     struct Sockets;
@@ -89,7 +90,7 @@ class Publisher {
     TopicBits requested_ = 0;
     std::uint32_t sequence_ = 0;
     std::unique_ptr<RecordSet> published_;     // as last sent
-    std::map<std::string, int> subscriptions_; // subscribers by topic
+    std::map<std::string, int> subscriptions_; // how many there are of each that selects a topic
     std::optional<Instant> joinDue_;           // a client has joined and gets its round then
     Instant nextRound_{0};
     Instant nextComparison_{0};

@@ -1,5 +1,8 @@
 // The board's two sockets and clients that are slow, gone or wrong.
+#include "publisher.h"
 #include "boardProcess.h"
+
+#include <thread>
 
 namespace {
 
@@ -61,6 +64,30 @@ class StallingClient {
   private:
     zmq::context_t context;
     zmq::socket_t subscriber{context, ZMQ_SUB};
+};
+
+// One who subscribes by sending, and so can send anything to where clients subscribe.
+class Stranger {
+  public:
+    Stranger() {
+        socket.set(zmq::sockopt::linger, 0);
+        socket.connect("tcp://127.0.0.1:5101");
+    }
+
+    void say(const std::string& text) {
+        socket.send(zmq::buffer(text), zmq::send_flags::none);
+    }
+
+  private:
+    zmq::context_t context;
+    zmq::socket_t socket{context, ZMQ_XSUB};
+};
+
+// A publisher in this process, so that the test says when it does what.
+class PublisherInHand : public BoardProcess {
+  protected:
+    board::Publisher publisher{std::chrono::milliseconds(250)};
+    RecordSet records{};
 };
 
 const std::string allTopics{static_cast<char>(allTopicBits & 0xFF), static_cast<char>(allTopicBits >> 8)};
@@ -138,6 +165,44 @@ TEST_F(BoardProcess, GoesOnWhenTheClientThatItWaitsForLeaves) {
         ASSERT_EQ(other.next().size(), 3U) << k;
     }
     EXPECT_NE(stop().find("exit code 0"), std::string::npos);
+}
+
+TEST_F(BoardProcess, LetsClientsInBehindAStrangersMessages) {
+    start({sample});
+    ASSERT_TRUE(awaitConsole("playing "));
+    for (int k = 0; k < 10; ++k) {
+        Stranger stranger;
+        for (int count = 0; count < 40; ++count) {
+            stranger.say("nonsense");
+            stranger.say("");
+        }
+        Client first;
+        Client second;
+        first.subscribe(patBit);
+        second.subscribe(sdtBit);
+        EXPECT_EQ(first.instruct(patBit | sdtBit), patBit | sdtBit);
+        ASSERT_EQ(first.nextTopics(2), "PAT PAT ") << k;
+        ASSERT_EQ(second.nextTopics(2), "SDT SDT ") << k;
+    }
+    EXPECT_NE(stop().find("exit code 0"), std::string::npos);
+}
+
+TEST_F(PublisherInHand, TakesNoSubscriptionBackForAMessageThatIsNone) {
+    Client client;
+    client.subscribe(patBit);
+    std::thread instructing([&client] { client.instruct(patBit); });
+    while (!publisher.clientReady()) {
+        publisher.attend(patience, -1, board::Instant(0));
+        publisher.acceptClients();
+    }
+    instructing.join();
+    Stranger stranger;
+    stranger.say("\2MPEG-STRUCT-PAT");
+    publisher.attend(patience, -1, board::Instant(0));
+    publisher.acceptClients();
+    EXPECT_TRUE(publisher.clientReady());
+    publisher.publishRound(records, allTopicBits, board::Instant(0));
+    EXPECT_EQ(client.nextTopics(1), "PAT ");
 }
 
 } // namespace
