@@ -148,7 +148,7 @@ class Session {
     // beginning.
     void awaitClient() {
         while (options_.deterministic && !publisher_.clientReady() && !stopRequested()) {
-            publisher_.attend(tunables::changeInterval, -1, now());
+            publisher_.attend(tunables::changeInterval, -1, [this] { return now(); });
             publisher_.acceptClients();
         }
     }
@@ -250,7 +250,8 @@ class Session {
     // What is known at the end is published once more.
     void finish() {
         analyser_.finish();
-        publisher_.attend(milliseconds(0), -1, now());
+        publisher_.attend(milliseconds(0), -1, [this] { return now(); });
+        publisher_.acceptClients();
         writeRecords(analyser_.model(), analyser_.rates(), options_.eventService, *records_, limits_);
         publisher_.publishRound(*records_, allTopicBits, now());
         const StreamErrors& errors = analyser_.errors();
@@ -261,7 +262,8 @@ class Session {
     }
 
     void turn(milliseconds wait, int descriptor) {
-        publisher_.attend(settled_ ? std::min(wait, publisher_.untilDue(now())) : wait, descriptor, now());
+        publisher_.attend(settled_ ? std::min(wait, publisher_.untilDue(now())) : wait, descriptor,
+                          [this] { return now(); });
         if (settled_ && publisher_.untilDue(now()).count() == 0) {
             writeRecords(analyser_.model(), analyser_.rates(), options_.eventService, *records_, limits_);
             publisher_.publish(*records_, now());

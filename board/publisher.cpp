@@ -157,7 +157,13 @@ Publisher::Publisher(std::chrono::milliseconds interval, SlowClient slowClient)
 
 Publisher::~Publisher() = default;
 
-void Publisher::attend(std::chrono::milliseconds longest, int descriptor, Instant now) {
+void Publisher::attend(std::chrono::milliseconds longest, int descriptor, const Now& now) {
+    if (serve(longest, descriptor) && !joinDue_) {
+        joinDue_ = now() + tunables::joinPause;
+    }
+}
+
+bool Publisher::serve(std::chrono::milliseconds longest, int descriptor) {
     std::array<zmq_pollitem_t, 3> items{{{sockets_->instructions, 0, ZMQ_POLLIN, 0},
                                          {nullptr, descriptor, ZMQ_POLLIN, 0},
                                          {sockets_->records, 0, ZMQ_POLLIN, 0}}};
@@ -166,14 +172,12 @@ void Publisher::attend(std::chrono::milliseconds longest, int descriptor, Instan
     }
     const int watched = subscriptionsWait_ ? 2 : 3;
     if (zmq_poll(items.data(), watched, static_cast<long>(longest.count())) <= 0) {
-        return;
+        return false;
     }
     const bool instructed = (items[0].revents & ZMQ_POLLIN) != 0 && takeInstruction();
     const bool subscribed = (items[2].revents & ZMQ_POLLIN) != 0;
     subscriptionsWait_ = subscriptionsWait_ || subscribed;
-    if ((instructed || subscribed) && !joinDue_) {
-        joinDue_ = now + tunables::joinPause;
-    }
+    return instructed || subscribed;
 }
 
 // An instruction word is 2 bytes, little-endian, in one part; the reply echoes it. Whatever else comes is
@@ -282,7 +286,9 @@ bool Publisher::clientJoined(Instant now) const {
 }
 
 void Publisher::publishRound(const RecordSet& records, TopicBits known, Instant now) {
-    acceptClients();
+    if (clientJoined(now)) { // not one that still subscribes: it would miss topics of this round
+        acceptClients();
+    }
     for (const TopicBits bit : roundOrder) {
         if ((known & bit) != 0) {
             publishTopic(topicOf(bit), bytesOf(topicOf(bit), records));

@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -19,6 +20,9 @@ namespace board {
 
 // Time as the publisher is told it: since any fixed moment, real or the stream's own.
 using Instant = std::chrono::nanoseconds;
+
+// Tells what time it is now.
+using Now = std::function<Instant()>;
 
 inline constexpr const char* publishEndpoint = "tcp://*:5101";
 inline constexpr const char* instructionDirectory = "/run/shm/zmq";
@@ -48,8 +52,9 @@ class Publisher {
     ~Publisher();
 
     // Waits up to this long, real time, for instructions and subscriptions and answers them. Returns early
-    // when one came, when descriptor (of a source; -1 for none) is readable, or at a signal.
-    void attend(std::chrono::milliseconds longest, int descriptor, Instant now);
+    // when one came, when descriptor (of a source; -1 for none) is readable, or at a signal. now is asked
+    // behind the wait, because that is when a client came.
+    void attend(std::chrono::milliseconds longest, int descriptor, const Now& now);
 
     // Publishes what is due: every requested record after an instruction or a subscription and once an
     // interval, and in between those that have changed.
@@ -58,14 +63,14 @@ class Publisher {
     // How long until publish has something to look at; 0 when it has.
     std::chrono::milliseconds untilDue(Instant now) const;
 
-    // Lets waiting clients in and publishes every requested record of these topics at once.
+    // Lets the clients in that have joined and publishes every requested record of these topics at once.
     void publishRound(const RecordSet& records, TopicBits known, Instant now);
 
     // Whether a client has instructed or subscribed since the last round, and the pause for more to follow is
     // over.
     bool clientJoined(Instant now) const;
 
-    // Lets waiting clients in without publishing.
+    // Lets waiting clients in without a pause, and without publishing.
     void acceptClients();
 
     // Publishes one record, when it is requested.
@@ -75,6 +80,9 @@ class Publisher {
     bool clientReady() const;
 
   private:
+    // Waits as attend says. Returns whether a client instructed or subscribed.
+    bool serve(std::chrono::milliseconds longest, int descriptor);
+
     // Takes and answers an instruction if there is one. Returns whether there was.
     bool takeInstruction();
 

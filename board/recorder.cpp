@@ -220,7 +220,7 @@ class Replay {
 
     void awaitClient() {
         while (options_.deterministic && !publisher_->clientReady() && !stopRequested()) {
-            publisher_->attend(tunables::changeInterval, -1, now());
+            publisher_->attend(tunables::changeInterval, -1, now);
             publisher_->acceptClients();
         }
     }
@@ -231,7 +231,7 @@ class Replay {
         do {
             const Instant left = std::clamp<Instant>(due - now(), Instant(0), tunables::joinPause);
             publisher_->attend(options_.fast ? milliseconds(0) : std::chrono::ceil<milliseconds>(left), -1,
-                               now());
+                               now);
             if (publisher_->clientJoined(now())) {
                 publisher_->publishRound(records_.newest(), records_.known(), now());
             }

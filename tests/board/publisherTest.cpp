@@ -29,6 +29,10 @@ class Speaker {
     // The reply to a request of these parts.
     std::string ask(const Message& parts) {
         say(parts);
+        return reply();
+    }
+
+    std::string reply() {
         zmq::message_t reply;
         return socket.recv(reply) ? reply.to_string() : "no reply";
     }
@@ -89,6 +93,10 @@ class PublisherInHand : public BoardProcess {
     board::Publisher publisher{std::chrono::milliseconds(250)};
     RecordSet records{};
 };
+
+board::Instant atOnce() {
+    return board::Instant(0);
+}
 
 const std::string allTopics{static_cast<char>(allTopicBits & 0xFF), static_cast<char>(allTopicBits >> 8)};
 
@@ -187,18 +195,46 @@ TEST_F(BoardProcess, LetsClientsInBehindAStrangersMessages) {
     EXPECT_NE(stop().find("exit code 0"), std::string::npos);
 }
 
+TEST_F(PublisherInHand, LeavesAClientThePauseToSubscribeFromWhenItCame) {
+    using namespace std::chrono_literals;
+    Speaker client(zmq::socket_type::req);
+    client.say({allTopics});
+    bool came = false;
+    publisher.attend(patience, -1, [&] {
+        came = client.reply() == allTopics;
+        return 50ms;
+    });
+    EXPECT_TRUE(came) << "the time was asked before the wait";
+    EXPECT_FALSE(publisher.clientJoined(69ms));
+    EXPECT_TRUE(publisher.clientJoined(70ms));
+}
+
+TEST_F(PublisherInHand, LeavesAClientOutOfARoundInItsPause) {
+    using namespace std::chrono_literals;
+    Client client;
+    std::thread instructing([&client] { client.instruct(patBit); });
+    publisher.attend(patience, -1, atOnce);
+    instructing.join();
+    publisher.acceptClients();
+    client.subscribe(patBit);
+    publisher.attend(patience, -1, atOnce);
+    publisher.publishRound(records, allTopicBits, 19ms);
+    publisher.publishRound(records, allTopicBits, 20ms);
+    EXPECT_EQ(client.next(), (Message{"MPEG-STRUCT-PAT", "1", std::string(sizeof(PatRecord), '\0')}));
+}
+
 TEST_F(PublisherInHand, TakesNoSubscriptionBackForAMessageThatIsNone) {
     Client client;
     client.subscribe(patBit);
     std::thread instructing([&client] { client.instruct(patBit); });
     while (!publisher.clientReady()) {
-        publisher.attend(patience, -1, board::Instant(0));
+        publisher.attend(patience, -1, atOnce);
         publisher.acceptClients();
     }
     instructing.join();
     Stranger stranger;
     stranger.say("\2MPEG-STRUCT-PAT");
-    publisher.attend(patience, -1, board::Instant(0));
+    publisher.attend(patience, -1, atOnce);
     publisher.acceptClients();
     EXPECT_TRUE(publisher.clientReady());
     publisher.publishRound(records, allTopicBits, board::Instant(0));
