@@ -202,6 +202,27 @@ TEST_F(Recorder, TellsEachTopicThatItCannotReplayOnce) {
                   "another; they are of another kind of board\nexit code 0");
 }
 
+TEST_F(Recorder, ReplaysNoMessageBeforeItsTime) {
+    const std::vector<Row> rows{{0us, "MPEG-STRUCT-PAT", sizeof(PatRecord)},
+                                {150ms, "MPEG-STRUCT-SDT", sizeof(SdtRecord)},
+                                {150ms, "MPEG-STRUCT-PAT", sizeof(PatRecord)},
+                                {220ms, "MPEG-STRUCT-PAT", sizeof(PatRecord)},
+                                {600ms, "MPEG-STRUCT-SDT", sizeof(SdtRecord)}};
+    writeRecording(rows);
+    start({"--replay", file, "--deterministic", "--once"});
+    ASSERT_TRUE(awaitConsole("replaying")) << "its start would count as part of the pauses";
+    Client client;
+    client.subscribe(patBit | sdtBit);
+    const auto begin = std::chrono::steady_clock::now(); // the replay begins with the instruction
+    EXPECT_EQ(client.instruct(patBit | sdtBit), patBit | sdtBit);
+    char content = 0;
+    for (const Row& row : rows) {
+        EXPECT_EQ(client.next().back(), std::string(row.size, ++content));
+        EXPECT_GE(std::chrono::steady_clock::now() - begin, row.time) << "message " << int{content};
+    }
+    EXPECT_NE(end().find("exit code 0"), std::string::npos);
+}
+
 TEST_F(Recorder, TakesAnIntervalForARecordingOfAMoment) {
     writeRecording({{0us, "MPEG-STRUCT-PAT", sizeof(PatRecord)}});
     start({"--replay", file, "--deterministic", "--interval", "100"});
