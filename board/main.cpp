@@ -18,8 +18,8 @@ int main(int argc, char** argv) {
             std::fputs(board::usage().c_str(), stdout);
             return 0;
         }
-        board::initialiseLibraries(board::isNetworkAddress(options.source));
         board::stopOnSignals();
+        board::initialiseLibraries(board::isNetworkAddress(options.source));
         if (!options.record.empty()) {
             board::record(options);
         } else if (!options.replay.empty()) {

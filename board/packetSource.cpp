@@ -60,8 +60,8 @@ class DescriptorSource final : public PacketSource {
     }
 
   private:
-    // A pipe that is slow must not keep clients waiting. It is asked before each read instead of being made
-    // non-blocking, because that would hold for every program that shares standard input, and after our end.
+    // A pipe that is slow must not keep clients waiting. It is asked before each read: standard input cannot
+    // be made non-blocking, because that would hold for every program that shares it, and after our end.
     bool somethingArrived() const {
         pollfd waiting{descriptor_, POLLIN, 0};
         return ::poll(&waiting, 1, 0) > 0;
@@ -81,7 +81,8 @@ std::unique_ptr<PacketSource> openSource(const std::string& name, const std::str
     if (name == "-") {
         return std::make_unique<DescriptorSource>(STDIN_FILENO, "standard input");
     }
-    const int descriptor = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
+    // A named pipe is not waited for here: until it has a writer it is a stream that has not begun.
+    const int descriptor = ::open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (descriptor < 0) {
         throw BoardError({"cannot open " + name, "a readable transport stream file", std::strerror(errno),
                           "check the path and its permissions"});

@@ -48,9 +48,12 @@ void askForEverything(const Context& context) {
     const Socket instructor = connected(context, ZMQ_REQ, instructionEndpoint);
     const std::array<std::uint8_t, 2> word{allTopicBits & 0xFF, allTopicBits >> 8};
     zmq_send(instructor.get(), word.data(), word.size(), 0);
-    if (!readable(instructor, tunables::instructionPatience) && !stopRequested()) {
-        throw BoardError({"cannot instruct the board", "a reply to the instruction word", "none",
-                          "start the board first, or leave out --instruct"});
+    const auto start = Clock::now();
+    while (!readable(instructor, tunables::recordPoll) && !stopRequested()) {
+        if (Clock::now() - start >= tunables::instructionPatience) {
+            throw BoardError({"cannot instruct the board", "a reply to the instruction word", "none",
+                              "start the board first, or leave out --instruct"});
+        }
     }
 }
 

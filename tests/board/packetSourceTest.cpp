@@ -6,6 +6,7 @@
 #include <array>
 #include <fcntl.h>
 #include <fstream>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -48,6 +49,37 @@ class StandardInput {
     int original;
     int writer = -1;
 };
+
+// A named pipe that nobody writes to.
+class PipeWithoutWriter : public BoardProcess {
+  protected:
+    PipeWithoutWriter() {
+        EXPECT_EQ(::mkfifo(file.c_str(), 0600), 0);
+    }
+};
+
+TEST_F(PipeWithoutWriter, KeepsNoClientWaiting) {
+    start({file});
+    Client client;
+    EXPECT_EQ(client.instruct(patBit), patBit);
+    EXPECT_NE(stop().find("mpegfe-board: stopped after 0 packets: 0 transport errors, 0 gaps, 0 bad "
+                          "sections, 0 losses of sync\nexit code 0"),
+              std::string::npos)
+        << console;
+}
+
+TEST_F(PipeWithoutWriter, IsAStreamThatHasNotBegun) {
+    const auto source = board::openSource(file, "");
+    std::array<std::uint8_t, 10> buffer{};
+    const auto read = [&] {
+        const auto arrival = source->read(buffer);
+        return std::to_string(arrival.bytes) + (arrival.ended ? " and the end" : "");
+    };
+    EXPECT_EQ(read(), "0");
+    std::ofstream(file) << "bytes";
+    EXPECT_EQ(read(), "5");
+    EXPECT_EQ(read(), "0 and the end");
+}
 
 TEST(StandardInputSource, ReadsWhatHasArrivedAndNeverWaits) {
     StandardInput input;
