@@ -262,8 +262,8 @@ class Session {
     }
 
     void turn(milliseconds wait, int descriptor) {
-        publisher_.attend(settled_ ? std::min(wait, publisher_.untilDue(now())) : wait, descriptor,
-                          [this] { return now(); });
+        const milliseconds longest = settled_ ? publisher_.untilDue(now()) : tunables::changeInterval;
+        publisher_.attend(std::min(wait, longest), descriptor, [this] { return now(); });
         if (settled_ && publisher_.untilDue(now()).count() == 0) {
             writeRecords(analyser_.model(), analyser_.rates(), options_.eventService, *records_, limits_);
             publisher_.publish(*records_, now());
@@ -301,7 +301,7 @@ void printRecords(const Options& options) {
     for (auto outcome = Reader::Outcome::packets; outcome != Reader::Outcome::ended && !stopRequested();) {
         if (outcome == Reader::Outcome::nothing) {
             pollfd waiting{reader.descriptor(), POLLIN, 0};
-            ::poll(&waiting, 1, -1);
+            ::poll(&waiting, 1, static_cast<int>(tunables::changeInterval.count()));
         }
         outcome = reader.read([&](const std::uint8_t* bytes) { analyser.packet(bytes); });
     }
