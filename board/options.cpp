@@ -7,6 +7,7 @@
 #include <charconv>
 #include <getopt.h>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace board {
@@ -37,40 +38,80 @@ std::chrono::milliseconds parseMilliseconds(std::string_view option, std::string
     return std::chrono::milliseconds(parseNumber(option, "milliseconds", text, {1, hour}));
 }
 
+// What the board is started for, as bits.
+using Uses = unsigned;
+constexpr Uses playing = 1;
+constexpr Uses recording = 2;
+constexpr Uses replaying = 4;
+constexpr Uses helping = 8;
+
+constexpr std::array<std::pair<Uses, const char*>, 3> usesInWords{{
+    {playing, "a transport stream to play"},
+    {recording, "a board to record"},
+    {replaying, "a recording to replay"},
+}};
+
+std::string inWords(Uses uses) {
+    std::string words;
+    for (const auto& [use, text] : usesInWords) {
+        if ((uses & use) != 0) {
+            words += words.empty() ? "" : " or ";
+            words += text;
+        }
+    }
+    return words;
+}
+
+Uses useOf(const Options& options) {
+    if (options.help) {
+        return helping;
+    }
+    if (!options.record.empty()) {
+        return recording;
+    }
+    return options.replay.empty() ? playing : replaying;
+}
+
 struct KnownOption {
     const char* name;
     int argument;
+    Uses uses; // with which it means something
     void (*take)(Options& options, const char* value);
 };
 
 constexpr std::array<KnownOption, 15> knownOptions{{
-    {"once", no_argument, [](Options& options, const char*) { options.once = true; }},
-    {"fast", no_argument, [](Options& options, const char*) { options.fast = true; }},
-    {"new-stream-on-loop", no_argument,
+    {"once", no_argument, playing | replaying, [](Options& options, const char*) { options.once = true; }},
+    {"fast", no_argument, playing | replaying, [](Options& options, const char*) { options.fast = true; }},
+    {"new-stream-on-loop", no_argument, playing,
      [](Options& options, const char*) { options.newStreamOnLoop = true; }},
-    {"interface", required_argument, [](Options& options, const char* value) { options.interface = value; }},
-    {"interval", required_argument,
+    {"interface", required_argument, playing,
+     [](Options& options, const char* value) { options.interface = value; }},
+    {"interval", required_argument, playing | replaying,
      [](Options& options, const char* value) { options.interval = parseMilliseconds("--interval", value); }},
-    {"rate-period", required_argument,
+    {"rate-period", required_argument, playing,
      [](Options& options, const char* value) {
          options.ratePeriod =
              parseNumber("--rate-period", "milliseconds", value, {0, hour}) * ticksPerMillisecond;
      }},
-    {"service", required_argument,
+    {"service", required_argument, playing,
      [](Options& options, const char* value) {
          options.eventService =
              static_cast<std::uint16_t>(parseNumber("--service", "a program number", value, {1, 65535}));
      }},
-    {"deterministic", no_argument, [](Options& options, const char*) { options.deterministic = true; }},
-    {"print", no_argument,
+    {"deterministic", no_argument, playing | replaying,
+     [](Options& options, const char*) { options.deterministic = true; }},
+    {"print", no_argument, playing,
      [](Options& options, const char*) { options.print = options.once = options.fast = true; }},
-    {"record", required_argument, [](Options& options, const char* value) { options.record = value; }},
-    {"host", required_argument, [](Options& options, const char* value) { options.host = value; }},
-    {"instruct", no_argument, [](Options& options, const char*) { options.instruct = true; }},
-    {"duration", required_argument,
+    {"record", required_argument, recording,
+     [](Options& options, const char* value) { options.record = value; }},
+    {"host", required_argument, recording, [](Options& options, const char* value) { options.host = value; }},
+    {"instruct", no_argument, recording, [](Options& options, const char*) { options.instruct = true; }},
+    {"duration", required_argument, recording,
      [](Options& options, const char* value) { options.duration = parseMilliseconds("--duration", value); }},
-    {"replay", required_argument, [](Options& options, const char* value) { options.replay = value; }},
-    {"help", no_argument, [](Options& options, const char*) { options.help = true; }},
+    {"replay", required_argument, replaying,
+     [](Options& options, const char* value) { options.replay = value; }},
+    {"help", no_argument, playing | recording | replaying,
+     [](Options& options, const char*) { options.help = true; }},
 }};
 
 std::array<option, knownOptions.size() + 1> forGetopt() {
@@ -81,9 +122,20 @@ std::array<option, knownOptions.size() + 1> forGetopt() {
     return all;
 }
 
+// An option without an effect is a misunderstanding, and better told than kept.
+void requireUse(const std::vector<const KnownOption*>& given, const Options& options) {
+    const Uses use = useOf(options);
+    for (const KnownOption* option : given) {
+        if (use != helping && (option->uses & use) == 0) {
+            throw BoardError({std::string("cannot use --") + option->name, inWords(option->uses),
+                              inWords(use), "see mpegfe-board --help"});
+        }
+    }
+}
+
 // What stands on the command line beside options.
 void takeSource(std::span<char* const> names, Options& options) {
-    const bool needed = options.record.empty() && options.replay.empty() && !options.help;
+    const bool needed = useOf(options) == playing;
     if (names.size() != (needed ? 1 : 0)) {
         throw BoardError({"cannot read the command line",
                           needed ? "one transport stream" : "nothing but options",
@@ -136,14 +188,17 @@ Options parseOptions(std::span<char* const> arguments) {
     optind = 0; // start over, also in a test that parses twice
     opterr = 0;
     int index = 0;
+    std::vector<const KnownOption*> given;
     for (int code = 0; (code = getopt_long(argc, argv.data(), "", longOptions.data(), &index)) != -1;) {
         if (code != 0) {
             throw BoardError({"cannot read the command line", "an option of mpegfe-board with its value",
                               "\"" + std::string(argv[static_cast<std::size_t>(optind) - 1]) + "\"",
                               "see mpegfe-board --help"});
         }
-        knownOptions[static_cast<std::size_t>(index)].take(options, optarg);
+        given.push_back(&knownOptions[static_cast<std::size_t>(index)]);
+        given.back()->take(options, optarg);
     }
+    requireUse(given, options);
     takeSource(
         std::span(argv).subspan(static_cast<std::size_t>(optind), static_cast<std::size_t>(argc - optind)),
         options);

@@ -30,7 +30,7 @@ struct Options {
 };
 
 // Reads the command line (arguments without the program's name). Throws BoardError for what it does not
-// understand.
+// understand, and for options that would have no effect beside the others.
 Options parseOptions(std::span<char* const> arguments);
 
 // The usage text, with a line end.

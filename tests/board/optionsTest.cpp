@@ -74,4 +74,26 @@ TEST(Options, SaysWhatItDoesNotUnderstand) {
               "1 to 65535, got \"7x\"; see mpegfe-board --help");
 }
 
+TEST(Options, RefusesOptionsThatWouldHaveNoEffect) {
+    const auto refusal = [](const std::string& option, const std::string& expected, const std::string& got) {
+        return "cannot use " + option + ": expected " + expected + ", got " + got +
+               "; see mpegfe-board --help";
+    };
+    const std::string playing = "a transport stream to play";
+    const std::string recording = "a board to record";
+    const std::string replaying = "a recording to replay";
+    EXPECT_EQ(problem({"--print", "--replay", "in"}), refusal("--print", playing, replaying));
+    EXPECT_EQ(problem({"--record", "out", "--print"}), refusal("--print", playing, recording));
+    EXPECT_EQ(problem({"--record", "out", "--replay", "in"}), refusal("--replay", replaying, recording));
+    EXPECT_EQ(problem({"--replay", "in", "--host", "board"}), refusal("--host", recording, replaying));
+    EXPECT_EQ(problem({"--instruct", "file.ts"}), refusal("--instruct", recording, playing));
+    EXPECT_EQ(problem({"--duration", "5000"}), refusal("--duration", recording, playing));
+    EXPECT_EQ(problem({"--replay", "in", "--service", "7"}), refusal("--service", playing, replaying));
+    EXPECT_EQ(problem({"--record", "out", "--once"}),
+              refusal("--once", playing + " or " + replaying, recording));
+    EXPECT_EQ(problem({"--replay", "in", "--once", "--fast", "--interval", "9", "--deterministic"}), "none");
+    EXPECT_EQ(problem({"--print", "--rate-period", "0", "--service", "7", "file.ts"}), "none");
+    EXPECT_EQ(problem({"--help", "--record", "out", "--print"}), "none");
+}
+
 } // namespace
