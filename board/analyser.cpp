@@ -82,7 +82,12 @@ const std::array<Analyser::TableReader, 7> Analyser::tableReaders{{
     {eitPid, firstScheduleTable, lastScheduleTable, &Analyser::takeEit},
 }};
 
-Analyser::Analyser(Ticks ratePeriod) : ratePeriod_(ratePeriod), rates_(ratePeriod), slots_(pidValues) {
+// Real time stands in for a silent stream clock soon enough for the rates to be at 0 within their period.
+Analyser::Analyser(Ticks ratePeriod, SourceKind source)
+    : ratePeriod_(ratePeriod),
+      clock_(source,
+             ratePeriod > 0 ? std::min(tunables::shortPause, ratePeriod * 6 / 10) : tunables::shortPause),
+      rates_(ratePeriod), slots_(pidValues) {
     assignPids();
 }
 
@@ -101,8 +106,8 @@ bool Analyser::packet(const std::uint8_t* bytes) {
 
     const bool needsStamp = clock_.wantsTimeStamps() && unitStart && !scrambled;
     const bool reading = clock_.packet(pid, pcrOf(bytes), needsStamp ? timeStampOf(content) : std::nullopt);
-    if (reading && rates_.reading(clock_.now(), number)) {
-        judgeScrambling();
+    if (reading) {
+        readClock(number);
     }
     rates_.count(static_cast<std::size_t>(slot.position));
     ++state.packets;
@@ -118,11 +123,28 @@ bool Analyser::packet(const std::uint8_t* bytes) {
 // The PID itself may be wrong: the packet only takes its time.
 bool Analyser::unreadablePacket(std::uint64_t number) {
     ++errors_.transportErrors;
-    if (!clock_.packet(nullPid, std::nullopt, std::nullopt)) {
-        return false;
+    const bool reading = clock_.packet(nullPid, std::nullopt, std::nullopt);
+    if (reading) {
+        readClock(number);
     }
-    rates_.reading(clock_.now(), number);
-    return true;
+    return reading;
+}
+
+// Before the packet of this number.
+void Analyser::readClock(std::uint64_t packetNumber) {
+    rates_.reading(clock_.now(), packetNumber);
+    if (judgementDue()) {
+        lastJudgement_ = clock_.now();
+        judgeScrambling();
+    }
+}
+
+// Once a period; for the first time as soon as there are rates, where they come before the end.
+bool Analyser::judgementDue() const {
+    if (lastJudgement_) {
+        return clock_.now() - *lastJudgement_ >= (ratePeriod_ > 0 ? ratePeriod_ : tunables::ratePeriod);
+    }
+    return rates_.measured() || ratePeriod_ == 0;
 }
 
 // The state of a PID; a PID that is seen for the first time joins the list.
@@ -389,10 +411,6 @@ void Analyser::setProbe(std::uint16_t pid, const ElementaryStream* stream) {
 
 // A stream is scrambled when most of its recent packets are; a few wrong headers do not make it flicker.
 void Analyser::judgeScrambling() {
-    if (lastJudgement_ && clock_.now() - *lastJudgement_ < ratePeriod_) {
-        return;
-    }
-    lastJudgement_ = clock_.now();
     for (PidState& state : model_.pids) {
         if (state.recentClear + state.recentScrambled > 0) {
             state.scrambled = state.recentScrambled > state.recentClear;
@@ -417,11 +435,12 @@ void Analyser::seam() {
     }
 }
 
-void Analyser::rest(Ticks elapsed) {
-    clock_.rest(elapsed);
-    if (rates_.reading(clock_.now(), packets_)) {
-        judgeScrambling();
+bool Analyser::realTime(Ticks elapsed) {
+    const bool moved = clock_.realTime(elapsed);
+    if (moved) {
+        readClock(packets_);
     }
+    return moved;
 }
 
 void Analyser::restart() {
@@ -457,7 +476,6 @@ void Analyser::finish() {
     }
     clock_.sourceEnded();
     rates_.finish(clock_.now(), packets_);
-    lastJudgement_.reset();
     judgeScrambling();
 }
 

@@ -29,7 +29,7 @@ struct StreamErrors {
 class Analyser {
   public:
     // ratePeriod in stream time; 0 measures the whole stream as one period.
-    explicit Analyser(Ticks ratePeriod);
+    explicit Analyser(Ticks ratePeriod, SourceKind source = SourceKind::stored);
 
     // Takes the next packet, 188 bytes. Returns whether the stream clock has moved on to a new reading.
     bool packet(const std::uint8_t* bytes);
@@ -37,8 +37,9 @@ class Analyser {
     // The file starts over: what spans the seam is dropped, the clock goes on.
     void seam();
 
-    // Time has passed without a packet: rates fall.
-    void rest(Ticks elapsed);
+    // So much real time has passed since the last call: for a live source at every read, for a stored one
+    // while it has nothing to give. Returns whether the stream clock has moved: rates fall in a silence.
+    bool realTime(Ticks elapsed);
 
     // Another stream begins: nothing known so far is true any more.
     void restart();
@@ -105,6 +106,8 @@ class Analyser {
     void assignSections();
     void assignProbes();
     void setProbe(std::uint16_t pid, const ElementaryStream* stream);
+    void readClock(std::uint64_t packetNumber);
+    bool judgementDue() const;
     void judgeScrambling();
     bool isScrambled(std::uint16_t pid) const;
     bool everythingKnown() const;

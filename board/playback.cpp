@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <memory>
 #include <poll.h>
+#include <utility>
 
 namespace board {
 
@@ -36,7 +37,8 @@ Ticks asTicks(Instant time) {
 // The packets of a source.
 class Reader {
   public:
-    enum class Outcome { packets, nothing, ended };
+    // Of a read; bytes are no packets, or not yet.
+    enum class Outcome { packets, bytes, nothing, ended };
 
     Reader(const std::string& name, const std::string& interface)
         : name_(name), source_(openSource(name, interface)), buffer_(tunables::readSize) {}
@@ -53,11 +55,26 @@ class Reader {
             requireMore();
             return Outcome::ended;
         }
-        sync_.push(std::span(buffer_).first(arrival.bytes), onPacket);
+        bool found = false;
+        sync_.push(std::span(buffer_).first(arrival.bytes), [&](const std::uint8_t* packet) {
+            found = true;
+            onPacket(packet);
+        });
         if (total_ >= tunables::searchLimit) {
             requirePackets(total_);
         }
-        return arrival.bytes == 0 ? Outcome::nothing : Outcome::packets;
+        if (found) {
+            return Outcome::packets;
+        }
+        return arrival.bytes == 0 ? Outcome::nothing : Outcome::bytes;
+    }
+
+    // Passes the packets that were held back until it was known what follows them.
+    template <class OnPacket>
+    void finish(OnPacket&& onPacket) {
+        if (sync_.stride() != 0) {
+            sync_.finish(onPacket);
+        }
     }
 
     bool rewind() {
@@ -70,8 +87,8 @@ class Reader {
     int descriptor() const {
         return source_->descriptor();
     }
-    bool live() const {
-        return source_->live();
+    SourceKind kind() const {
+        return source_->live() ? SourceKind::live : SourceKind::stored;
     }
 
   private:
@@ -126,19 +143,25 @@ class Pace {
 class Session {
   public:
     explicit Session(const Options& options)
-        : options_(options), reader_(options.source, options.interface), analyser_(options.ratePeriod),
-          publisher_(options.interval, slowClient(options)), limits_(say),
-          records_(std::make_unique<RecordSet>()) {}
+        : options_(options), reader_(options.source, options.interface),
+          analyser_(options.ratePeriod, reader_.kind()), publisher_(options.interval, slowClient(options)),
+          limits_(say), records_(std::make_unique<RecordSet>()) {}
 
     void run() {
         awaitClient();
+        lastRead_ = realTime();
         while (!stopRequested()) {
-            const auto outcome = reader_.read([this](const std::uint8_t* bytes) { packet(bytes); });
-            if (outcome == Reader::Outcome::nothing) {
-                silence();
-            } else if (outcome == Reader::Outcome::ended && !startOver()) {
+            const auto outcome = reader_.read([this](const std::uint8_t* bytes) {
+                endSilence();
+                packet(bytes);
+            });
+            if (outcome == Reader::Outcome::ended && !startOver()) {
                 break;
             }
+            if (outcome == Reader::Outcome::nothing || outcome == Reader::Outcome::bytes) {
+                silence(outcome == Reader::Outcome::bytes ? milliseconds(0) : tunables::changeInterval);
+            }
+            tellRealTime(outcome);
         }
         finish();
     }
@@ -157,7 +180,6 @@ class Session {
         if (stopRequested()) {
             return;
         }
-        endSilence();
         const bool reading = analyser_.packet(bytes);
         if (analyser_.streamNumber() != announcedStream_) {
             announceNewStream();
@@ -167,7 +189,7 @@ class Session {
         }
         settle();
         // A file is read as fast as it goes until it has settled for the first time, so that no client waits.
-        const bool paced = !options_.fast && !reader_.live() && everSettled_;
+        const bool paced = !options_.fast && reader_.kind() == SourceKind::stored && everSettled_;
         milliseconds wait{0};
         do {
             wait = paced ? pace_.untilDue(analyser_.clock().now()) : milliseconds(0);
@@ -197,18 +219,13 @@ class Session {
         say("a new stream begins");
     }
 
-    // Nothing has arrived: the publisher is attended to, and after a while the rates fall.
-    void silence() {
+    // No packets have arrived.
+    void silence(milliseconds wait) {
         const Instant start = realTime();
         silentSince_ = silentSince_.value_or(start);
-        turn(tunables::changeInterval, reader_.descriptor());
-        unrested_ += realTime() - start;
-        if (analyser_.packets() > 0 && realTime() - *silentSince_ >= shortPause()) {
-            analyser_.rest(asTicks(unrested_));
-            unrested_ = Instant(0);
-            settle();
-        }
+        turn(wait, reader_.descriptor());
         if (!silenceTold_ && start - *silentSince_ >= tunables::streamSilence) {
+            reader_.finish([this](const std::uint8_t* bytes) { packet(bytes); });
             silenceTold_ = true;
             say(analyser_.packets() == 0
                     ? std::string("no packets yet: expected a running stream, got silence; waiting for it")
@@ -219,19 +236,24 @@ class Session {
         }
     }
 
-    // Soon enough for the rates to be at 0 within their period.
-    Instant shortPause() const {
-        const Instant longest = tunables::shortPause;
-        return options_.ratePeriod > 0 ? std::min(longest, asInstant(options_.ratePeriod) * 6 / 10) : longest;
-    }
-
     void endSilence() {
         if (silenceTold_ && analyser_.packets() > 0) {
             analyser_.restart();
         }
         silentSince_.reset();
-        unrested_ = Instant(0);
         silenceTold_ = false;
+    }
+
+    // A live source is timed by its arrival where it shows no time itself, and so is a pipe while it is
+    // silent.
+    void tellRealTime(Reader::Outcome outcome) {
+        const Instant now = realTime();
+        const Instant elapsed = now - std::exchange(lastRead_, now);
+        const bool counts = reader_.kind() == SourceKind::live || outcome == Reader::Outcome::nothing;
+        if (counts && analyser_.packets() > 0 && analyser_.realTime(asTicks(elapsed))) {
+            settle();
+            turn(milliseconds(0), -1);
+        }
     }
 
     // At the end of the source. Returns whether it goes on.
@@ -285,8 +307,8 @@ class Session {
     bool settled_ = false;
     bool everSettled_ = false;
     std::optional<Instant> silentSince_;
-    Instant unrested_{0}; // silence that the analyser has not been told of
     bool silenceTold_ = false;
+    Instant lastRead_{0};
 };
 
 } // namespace
@@ -297,13 +319,19 @@ void play(const Options& options) {
 
 void printRecords(const Options& options) {
     Reader reader(options.source, options.interface);
-    Analyser analyser(options.ratePeriod);
+    Analyser analyser(options.ratePeriod, reader.kind());
+    Instant lastRead = realTime();
     for (auto outcome = Reader::Outcome::packets; outcome != Reader::Outcome::ended && !stopRequested();) {
+        outcome = reader.read([&](const std::uint8_t* bytes) { analyser.packet(bytes); });
         if (outcome == Reader::Outcome::nothing) {
             pollfd waiting{reader.descriptor(), POLLIN, 0};
             ::poll(&waiting, 1, static_cast<int>(tunables::changeInterval.count()));
         }
-        outcome = reader.read([&](const std::uint8_t* bytes) { analyser.packet(bytes); });
+        const Instant now = realTime();
+        const Instant elapsed = now - std::exchange(lastRead, now);
+        if (reader.kind() == SourceKind::live && analyser.packets() > 0) {
+            analyser.realTime(asTicks(elapsed));
+        }
     }
     analyser.finish();
     const auto records = std::make_unique<RecordSet>();

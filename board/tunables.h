@@ -50,8 +50,12 @@ inline constexpr Ticks longestFirstStep = 30 * ticksPerSecond; // or be shorter 
 inline constexpr Ticks silentReference = ticksPerSecond / 2;   // then another PID's PCR becomes the clock
 inline constexpr Ticks estimatedTick = ticksPerSecond / 10;    // clock reading where no PCR arrives
 inline constexpr std::uint64_t pcrPatience = 5'000;            // packets; then PES time stamps are the clock
+inline constexpr std::uint64_t largestPicture = 20'000;        // packets between two PCRs, at most
 inline constexpr std::uint64_t stampPatience = 20'000;         // packets; then the clock is the assumed rate
 inline constexpr std::uint64_t secondPcrPatience = 200'000;    // packets; the same for a stream with one PCR
+inline constexpr Ticks shortPause = 6 * ticksPerSecond / 10;   // then real time stands in for the reference
+inline constexpr Ticks longestLead = 2 * ticksPerSecond;       // of a burst over real time
+inline constexpr double fadingLead = 1e-3;     // of the time; more than two clocks ever differ
 inline constexpr double assumedBitRate = 10e6; // bit/s of a stream that carries no time at all
 
 // Reading.
@@ -61,10 +65,9 @@ inline constexpr std::size_t relockPackets = 3;         // sync bytes in a row a
 inline constexpr std::size_t searchLimit = 1024 * 1024; // bytes searched for the first sync byte
 inline constexpr unsigned networkBuffers = 4096;        // datagrams queued between network and analysis
 inline constexpr int receiveBuffer = 4 * 1024 * 1024;   // bytes of the socket, for bursts
-inline constexpr milliseconds shortPause{600};        // between bursts; a longer silence makes the rates fall
-inline constexpr milliseconds streamSilence{2000};    // after which packets are a new stream
-inline constexpr std::size_t headerBytes = 64 * 1024; // of a PES packet, searched for codec headers
-inline constexpr milliseconds fallingBehind{1000};    // lateness after which real time starts anew
+inline constexpr milliseconds streamSilence{2000};      // after which packets are a new stream
+inline constexpr std::size_t headerBytes = 64 * 1024;   // of a PES packet, searched for codec headers
+inline constexpr milliseconds fallingBehind{1000};      // lateness after which real time starts anew
 
 } // namespace tunables
 } // namespace board

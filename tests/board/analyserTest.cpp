@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <sstream>
 
 namespace {
@@ -279,6 +280,20 @@ TEST_F(Analyser, JudgesScramblingByMostPacketsOfAPeriod) {
     }
     EXPECT_TRUE(scrambled[videoPid]);
     EXPECT_FALSE(scrambled[audioPid]);
+}
+
+TEST_F(Analyser, JudgesScramblingOnceASecondWhereTheWholeStreamIsOnePeriod) {
+    board::Analyser wholeStream(0);
+    Packets packets = oneProgram();
+    packets.pcr(videoPid, 0);
+    packets.filler(videoPid, 9, true);
+    packets.pcr(videoPid, 27'000'000);
+    for (std::size_t at = 0; at < packets.bytes().size(); at += 188) {
+        wholeStream.packet(packets.bytes().data() + at);
+    }
+    const auto video = std::ranges::find(wholeStream.model().pids, videoPid, &board::PidState::pid);
+    ASSERT_NE(video, wholeStream.model().pids.end());
+    EXPECT_TRUE(video->scrambled);
 }
 
 TEST_F(Analyser, SettlesWhenEverythingIsKnownOrTheTimeIsOver) {

@@ -2,9 +2,12 @@
 #include "boardProcess.h"
 #include "streamWriter.h"
 
+#include <algorithm>
 #include <arpa/inet.h>
 #include <fstream>
+#include <iterator>
 #include <sys/socket.h>
+#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -151,6 +154,73 @@ TEST_F(BoardProcess, TakesPacketsAfterSilenceForANewStream) {
     ASSERT_TRUE(awaitConsole("no packets for 2000 ms"));
     sendDatagrams(network, someOfTheSample());
     EXPECT_TRUE(awaitConsole("a new stream begins"));
+    const std::string said = stop();
+    EXPECT_NE(said.find("exit code 0"), std::string::npos) << said;
+}
+
+TEST_F(BoardProcess, CountsTheLastPacketsBeforeASilenceToTheOldStream) {
+    constexpr Network network{"Udp", "udp", "127.0.0.1", 5608};
+    static constexpr std::uint16_t lastPid = 0x300;
+    const auto lists = [](const PatRecord& pat) {
+        return std::ranges::find(pat.pidList, lastPid) != std::end(pat.pidList);
+    };
+    start({"udp://127.0.0.1:5608"});
+    ASSERT_TRUE(awaitConsole("no packets yet"));
+    streamWriter::Packets last;
+    last.filler(lastPid);
+    sendDatagrams(network, streamWriter::joined({someOfTheSample(), last.bytes()}));
+    ASSERT_TRUE(awaitConsole("no packets for 2000 ms")) << console;
+    Client client;
+    client.subscribe(patBit);
+    ASSERT_EQ(client.instruct(patBit), patBit);
+    EXPECT_TRUE(lists(client.nextPat()));
+    sendDatagrams(network, someOfTheSample());
+    PatRecord pat = client.nextPat();
+    while (pat.newStreamFlag == 0 && pat.pidListCount > 0) {
+        pat = client.nextPat();
+    }
+    pat = client.nextPat();
+    EXPECT_EQ(pat.programCount, 4);
+    EXPECT_FALSE(lists(pat));
+}
+
+// Sends the same over and over, as long as it lives.
+class Repeater {
+  public:
+    Repeater(const Network& network, Bytes bytes, std::chrono::milliseconds interval)
+        : sender([network, bytes = std::move(bytes), interval](const std::stop_token& stop) {
+              while (!stop.stop_requested()) {
+                  sendDatagrams(network, bytes);
+                  std::this_thread::sleep_for(interval);
+              }
+          }) {}
+
+  private:
+    std::jthread sender;
+};
+
+TEST_F(BoardProcess, PublishesTablesThatTrickleInWithoutAnyTime) {
+    start({"udp://127.0.0.1:5609"});
+    streamWriter::Packets tables;
+    tables.section(0, streamWriter::pat(1, {{1, 0x100}}));
+    const Repeater repeater({"Udp", "udp", "127.0.0.1", 5609}, tables.bytes(), std::chrono::milliseconds(50));
+    ASSERT_TRUE(awaitConsole("playing udp://")) << console;
+    Client client;
+    client.subscribe(patBit);
+    ASSERT_EQ(client.instruct(patBit), patBit);
+    EXPECT_EQ(client.nextPat().programCount, 1);
+}
+
+TEST_F(BoardProcess, AnswersWhileWhatArrivesIsNoTransportStream) {
+    constexpr Network network{"Udp", "udp", "127.0.0.1", 5610};
+    start({"udp://127.0.0.1:5610"});
+    ASSERT_TRUE(awaitConsole("no packets yet"));
+    sendDatagrams(network, someOfTheSample());
+    ASSERT_TRUE(awaitConsole("playing udp://")) << console;
+    const Repeater repeater(network, Bytes(std::size_t{100} * 7 * 188), std::chrono::milliseconds(0));
+    Client client;
+    EXPECT_EQ(client.instruct(patBit), patBit);
+    EXPECT_TRUE(awaitConsole("no packets for 2000 ms")) << console;
     const std::string said = stop();
     EXPECT_NE(said.find("exit code 0"), std::string::npos) << said;
 }

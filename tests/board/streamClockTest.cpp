@@ -124,26 +124,63 @@ TEST(StreamClock, GoesOnThroughTheSeamOfALoop) {
 
 TEST(StreamClock, FollowsOnePidOnlyUntilItFallsSilent) {
     constexpr std::uint16_t other = 300;
+    constexpr int stepsOfSilence = 13; // 0.52 s
     StreamClock clock;
     play(clock, 0, 10);
-    EXPECT_FALSE(clock.packet(other, 99 * step, std::nullopt));
-    for (int k = 0; k < 200; ++k) { // 0.8 s without the reference
-        clock.packet(pid, std::nullopt, std::nullopt);
+    for (int k = 0; k < stepsOfSilence; ++k) {
+        EXPECT_FALSE(clock.packet(other, k * step, std::nullopt)) << k;
     }
-    EXPECT_TRUE(clock.packet(other, 200 * step, std::nullopt));
-    const Ticks taken = clock.now();
-    clock.packet(other, 201 * step, std::nullopt);
-    EXPECT_EQ(clock.now(), taken + step);
+    EXPECT_TRUE(clock.packet(other, stepsOfSilence * step, std::nullopt));
+    EXPECT_EQ(clock.now(), (9 + stepsOfSilence) * step);
+    clock.packet(other, (stepsOfSilence + 1) * step, std::nullopt);
+    EXPECT_EQ(clock.now(), (9 + stepsOfSilence + 1) * step);
 }
 
-TEST(StreamClock, ReadsByEstimationWhileTheReferenceIsSilent) {
+TEST(StreamClock, KeepsToTheReferenceThroughALargePicture) {
+    constexpr std::uint16_t other = 300;
+    StreamClock clock;
+    for (int k = 0; k < 10; ++k) {
+        clock.packet(pid, k * step, std::nullopt);
+        clock.packet(other, 99 * step + k * step, std::nullopt);
+        for (int packet = 0; packet < (k == 8 ? 1000 : 10); ++packet) {
+            clock.packet(pid, std::nullopt, std::nullopt);
+            EXPECT_LE(clock.now(), (k + 1) * step);
+        }
+    }
+    EXPECT_EQ(clock.now() / step, 9);
+}
+
+TEST(StreamClock, ReadsByEstimationWhenTheReferenceIsGone) {
     StreamClock clock;
     play(clock, 0, 10);
     int readings = 0;
+    for (std::uint64_t k = 9; k < board::tunables::largestPicture; ++k) {
+        readings += clock.packet(pid, std::nullopt, std::nullopt) ? 1 : 0;
+    }
+    EXPECT_EQ(readings, 1) << "as many packets as a large picture has; then it is not one";
     for (int k = 0; k < 100; ++k) { // 0.4 s
         readings += clock.packet(pid, std::nullopt, std::nullopt) ? 1 : 0;
     }
-    EXPECT_EQ(readings, 4);
+    EXPECT_EQ(readings, 5);
+    EXPECT_EQ(clock.now() / step, 9 + (static_cast<Ticks>(board::tunables::largestPicture) + 100) / 10);
+}
+
+TEST(StreamClock, RunsByItsPacketsWhileThePcrIsStuck) {
+    StreamClock clock;
+    const Ticks before = play(clock, 0, 10);
+    for (int k = 0; k < 100; ++k) {
+        play(clock, 9 * step, 1);
+    }
+    EXPECT_NEAR(static_cast<double>(clock.now() - before), 100 * static_cast<double>(step),
+                static_cast<double>(step));
+}
+
+TEST(StreamClock, TakesADamagedPcrBehindItsRangeForNoStepBack) {
+    constexpr Ticks modulus = (Ticks{1} << 33) * 300;
+    StreamClock clock;
+    clock.packet(pid, modulus + 200, std::nullopt);
+    clock.packet(pid, step, std::nullopt);
+    EXPECT_EQ(clock.now(), step - 200);
 }
 
 TEST(StreamClock, RunsWithTimeStampsWhereThereIsNoPcr) {
@@ -170,11 +207,119 @@ TEST(StreamClock, RunsAtAnAssumedRateWhereThereIsNoTimeAtAll) {
                 1.0);
 }
 
-TEST(StreamClock, RunsWhileNothingArrives) {
+TEST(StreamClock, FollowsRealTimeWhileNothingArrives) {
     StreamClock clock;
     const Ticks before = play(clock, 0, 10);
-    clock.rest(board::ticksPerSecond);
-    EXPECT_EQ(clock.now(), before + board::ticksPerSecond);
+    EXPECT_FALSE(clock.realTime(board::tunables::shortPause - 1)) << "bursts are as far apart";
+    EXPECT_EQ(clock.now(), before);
+    EXPECT_TRUE(clock.realTime(1));
+    EXPECT_EQ(clock.now(), before + board::tunables::shortPause);
+    EXPECT_TRUE(clock.realTime(step));
+    EXPECT_EQ(clock.now(), before + board::tunables::shortPause + step);
+}
+
+// A live stream in real time, told after every PCR's packets.
+class LiveClock : public testing::Test {
+  protected:
+    // Ten packets, the first with this PCR, or with none.
+    void packets(std::optional<Ticks> pcr) {
+        clock.packet(pid, pcr, std::nullopt);
+        for (int packet = 0; packet < 9; ++packet) {
+            clock.packet(pid, std::nullopt, std::nullopt);
+        }
+    }
+
+    void run(Ticks firstPcr, int pcrs) {
+        for (int k = 0; k < pcrs; ++k) {
+            packets(firstPcr + k * step);
+            pass(step);
+        }
+    }
+
+    void pass(Ticks elapsed) {
+        clock.realTime(elapsed);
+        real += elapsed;
+    }
+
+    // How far time is from real time, in milliseconds.
+    double error() const {
+        return static_cast<double>(clock.now() - real) / static_cast<double>(board::ticksPerMillisecond);
+    }
+
+    StreamClock clock{board::SourceKind::live};
+    Ticks real = 0;
+};
+
+TEST_F(LiveClock, RunsByRealTimeWhenItsPcrHasDied) {
+    run(0, 50);
+    for (int k = 0; k < 50; ++k) { // a trickle of packets
+        clock.packet(pid, std::nullopt, std::nullopt);
+        pass(board::ticksPerSecond / 10);
+        EXPECT_NEAR(error(), 0, 600) << k;
+    }
+    EXPECT_NEAR(error(), 0, 100);
+}
+
+TEST_F(LiveClock, RunsByRealTimeWhenItsPcrIsStuck) {
+    run(0, 50);
+    for (int k = 0; k < 100; ++k) {
+        packets(50 * step);
+        pass(step);
+        EXPECT_NEAR(error(), 0, 600) << k;
+    }
+}
+
+TEST_F(LiveClock, RunsByRealTimeFromTheBeginningWhereNoTimeIsShown) {
+    for (std::uint64_t k = 0; k < 2 * board::tunables::stampPatience; ++k) {
+        clock.packet(pid, std::nullopt, std::nullopt);
+        pass(board::ticksPerMillisecond / 10); // 15 Mbit/s
+    }
+    EXPECT_EQ(clock.base(), TimeBase::assumedRate);
+    EXPECT_NEAR(error(), 0, 1);
+}
+
+TEST_F(LiveClock, TakesBurstsFarApartForARunningStream) {
+    for (int burst = 0; burst < 20; ++burst) {
+        for (int k = 0; k < 25; ++k) {
+            packets((25 * burst + k) * step);
+        }
+        for (int k = 0; k < 25; ++k) {
+            pass(step);
+        }
+        EXPECT_NEAR(error(), 0, 50) << burst;
+    }
+}
+
+TEST_F(LiveClock, GoesOnAtOnceWhenTheSenderHadStopped) {
+    run(0, 50);
+    pass(3 * board::ticksPerSecond / 2);
+    run(50 * step, 50);
+    EXPECT_NEAR(error(), 0, 50);
+}
+
+TEST_F(LiveClock, CountsALossOnTheWayOnce) {
+    run(0, 50);
+    pass(20 * step);
+    run(70 * step, 50);
+    EXPECT_NEAR(error(), 0, 50);
+}
+
+TEST_F(LiveClock, KeepsToThePcrOfASenderThatIsTooSlow) {
+    for (int k = 0; k < 500; ++k) {
+        packets(k * step);
+        pass(2 * step);
+    }
+    EXPECT_NEAR(static_cast<double>(clock.now()), 500 * static_cast<double>(step), static_cast<double>(step));
+}
+
+TEST_F(LiveClock, NoticesASilenceSoonThoughTheSendersClockIsFast) {
+    for (int k = 0; k < 25 * 3600; ++k) { // an hour, 0.01% fast
+        packets(k * step);
+        pass(step - step / 10'000);
+    }
+    const Ticks before = clock.now();
+    pass(board::tunables::shortPause + step);
+    EXPECT_GT(clock.now(), before + board::tunables::shortPause / 2);
 }
 
 } // namespace
