@@ -148,7 +148,11 @@ class Session {
           limits_(say), records_(std::make_unique<RecordSet>()) {}
 
     void run() {
-        awaitClient();
+        // With the stream's clock as the only clock, the stream begins when there is somebody to see its
+        // beginning.
+        if (options_.deterministic) {
+            publisher_.awaitClient();
+        }
         lastRead_ = realTime();
         while (!stopRequested()) {
             const auto outcome = reader_.read([this](const std::uint8_t* bytes) {
@@ -167,15 +171,6 @@ class Session {
     }
 
   private:
-    // With the stream's clock as the only clock, the stream begins when there is somebody to see its
-    // beginning.
-    void awaitClient() {
-        while (options_.deterministic && !publisher_.clientReady() && !stopRequested()) {
-            publisher_.attend(tunables::changeInterval, -1, [this] { return now(); });
-            publisher_.acceptClients();
-        }
-    }
-
     void packet(const std::uint8_t* bytes) {
         if (stopRequested()) {
             return;

@@ -163,6 +163,13 @@ void Publisher::attend(std::chrono::milliseconds longest, int descriptor, const 
     }
 }
 
+void Publisher::awaitClient() {
+    while (!clientReady() && !stopRequested()) {
+        serve(tunables::changeInterval, -1);
+        acceptClients();
+    }
+}
+
 bool Publisher::serve(std::chrono::milliseconds longest, int descriptor) {
     std::array<zmq_pollitem_t, 3> items{{{sockets_->instructions, 0, ZMQ_POLLIN, 0},
                                          {nullptr, descriptor, ZMQ_POLLIN, 0},

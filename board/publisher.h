@@ -56,6 +56,9 @@ class Publisher {
     // behind the wait, because that is when a client came.
     void attend(std::chrono::milliseconds longest, int descriptor, const Now& now);
 
+    // Attends to clients until one is ready, or a signal asks to stop, and publishes nothing.
+    void awaitClient();
+
     // Publishes what is due: every requested record after an instruction or a subscription and once an
     // interval, and in between those that have changed.
     void publish(const RecordSet& records, Instant now);

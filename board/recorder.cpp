@@ -194,7 +194,9 @@ class Replay {
   private:
     void runOnce() {
         reader_.rewind();
-        awaitClient();
+        if (options_.deterministic) {
+            publisher_->awaitClient();
+        }
         const auto start = now();
         while (const auto message = reader_.next()) {
             waitUntil(start + message->time);
@@ -218,13 +220,6 @@ class Replay {
             say(describe({options_.replay + " is cut off",
                           "the rest of message " + std::to_string(reader_.count() + 1), "the end of the file",
                           "it is replayed up to the message before"}));
-        }
-    }
-
-    void awaitClient() {
-        while (options_.deterministic && !publisher_->clientReady() && !stopRequested()) {
-            publisher_->attend(tunables::changeInterval, -1, now);
-            publisher_->acceptClients();
         }
     }
 

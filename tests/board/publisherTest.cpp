@@ -227,10 +227,7 @@ TEST_F(PublisherInHand, TakesNoSubscriptionBackForAMessageThatIsNone) {
     Client client;
     client.subscribe(patBit);
     std::thread instructing([&client] { client.instruct(patBit); });
-    while (!publisher.clientReady()) {
-        publisher.attend(patience, -1, atOnce);
-        publisher.acceptClients();
-    }
+    publisher.awaitClient();
     instructing.join();
     Stranger stranger;
     stranger.say("\2MPEG-STRUCT-PAT");
