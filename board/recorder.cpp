@@ -44,7 +44,8 @@ bool readable(const Socket& socket, milliseconds longest) {
     return zmq_poll(&item, 1, static_cast<long>(longest.count())) > 0;
 }
 
-void askForEverything(const Context& context) {
+// Returns false when a signal came before the reply.
+bool askForEverything(const Context& context) {
     const Socket instructor = connected(context, ZMQ_REQ, instructionEndpoint);
     const std::array<std::uint8_t, 2> word{allTopicBits & 0xFF, allTopicBits >> 8};
     zmq_send(instructor.get(), word.data(), word.size(), 0);
@@ -55,6 +56,7 @@ void askForEverything(const Context& context) {
                               "start the board first, or leave out --instruct"});
         }
     }
+    return !stopRequested();
 }
 
 using Bytes = std::vector<std::uint8_t>;
@@ -96,13 +98,15 @@ class Recorder {
         : options_(options), endpoint_("tcp://" + options.host + ":5101"), context_(zmq_ctx_new()),
           subscriber_(connected(context_, ZMQ_SUB, endpoint_)) {
         zmq_setsockopt(subscriber_.get(), ZMQ_SUBSCRIBE, "", 0);
-        if (options.instruct) {
-            askForEverything(context_);
+        if (!options.instruct || askForEverything(context_)) {
+            writer_.emplace(options.record);
         }
-        writer_.emplace(options.record);
     }
 
     void run() {
+        if (!writer_) {
+            return;
+        }
         const milliseconds longest =
             std::min(options_.duration, std::chrono::duration_cast<milliseconds>(longestTime));
         const auto start = Clock::now();

@@ -114,6 +114,20 @@ TEST_F(Recorder, StopsThoughNothingArrives) {
     EXPECT_NE(stop().find("recorded 0 messages to " + file + "\nexit code 0"), std::string::npos) << console;
 }
 
+TEST_F(Recorder, LeavesAnOlderRecordingAloneWhenItIsStoppedBeforeTheBoardAnswers) {
+    writeRecording({{0us, "MPEG-STRUCT-PAT", sizeof(PatRecord)}});
+    const std::string before = recorded();
+    zmq::context_t context;
+    zmq::socket_t silentBoard(context, ZMQ_REP);
+    silentBoard.set(zmq::sockopt::rcvtimeo, static_cast<int>(patience.count()));
+    silentBoard.bind("ipc:///run/shm/zmq/uRO_MMR_MPEGFE-1");
+    start({"--record", file, "--instruct"});
+    zmq::message_t word;
+    ASSERT_TRUE(silentBoard.recv(word));
+    EXPECT_EQ(stop(), "exit code 0");
+    EXPECT_EQ(recorded(), before);
+}
+
 TEST_F(Recorder, LeavesOutBrokenMessagesAndSaysSoOnceAKind) {
     Publisher publisher;
     start({"--record", file});
