@@ -51,26 +51,11 @@ void StreamClock::seam() {
     borrowed_ = 0;
 }
 
-// Time that runs ahead of real time in a burst is no silence in the pause behind it; but two clocks never
-// agree for long, so the lead fades.
 bool StreamClock::realTime(Ticks elapsed) {
-    const auto real = static_cast<double>(elapsed);
-    const double longestLead = source_ == SourceKind::live ? static_cast<double>(tunables::longestLead) : 0;
-    sinceStep_ += real;
-    lead_ = std::min(lead_ + (now_ - lastSeen_), longestLead);
-    lead_ = std::max(lead_ - real, -sinceStep_);
-    if (lead_ > 0) {
-        lead_ = std::max(lead_ - real * tunables::fadingLead, 0.0);
-    }
-    lastSeen_ = now_;
-    if (lead_ >= 0 || sinceStep_ < static_cast<double>(pause_)) {
-        return false;
-    }
-    borrowed_ -= lead_;
-    now_ -= lead_;
-    lastSeen_ = now_;
-    lead_ = 0;
-    return true;
+    const double owed = arrival_.owed(elapsed, now_);
+    now_ += owed;
+    borrowed_ += owed;
+    return owed > 0;
 }
 
 void StreamClock::sourceEnded() {
@@ -161,7 +146,7 @@ bool StreamClock::takesOver(std::uint16_t pid, Ticks value, Ticks modulus) {
 double StreamClock::step(Ticks ticks) {
     const double time = stoodStill(ticks) ? now_ : anchorTime_ + static_cast<double>(ticks);
     lastStep_ = ticks;
-    sinceStep_ = 0;
+    arrival_.streamRan();
     recentTicks_ += static_cast<double>(ticks);
     recentPackets_ += static_cast<double>(packetsSinceAnchor_);
     if (recentTicks_ > static_cast<double>(tunables::longestPcrStep)) {

@@ -4,6 +4,7 @@
 // real time shows no time, real time stands in for it.
 #pragma once
 
+#include "arrivalTime.h"
 #include "tunables.h"
 
 #include <cstdint>
@@ -14,14 +15,11 @@ namespace board {
 // What keeps the time.
 enum class TimeBase { none, pcr, timeStamps, assumedRate };
 
-// A source that cannot wait, a network, is live: what it does not time is timed by its arrival.
-enum class SourceKind { stored, live };
-
 class StreamClock {
   public:
     // pause is how long the reference may be silent before real time stands in for it.
     explicit StreamClock(SourceKind source = SourceKind::stored, Ticks pause = tunables::shortPause)
-        : source_(source), pause_(pause) {}
+        : source_(source), arrival_(source, pause) {}
 
     // Counts one packet of pid. Returns whether the clock can be read exactly now: the packet carried the
     // reference, or the reference is silent and a tenth of a second has passed by estimation.
@@ -76,7 +74,7 @@ class StreamClock {
     void chooseBase();
 
     SourceKind source_;
-    Ticks pause_;
+    ArrivalTime arrival_;
     TimeBase base_ = TimeBase::none;
     std::uint64_t packets_ = 0;
     std::optional<std::uint16_t> referencePid_;
@@ -90,10 +88,7 @@ class StreamClock {
     double ticksPerPacket_ = 0;
     double now_ = 0;
     double lastEstimate_ = 0;
-    double sinceStep_ = 0; // real time since the reference last ran on
-    double lead_ = 0;      // of time over real time: what a burst has brought too early
-    double lastSeen_ = 0;  // time when real time was last told
-    double borrowed_ = 0;  // of real time, since the anchor
+    double borrowed_ = 0; // of real time, since the anchor
 };
 
 } // namespace board
