@@ -65,9 +65,13 @@ void keepMaps(const std::vector<Program>& old, std::vector<Program>& programs) {
     }
 }
 
+std::uint64_t sectionKey(std::uint16_t pid, std::uint8_t tableId, std::uint16_t extension,
+                         std::uint8_t number) {
+    return std::uint64_t{pid} << 32 | std::uint64_t{tableId} << 24 | std::uint64_t{extension} << 8 | number;
+}
+
 std::uint64_t sectionKey(std::uint16_t pid, const SectionHeader& header) {
-    return std::uint64_t{pid} << 32 | std::uint64_t{header.tableId} << 24 |
-           std::uint64_t{header.extension} << 8 | header.number;
+    return sectionKey(pid, header.tableId, header.extension, header.number);
 }
 
 } // namespace
@@ -324,11 +328,13 @@ void Analyser::takeEit(std::uint16_t /*pid*/, const SectionHeader& header,
     if (!eit) {
         return;
     }
-    auto& table = eit_[std::uint32_t{service} << 8 | header.tableId];
+    endSchedule(service, header.tableId, eit->lastTable);
+    const EventTableKey key{service, header.tableId};
+    auto& table = eit_[key];
     if (keptEvents_ - table.size(header.number) + eit->events.size() > tunables::keptEvents) {
         return;
     }
-    table.put(header, eit->segmentLast, std::move(eit->events));
+    forgetEventSections(key, table.put(header, eit->segmentLast, std::move(eit->events)));
     EventTable& events = model_.events[service];
     events.transportStreamId = eit->transportStreamId;
     events.originalNetworkId = eit->originalNetworkId;
@@ -336,6 +342,41 @@ void Analyser::takeEit(std::uint16_t /*pid*/, const SectionHeader& header,
     keptEvents_ -= rows.size();
     rows = table.rows();
     keptEvents_ += rows.size();
+}
+
+// What a schedule table says is its last ends the schedule (ETSI EN 300 468, 5.2.4). One that lies about
+// itself is not believed.
+void Analyser::endSchedule(std::uint16_t service, std::uint8_t tableId, std::uint8_t lastTable) {
+    if (tableId < firstScheduleTable || lastTable < tableId) {
+        return;
+    }
+    auto table = eit_.upper_bound({service, lastTable});
+    while (table != eit_.end() && table->first.first == service) {
+        table = dropEvents(table);
+    }
+}
+
+// Takes a table of events away. Returns the next one.
+Analyser::EventTables::iterator Analyser::dropEvents(EventTables::iterator table) {
+    const auto [service, tableId] = table->first;
+    forgetEventSections(table->first, table->second.numbers());
+    const auto events = model_.events.find(service);
+    if (events != model_.events.end()) {
+        auto& tables = events->second.events;
+        keptEvents_ -= tables[tableId].size();
+        tables.erase(tableId);
+        if (tables.empty()) {
+            model_.events.erase(events);
+        }
+    }
+    return eit_.erase(table);
+}
+
+// Sections that are no longer there may come again as they were.
+void Analyser::forgetEventSections(EventTableKey table, const std::vector<std::uint8_t>& numbers) {
+    for (const std::uint8_t number : numbers) {
+        knownSections_.erase(sectionKey(eitPid, table.second, table.first, number));
+    }
 }
 
 // The PID of the NIT: the PAT's network entry names it, and DVB keeps to 16.

@@ -15,6 +15,7 @@
 #include <optional>
 #include <span>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace board {
@@ -89,6 +90,9 @@ class Analyser {
     };
     static const std::array<TableReader, 7> tableReaders;
 
+    using EventTableKey = std::pair<std::uint16_t, std::uint8_t>; // service_id and table_id
+    using EventTables = std::map<EventTableKey, SegmentedTable<Event>>;
+
     bool unreadablePacket(std::uint64_t number);
     PidState& stateOf(std::uint16_t pid, PidSlot& slot);
     bool follows(PidState& state, const std::uint8_t* bytes, bool hasPayload);
@@ -101,6 +105,9 @@ class Analyser {
     void takeSdt(std::uint16_t pid, const SectionHeader& header, std::span<const std::uint8_t> bytes);
     void takeNit(std::uint16_t pid, const SectionHeader& header, std::span<const std::uint8_t> bytes);
     void takeEit(std::uint16_t pid, const SectionHeader& header, std::span<const std::uint8_t> bytes);
+    void endSchedule(std::uint16_t service, std::uint8_t tableId, std::uint8_t lastTable);
+    EventTables::iterator dropEvents(EventTables::iterator table);
+    void forgetEventSections(EventTableKey table, const std::vector<std::uint8_t>& numbers);
     std::uint16_t networkPid() const;
     void assignPids();
     void assignSections();
@@ -127,7 +134,7 @@ class Analyser {
     SectionedTable<CaSystem> cat_;
     SectionedTable<Service> sdt_;
     SectionedTable<NetworkPart> nit_;
-    std::map<std::uint32_t, SegmentedTable<Event>> eit_;             // by service_id and table_id
+    EventTables eit_;
     std::size_t keptEvents_ = 0;                                     // of all services
     std::unordered_map<std::uint64_t, std::uint32_t> knownSections_; // CRC by PID, table, extension, number
 };

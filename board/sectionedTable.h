@@ -55,14 +55,32 @@ class SectionedTable {
 template <class Row>
 class SegmentedTable {
   public:
-    // Takes one section's rows. segmentLast is the segment_last_section_number beside them.
-    void put(const SectionHeader& header, std::uint8_t segmentLast, std::vector<Row> rows) {
+    // Takes one section's rows. segmentLast is the segment_last_section_number beside them. Returns the
+    // numbers of the sections that are no longer there.
+    std::vector<std::uint8_t> put(const SectionHeader& header, std::uint8_t segmentLast,
+                                  std::vector<Row> rows) {
+        std::vector<std::uint8_t> gone;
         std::erase_if(sections_, [&](const auto& entry) {
             const auto& [number, section] = entry;
-            return section.version != header.version &&
-                   (number > header.last || (sameSegment(number, header.number) && number > segmentLast));
+            const bool over =
+                section.version != header.version &&
+                (number > header.last || (sameSegment(number, header.number) && number > segmentLast));
+            if (over) {
+                gone.push_back(number);
+            }
+            return over;
         });
         sections_[header.number] = {header.version, std::move(rows)};
+        return gone;
+    }
+
+    // The numbers of its sections.
+    std::vector<std::uint8_t> numbers() const {
+        std::vector<std::uint8_t> all;
+        for (const auto& [number, section] : sections_) {
+            all.push_back(number);
+        }
+        return all;
     }
 
     // How many rows a section of this number has.

@@ -125,8 +125,11 @@ std::optional<EitSection> readEit(std::span<const std::uint8_t> section) {
     if (eit == nullptr || !eit->actual_stream) {
         return std::nullopt;
     }
-    EitSection result{
-        eit->transport_stream_id, eit->original_network_id, eit->segment_last_section_number, {}};
+    EitSection result{eit->transport_stream_id,
+                      eit->original_network_id,
+                      eit->segment_last_section_number,
+                      eit->last_table_id,
+                      {}};
     for (const GstMpegtsEITEvent* event : gst::items<GstMpegtsEITEvent>(eit->events)) {
         result.events.push_back(eventOf(*event));
     }

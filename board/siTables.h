@@ -22,6 +22,7 @@ struct EitSection {
     std::uint16_t transportStreamId;
     std::uint16_t originalNetworkId;
     std::uint8_t segmentLast; // segment_last_section_number
+    std::uint8_t lastTable;   // last_table_id
     std::vector<Event> events;
 };
 std::optional<EitSection> readEit(std::span<const std::uint8_t> section);

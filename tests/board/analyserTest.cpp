@@ -25,9 +25,9 @@ class Analyser : public testing::Test {
         board::initialiseLibraries(false);
     }
 
-    void play(const Packets& packets) {
+    void play(const Packets& packets, std::size_t from = 0) {
         const Bytes& bytes = packets.bytes();
-        for (std::size_t at = 0; at < bytes.size(); at += board::tsPacketSize) {
+        for (std::size_t at = from; at < bytes.size(); at += board::tsPacketSize) {
             analyser.packet(bytes.data() + at);
         }
     }
@@ -381,9 +381,7 @@ TEST_F(Analyser, KeepsAnSdtUntilItsNewVersionIsWhole) {
     const auto playSdt = [&](const Bytes& section) {
         const std::size_t before = packets.bytes().size();
         packets.section(17, section);
-        for (std::size_t at = before; at < packets.bytes().size(); at += board::tsPacketSize) {
-            analyser.packet(packets.bytes().data() + at);
-        }
+        play(packets, before);
     };
     playSdt(part(1, "One", {0, 0, 1}));
     EXPECT_EQ(serviceNames(), "One ") << "what there is, before the first whole table";
@@ -429,6 +427,46 @@ TEST_F(Analyser, ReplacesAScheduleSectionBySection) {
     later.section(18, part(20, {1, 0, 8, 1}));
     play(later);
     EXPECT_EQ(eventIds(), "0x50: 20 11 18; ") << "without what is beyond the segment's end and the table's";
+}
+
+TEST_F(Analyser, EndsAScheduleWithItsLastTable) {
+    const auto part = [](std::uint8_t table, std::uint16_t event, std::uint8_t version,
+                         std::uint8_t lastTable) {
+        return eit(table, 5, 77, 9, {{event, 60000, 3600, 1800, {}}}, {version, 0, 0, 0, lastTable});
+    };
+    Packets packets = oneProgram();
+    const auto idsAfter = [&](const Bytes& section) {
+        const std::size_t before = packets.bytes().size();
+        packets.section(18, section);
+        play(packets, before);
+        return eventIds();
+    };
+    play(packets);
+    idsAfter(part(0x4E, 1, 0, 0x4E));
+    idsAfter(part(0x50, 10, 0, 0x52));
+    idsAfter(part(0x51, 11, 0, 0x52));
+    EXPECT_EQ(idsAfter(part(0x52, 12, 0, 0x52)), "0x4e: 1; 0x50: 10; 0x51: 11; 0x52: 12; ");
+    EXPECT_EQ(idsAfter(part(0x51, 21, 1, 0x50)), "0x4e: 1; 0x50: 10; 0x51: 21; 0x52: 12; ")
+        << "a table beyond its own last one is wrong about it";
+    EXPECT_EQ(idsAfter(part(0x4E, 2, 1, 0x4E)), "0x4e: 2; 0x50: 10; 0x51: 21; 0x52: 12; ")
+        << "present/following says nothing of the schedule";
+    EXPECT_EQ(idsAfter(part(0x50, 20, 1, 0x50)), "0x4e: 2; 0x50: 20; ");
+    EXPECT_EQ(idsAfter(part(0x52, 12, 0, 0x52)), "0x4e: 2; 0x50: 20; 0x52: 12; ")
+        << "it comes again as it was";
+}
+
+TEST_F(Analyser, TakesAScheduleSectionThatComesAgainAfterItWasGone) {
+    const auto part = [](std::uint16_t event, Version version) {
+        return eit(0x50, 5, 77, 9, {{event, 60000, 3600, 1800, {}}}, version);
+    };
+    Packets packets = oneProgram();
+    for (int round = 0; round < 2; ++round) { // as a file does that starts over
+        packets.section(18, part(20, {1, 0, 0}));
+        packets.section(18, part(10, {0, 0, 1}));
+        packets.section(18, part(11, {0, 1, 1}));
+    }
+    play(packets);
+    EXPECT_EQ(eventIds(), "0x50: 10 11; ");
 }
 
 TEST_F(Analyser, KeepsNoMoreEventsThanItHasRoomFor) {

@@ -145,7 +145,8 @@ Bytes eit(std::uint8_t tableId, std::uint16_t serviceId, std::uint16_t transport
           std::uint16_t originalNetworkId, const std::vector<EitRow>& rows, Version version) {
     Bytes body = joined({number(transportStreamId, 2),
                          number(originalNetworkId, 2),
-                         {std::min(version.last, version.segmentLast), tableId}});
+                         {std::min(version.last, version.segmentLast),
+                          version.lastTable == 0 ? tableId : version.lastTable}});
     for (const EitRow& row : rows) {
         body = joined({body, number(row.eventId, 2), number(row.date, 2), clock(row.startSeconds),
                        clock(row.duration), number(row.descriptors.size(), 2), row.descriptors});

@@ -34,6 +34,7 @@ struct Version {
     std::uint8_t number = 0;
     std::uint8_t last = 0;
     std::uint8_t segmentLast = 255; // of an EIT; nothing beyond the table's last
+    std::uint8_t lastTable = 0;     // last_table_id of an EIT; 0: its own
 };
 struct PatRow {
     std::uint16_t program;
