@@ -8,6 +8,7 @@
 #include <bitstream/mpeg/ts.h>
 
 #include <algorithm>
+#include <iterator>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
@@ -220,16 +221,20 @@ void Analyser::section(std::uint16_t pid, std::span<const std::uint8_t> bytes) {
     if (!header->current) {
         return;
     }
+    remember(pid, *header);
     for (const TableReader& reader : tableReaders) {
         if ((reader.pid == pid || reader.pid == anyPid) && header->tableId >= reader.firstTable &&
             header->tableId <= reader.lastTable) {
             (this->*reader.take)(pid, *header, bytes);
         }
     }
+}
+
+void Analyser::remember(std::uint16_t pid, const SectionHeader& header) {
     if (knownSections_.size() >= tunables::rememberedSections) {
         knownSections_.clear();
     }
-    knownSections_[sectionKey(pid, *header)] = header->crc;
+    knownSections_[sectionKey(pid, header)] = header.crc;
 }
 
 // The tables of the time have neither header nor version. Where both come, they are told as one: the TDT.
@@ -245,8 +250,7 @@ void Analyser::takeTime(std::uint16_t pid, std::span<const std::uint8_t> bytes) 
     }
 }
 
-void Analyser::takePat(std::uint16_t /*pid*/, const SectionHeader& header,
-                       std::span<const std::uint8_t> bytes) {
+void Analyser::takePat(std::uint16_t pid, const SectionHeader& header, std::span<const std::uint8_t> bytes) {
     auto rows = readPat(bytes);
     if (!rows) {
         return;
@@ -267,7 +271,9 @@ void Analyser::takePat(std::uint16_t /*pid*/, const SectionHeader& header,
     keepMaps(model_.programs, programs);
     model_.transportStreamId = header.extension;
     model_.programs = std::move(programs);
+    dropEventsOfNoProgram();
     knownSections_.clear(); // a map that nobody asked for before may be wanted now
+    remember(pid, header);
     assignPids();
 }
 
@@ -330,18 +336,27 @@ void Analyser::takeEit(std::uint16_t /*pid*/, const SectionHeader& header,
     }
     endSchedule(service, header.tableId, eit->lastTable);
     const EventTableKey key{service, header.tableId};
-    auto& table = eit_[key];
-    if (keptEvents_ - table.size(header.number) + eit->events.size() > tunables::keptEvents) {
+    SegmentedTable<Event>& table = eit_[key];
+    const std::size_t before = table.size();
+    const std::size_t others = before - table.size(header.number);
+    if (header.tableId == eitPresentTable) { // one or two in truth, and no record shows more than this
+        eit->events.resize(std::min(eit->events.size(), maxEvents - others));
+    }
+    EventRoom& room = eventRoom(header.tableId);
+    if (room.kept - before + others + eit->events.size() > room.most) {
+        forgetEventSections(key, {header.number}); // there may be room when it comes again
         return;
     }
     forgetEventSections(key, table.put(header, eit->segmentLast, std::move(eit->events)));
+    room.kept = room.kept - before + table.size();
     EventTable& events = model_.events[service];
     events.transportStreamId = eit->transportStreamId;
     events.originalNetworkId = eit->originalNetworkId;
-    std::vector<Event>& rows = events.events[header.tableId];
-    keptEvents_ -= rows.size();
-    rows = table.rows();
-    keptEvents_ += rows.size();
+    events.events[header.tableId] = table.rows();
+}
+
+Analyser::EventRoom& Analyser::eventRoom(std::uint8_t tableId) {
+    return tableId == eitPresentTable ? presentRoom_ : scheduleRoom_;
 }
 
 // What a schedule table says is its last ends the schedule (ETSI EN 300 468, 5.2.4). One that lies about
@@ -360,16 +375,26 @@ void Analyser::endSchedule(std::uint16_t service, std::uint8_t tableId, std::uin
 Analyser::EventTables::iterator Analyser::dropEvents(EventTables::iterator table) {
     const auto [service, tableId] = table->first;
     forgetEventSections(table->first, table->second.numbers());
+    eventRoom(tableId).kept -= table->second.size();
     const auto events = model_.events.find(service);
     if (events != model_.events.end()) {
-        auto& tables = events->second.events;
-        keptEvents_ -= tables[tableId].size();
-        tables.erase(tableId);
-        if (tables.empty()) {
+        events->second.events.erase(tableId);
+        if (events->second.events.empty()) {
             model_.events.erase(events);
         }
     }
     return eit_.erase(table);
+}
+
+// Those of programs that the PAT no longer names.
+void Analyser::dropEventsOfNoProgram() {
+    std::unordered_set<std::uint16_t> listed;
+    for (const Program& program : model_.programs) {
+        listed.insert(program.number);
+    }
+    for (auto table = eit_.begin(); table != eit_.end();) {
+        table = listed.contains(table->first.first) ? std::next(table) : dropEvents(table);
+    }
 }
 
 // Sections that are no longer there may come again as they were.
@@ -502,7 +527,8 @@ void Analyser::restart() {
     sdt_ = {};
     nit_ = {};
     eit_.clear();
-    keptEvents_ = 0;
+    presentRoom_.kept = 0;
+    scheduleRoom_.kept = 0;
     lastJudgement_.reset();
     knownSections_.clear();
     clock_.seam();

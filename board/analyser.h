@@ -90,6 +90,13 @@ class Analyser {
     };
     static const std::array<TableReader, 7> tableReaders;
 
+    // How many events are kept, and how many may be. Present/following has a room of its own, so that no
+    // schedule keeps it out.
+    struct EventRoom {
+        std::size_t most;
+        std::size_t kept = 0;
+    };
+
     using EventTableKey = std::pair<std::uint16_t, std::uint8_t>; // service_id and table_id
     using EventTables = std::map<EventTableKey, SegmentedTable<Event>>;
 
@@ -107,6 +114,9 @@ class Analyser {
     void takeEit(std::uint16_t pid, const SectionHeader& header, std::span<const std::uint8_t> bytes);
     void endSchedule(std::uint16_t service, std::uint8_t tableId, std::uint8_t lastTable);
     EventTables::iterator dropEvents(EventTables::iterator table);
+    void dropEventsOfNoProgram();
+    EventRoom& eventRoom(std::uint8_t tableId);
+    void remember(std::uint16_t pid, const SectionHeader& header);
     void forgetEventSections(EventTableKey table, const std::vector<std::uint8_t>& numbers);
     std::uint16_t networkPid() const;
     void assignPids();
@@ -135,7 +145,8 @@ class Analyser {
     SectionedTable<Service> sdt_;
     SectionedTable<NetworkPart> nit_;
     EventTables eit_;
-    std::size_t keptEvents_ = 0;                                     // of all services
+    EventRoom presentRoom_{tunables::keptPresentEvents};
+    EventRoom scheduleRoom_{tunables::keptEvents};
     std::unordered_map<std::uint64_t, std::uint32_t> knownSections_; // CRC by PID, table, extension, number
 };
 

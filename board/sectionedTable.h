@@ -70,11 +70,14 @@ class SegmentedTable {
             }
             return over;
         });
-        sections_[header.number] = {header.version, std::move(rows)};
+        sections_.erase(header.number);
+        if (!rows.empty()) { // so that what is kept is bounded by its rows
+            sections_.emplace(header.number, Section{header.version, std::move(rows)});
+        }
         return gone;
     }
 
-    // The numbers of its sections.
+    // The numbers of its sections that have rows.
     std::vector<std::uint8_t> numbers() const {
         std::vector<std::uint8_t> all;
         for (const auto& [number, section] : sections_) {
@@ -87,6 +90,15 @@ class SegmentedTable {
     std::size_t size(std::uint8_t number) const {
         const auto found = sections_.find(number);
         return found == sections_.end() ? 0 : found->second.rows.size();
+    }
+
+    // How many rows all sections have.
+    std::size_t size() const {
+        std::size_t all = 0;
+        for (const auto& [number, section] : sections_) {
+            all += section.rows.size();
+        }
+        return all;
     }
 
     // All rows, in the order of the sections.

@@ -41,7 +41,8 @@ inline constexpr std::uint64_t settlePackets = 400'000;       // settling never 
 
 // What is kept of a stream; far more than any real one has.
 inline constexpr std::size_t rememberedSections = 131'072; // to be recognised when they are repeated
-inline constexpr std::size_t keptEvents = 32'768;          // of the EIT, all services together
+inline constexpr std::size_t keptEvents = 32'768;          // of all services' schedules together
+inline constexpr std::size_t keptPresentEvents = 32'768;   // of all services' present/following together
 inline constexpr std::size_t probedStreams = 1'024;        // whose headers are looked at
 
 // The stream clock.

@@ -32,6 +32,13 @@ class Analyser : public testing::Test {
         }
     }
 
+    // Adds a section to the packets and plays it.
+    void playSection(Packets& packets, std::uint16_t pid, const Bytes& section) {
+        const std::size_t before = packets.bytes().size();
+        packets.section(pid, section);
+        play(packets, before);
+    }
+
     const board::StreamModel& model() const {
         return analyser.model();
     }
@@ -378,11 +385,7 @@ TEST_F(Analyser, KeepsAnSdtUntilItsNewVersionIsWhole) {
         return sdt(77, 9, {{service, false, serviceDescriptor(1, "", name)}}, version);
     };
     Packets packets; // its counters go on through the test
-    const auto playSdt = [&](const Bytes& section) {
-        const std::size_t before = packets.bytes().size();
-        packets.section(17, section);
-        play(packets, before);
-    };
+    const auto playSdt = [&](const Bytes& section) { playSection(packets, 17, section); };
     playSdt(part(1, "One", {0, 0, 1}));
     EXPECT_EQ(serviceNames(), "One ") << "what there is, before the first whole table";
     playSdt(part(2, "Two", {0, 1, 1}));
@@ -436,9 +439,7 @@ TEST_F(Analyser, EndsAScheduleWithItsLastTable) {
     };
     Packets packets = oneProgram();
     const auto idsAfter = [&](const Bytes& section) {
-        const std::size_t before = packets.bytes().size();
-        packets.section(18, section);
-        play(packets, before);
+        playSection(packets, 18, section);
         return eventIds();
     };
     play(packets);
@@ -467,6 +468,94 @@ TEST_F(Analyser, TakesAScheduleSectionThatComesAgainAfterItWasGone) {
     }
     play(packets);
     EXPECT_EQ(eventIds(), "0x50: 10 11; ");
+}
+
+TEST_F(Analyser, DropsTheEventsOfAProgramThatLeavesThePat) {
+    Packets packets;
+    packets.section(0, pat(77, {{5, pmtPid}, {6, pmtPid + 1}}));
+    packets.section(18, eit(0x4E, 5, 77, 9, {{1, 60000, 0, 60, {}}}));
+    packets.section(18, eit(0x4E, 6, 77, 9, {{2, 60000, 0, 60, {}}}));
+    packets.section(18, eit(0x50, 6, 77, 9, {{3, 60000, 0, 60, {}}}));
+    play(packets);
+    EXPECT_EQ(model().events.size(), 2U);
+    playSection(packets, 0, pat(77, {{5, pmtPid}}, {1, 0, 0}));
+    EXPECT_FALSE(model().events.contains(6));
+    EXPECT_EQ(eventIds(), "0x4e: 1; ");
+}
+
+TEST_F(Analyser, TakesEventsOnceThereIsRoom) {
+    const std::vector<EitRow> rows(300, EitRow{1, 60000, 0, 60, {}});
+    const auto otherSchedule = [](const std::vector<EitRow>& events, std::uint8_t version, int number) {
+        return eit(0x50, 6, 77, 9, events, {version, static_cast<std::uint8_t>(number), 255});
+    };
+    const Bytes schedule = eit(0x50, 5, 77, 9, rows);
+    Packets packets;
+    packets.section(0, pat(77, {{5, pmtPid}, {6, pmtPid + 1}}));
+    for (int number = 0; number < 256; ++number) {
+        packets.section(18, otherSchedule(rows, 0, number));
+    }
+    packets.section(18, schedule);
+    play(packets);
+    EXPECT_FALSE(model().events.contains(5)) << "there is no room";
+    playSection(packets, 18, eit(0x4E, 5, 77, 9, {{1, 60000, 0, 60, {}}}));
+    EXPECT_EQ(eventIds(), "0x4e: 1; ") << "present/following has a room of its own";
+    playSection(packets, 18, otherSchedule({}, 1, 0));
+    playSection(packets, 18, schedule);
+    ASSERT_TRUE(model().events.at(5).events.contains(0x50)) << "it comes again as it was";
+    EXPECT_EQ(model().events.at(5).events.at(0x50).size(), rows.size());
+}
+
+TEST_F(Analyser, FindsRoomForEventsWhereAProgramHasLeftThePat) {
+    const std::vector<EitRow> rows(300, EitRow{1, 60000, 0, 60, {}});
+    Packets packets;
+    for (std::uint8_t version = 0; version < 5; ++version) { // each time another program fills the room
+        const auto program = static_cast<std::uint16_t>(6 + version);
+        packets.section(0, pat(77, {{5, pmtPid}, {program, pmtPid + 1}}, {version, 0, 0}));
+        for (int number = 0; number < 110; ++number) {
+            packets.section(18, eit(0x50, program, 77, 9, rows, {0, static_cast<std::uint8_t>(number), 255}));
+        }
+    }
+    play(packets);
+    EXPECT_EQ(model().events.size(), 1U);
+    EXPECT_GT(model().events.at(10).events.at(0x50).size() + rows.size(), board::tunables::keptEvents);
+}
+
+TEST_F(Analyser, KeepsNoMorePresentEventsOfAServiceThanARecordShows) {
+    const std::vector<EitRow> rows(200, EitRow{1, 60000, 0, 60, {}});
+    Packets packets = oneProgram();
+    for (std::uint8_t version = 0; version < 2; ++version) {
+        for (std::uint8_t number = 0; number < 8; ++number) {
+            packets.section(18, eit(0x4E, 5, 77, 9, rows, {version, number, 255}));
+        }
+    }
+    play(packets);
+    EXPECT_EQ(model().events.at(5).events.at(0x4E).size(), 60U);
+}
+
+TEST_F(Analyser, KeepsNoMorePresentEventsOfAllServicesThanItHasRoomFor) {
+    constexpr std::uint16_t services = 1000; // more than fit with as many events as a record shows
+    constexpr std::uint16_t rowsPerPat = 250;
+    const std::vector<EitRow> rows(60, EitRow{1, 60000, 0, 60, {}});
+    Packets packets;
+    for (std::uint8_t number = 0; number < services / rowsPerPat; ++number) {
+        std::vector<PatRow> programs;
+        for (std::uint16_t k = 0; k < rowsPerPat; ++k) {
+            programs.push_back({static_cast<std::uint16_t>(number * rowsPerPat + k + 1), pmtPid});
+        }
+        packets.section(0, pat(77, programs, {0, number, services / rowsPerPat - 1}));
+    }
+    for (std::uint16_t service = 1; service <= services; ++service) {
+        packets.section(18, eit(0x4E, service, 77, 9, rows));
+    }
+    play(packets);
+    std::size_t kept = 0;
+    for (const auto& [service, table] : model().events) {
+        for (const auto& [tableId, events] : table.events) {
+            kept += events.size();
+        }
+    }
+    EXPECT_LE(kept, board::tunables::keptPresentEvents);
+    EXPECT_GT(kept + rows.size(), board::tunables::keptPresentEvents);
 }
 
 TEST_F(Analyser, KeepsNoMoreEventsThanItHasRoomFor) {
