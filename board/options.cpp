@@ -1,6 +1,7 @@
 #include "options.h"
 
 #include "boardError.h"
+#include "packetSource.h"
 
 #include <algorithm>
 #include <array>
@@ -38,17 +39,32 @@ std::chrono::milliseconds parseMilliseconds(std::string_view option, std::string
     return std::chrono::milliseconds(parseNumber(option, "milliseconds", text, {1, hour}));
 }
 
-// What the board is started for, as bits.
+// What the board is started for, and with which kind of source, as bits.
 using Uses = unsigned;
 constexpr Uses playing = 1;
-constexpr Uses recording = 2;
-constexpr Uses replaying = 4;
-constexpr Uses helping = 8;
+constexpr Uses printing = 2;
+constexpr Uses recording = 4;
+constexpr Uses replaying = 8;
+constexpr Uses fromFile = 16;
+constexpr Uses fromDatagrams = 32;
+constexpr Uses fromSrt = 64;
+constexpr Uses fromAnywhere = fromFile | fromDatagrams | fromSrt;
+constexpr Uses forAnything = playing | printing | recording | replaying;
 
-constexpr std::array<std::pair<Uses, const char*>, 3> usesInWords{{
+constexpr std::array<std::pair<Uses, const char*>, 7> usesInWords{{
     {playing, "a transport stream to play"},
+    {printing, "records to print"},
     {recording, "a board to record"},
     {replaying, "a recording to replay"},
+    {fromFile, "a file or standard input"},
+    {fromDatagrams, "a UDP or RTP address"},
+    {fromSrt, "an SRT address"},
+}};
+
+constexpr std::array<std::pair<std::string_view, Uses>, 3> schemes{{
+    {"udp://", fromDatagrams},
+    {"rtp://", fromDatagrams},
+    {"srt://", fromSrt},
 }};
 
 std::string inWords(Uses uses) {
@@ -63,13 +79,23 @@ std::string inWords(Uses uses) {
 }
 
 Uses useOf(const Options& options) {
-    if (options.help) {
-        return helping;
-    }
     if (!options.record.empty()) {
         return recording;
     }
-    return options.replay.empty() ? playing : replaying;
+    if (!options.replay.empty()) {
+        return replaying;
+    }
+    return options.print ? printing : playing;
+}
+
+// An address of no known scheme may be anything, until it cannot be opened.
+Uses sourceOf(const Options& options) {
+    const auto scheme =
+        std::ranges::find_if(schemes, [&](const auto& one) { return options.source.starts_with(one.first); });
+    if (scheme != schemes.end()) {
+        return scheme->second;
+    }
+    return isNetworkAddress(options.source) ? fromAnywhere : fromFile;
 }
 
 struct KnownOption {
@@ -80,27 +106,29 @@ struct KnownOption {
 };
 
 constexpr std::array<KnownOption, 15> knownOptions{{
-    {"once", no_argument, playing | replaying, [](Options& options, const char*) { options.once = true; }},
-    {"fast", no_argument, playing | replaying, [](Options& options, const char*) { options.fast = true; }},
-    {"new-stream-on-loop", no_argument, playing,
+    {"once", no_argument, playing | printing | replaying | fromFile,
+     [](Options& options, const char*) { options.once = true; }},
+    {"fast", no_argument, playing | printing | replaying | fromFile,
+     [](Options& options, const char*) { options.fast = true; }},
+    {"new-stream-on-loop", no_argument, playing | fromFile,
      [](Options& options, const char*) { options.newStreamOnLoop = true; }},
-    {"interface", required_argument, playing,
+    {"interface", required_argument, playing | printing | fromDatagrams,
      [](Options& options, const char* value) { options.interface = value; }},
-    {"interval", required_argument, playing | replaying,
+    {"interval", required_argument, playing | replaying | fromAnywhere,
      [](Options& options, const char* value) { options.interval = parseMilliseconds("--interval", value); }},
-    {"rate-period", required_argument, playing,
+    {"rate-period", required_argument, playing | printing | fromAnywhere,
      [](Options& options, const char* value) {
          options.ratePeriod =
              parseNumber("--rate-period", "milliseconds", value, {0, hour}) * ticksPerMillisecond;
      }},
-    {"service", required_argument, playing,
+    {"service", required_argument, playing | printing | fromAnywhere,
      [](Options& options, const char* value) {
          options.eventService =
              static_cast<std::uint16_t>(parseNumber("--service", "a program number", value, {1, 65535}));
      }},
-    {"deterministic", no_argument, playing | replaying,
+    {"deterministic", no_argument, playing | replaying | fromAnywhere,
      [](Options& options, const char*) { options.deterministic = true; }},
-    {"print", no_argument, playing,
+    {"print", no_argument, printing | fromAnywhere,
      [](Options& options, const char*) { options.print = options.once = options.fast = true; }},
     {"record", required_argument, recording,
      [](Options& options, const char* value) { options.record = value; }},
@@ -110,7 +138,7 @@ constexpr std::array<KnownOption, 15> knownOptions{{
      [](Options& options, const char* value) { options.duration = parseMilliseconds("--duration", value); }},
     {"replay", required_argument, replaying,
      [](Options& options, const char* value) { options.replay = value; }},
-    {"help", no_argument, playing | recording | replaying,
+    {"help", no_argument, forAnything | fromAnywhere,
      [](Options& options, const char*) { options.help = true; }},
 }};
 
@@ -122,20 +150,19 @@ std::array<option, knownOptions.size() + 1> forGetopt() {
     return all;
 }
 
-// An option without an effect is a misunderstanding, and better told than kept.
-void requireUse(const std::vector<const KnownOption*>& given, const Options& options) {
-    const Uses use = useOf(options);
+// An option without an effect is a misunderstanding, and better told than kept. use is what holds of the uses
+// in question.
+void requireUse(const std::vector<const KnownOption*>& given, Uses use, Uses question) {
     for (const KnownOption* option : given) {
-        if (use != helping && (option->uses & use) == 0) {
-            throw BoardError({std::string("cannot use --") + option->name, inWords(option->uses),
+        if ((option->uses & use) == 0) {
+            throw BoardError({std::string("cannot use --") + option->name, inWords(option->uses & question),
                               inWords(use), "see mpegfe-board --help"});
         }
     }
 }
 
 // What stands on the command line beside options.
-void takeSource(std::span<char* const> names, Options& options) {
-    const bool needed = useOf(options) == playing;
+void takeSource(std::span<char* const> names, bool needed, Options& options) {
     if (names.size() != (needed ? 1 : 0)) {
         throw BoardError({"cannot read the command line",
                           needed ? "one transport stream" : "nothing but options",
@@ -198,10 +225,19 @@ Options parseOptions(std::span<char* const> arguments) {
         given.push_back(&knownOptions[static_cast<std::size_t>(index)]);
         given.back()->take(options, optarg);
     }
-    requireUse(given, options);
-    takeSource(
-        std::span(argv).subspan(static_cast<std::size_t>(optind), static_cast<std::size_t>(argc - optind)),
-        options);
+    const auto names =
+        std::span(argv).subspan(static_cast<std::size_t>(optind), static_cast<std::size_t>(argc - optind));
+    if (options.help) {
+        takeSource(names, false, options);
+        return options;
+    }
+    const Uses use = useOf(options);
+    const bool needsSource = (use & (playing | printing)) != 0;
+    requireUse(given, use, forAnything);
+    takeSource(names, needsSource, options);
+    if (needsSource) {
+        requireUse(given, sourceOf(options), fromAnywhere);
+    }
     return options;
 }
 
