@@ -87,12 +87,8 @@ const std::array<Analyser::TableReader, 7> Analyser::tableReaders{{
     {eitPid, firstScheduleTable, lastScheduleTable, &Analyser::takeEit},
 }};
 
-// Real time stands in for a silent stream clock soon enough for the rates to be at 0 within their period.
 Analyser::Analyser(Ticks ratePeriod, SourceKind source)
-    : ratePeriod_(ratePeriod),
-      clock_(source,
-             ratePeriod > 0 ? std::min(tunables::shortPause, ratePeriod * 6 / 10) : tunables::shortPause),
-      rates_(ratePeriod), slots_(pidValues) {
+    : ratePeriod_(ratePeriod), clock_(source, ratePeriod), rates_(ratePeriod), slots_(pidValues) {
     assignPids();
 }
 

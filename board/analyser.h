@@ -38,8 +38,8 @@ class Analyser {
     // The file starts over: what spans the seam is dropped, the clock goes on.
     void seam();
 
-    // So much real time has passed since the last call: for a live source at every read, for a stored one
-    // while it has nothing to give. Returns whether the stream clock has moved: rates fall in a silence.
+    // So much real time has passed since the last call, for a source that can be silent. Returns whether the
+    // stream clock has moved: rates fall in a silence.
     bool realTime(Ticks elapsed);
 
     // Another stream begins: nothing known so far is true any more.

@@ -20,13 +20,20 @@ class PacketSync {
     template <class OnPacket>
     void push(std::span<const std::uint8_t> bytes, OnPacket&& onPacket) {
         pending_.insert(pending_.end(), bytes.begin(), bytes.end());
-        drain(false, onPacket);
+        drain(Flow::goesOn, onPacket);
+    }
+
+    // Nothing has come for a while: hands out the whole packets that were held back until it is known what
+    // follows them.
+    template <class OnPacket>
+    void rest(OnPacket&& onPacket) {
+        drain(Flow::rests, onPacket);
     }
 
     // Hands out what is left at the end of the flow; the next push starts a new flow of the same format.
     template <class OnPacket>
     void finish(OnPacket&& onPacket) {
-        drain(true, onPacket);
+        drain(Flow::ended, onPacket);
         pending_.clear();
     }
 
@@ -42,16 +49,17 @@ class PacketSync {
     }
 
   private:
+    enum class Flow { goesOn, rests, ended };
+
     template <class OnPacket>
-    void drain(bool atEnd, OnPacket& onPacket) {
+    void drain(Flow flow, OnPacket& onPacket) {
         std::size_t at = 0;
         while (true) {
-            if (!locked_ && !lock(at, atEnd)) {
+            if (!locked_ && !lock(at, flow == Flow::ended)) {
                 break;
             }
             const std::size_t left = pending_.size() - at;
-            // What follows a packet tells whether it is whole, so wait for it.
-            if (left < tsPacketSize || (!atEnd && left < tunables::relockPackets * stride_)) {
+            if (left < bytesNeeded(flow)) {
                 break;
             }
             if (pending_[at] != tsSyncByte) {
@@ -69,6 +77,18 @@ class PacketSync {
             at += left < stride_ ? left : stride_;
         }
         pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(at));
+    }
+
+    // Behind the start of a packet. What follows it tells whether it is whole, so that is waited for.
+    std::size_t bytesNeeded(Flow flow) const {
+        switch (flow) {
+        case Flow::goesOn:
+            return tunables::relockPackets * stride_;
+        case Flow::rests:
+            return stride_;
+        default:
+            return tsPacketSize;
+        }
     }
 
     // Moves at to the next packet and sets the stride. Returns false, with what cannot be one passed, when

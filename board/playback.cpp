@@ -69,11 +69,16 @@ class Reader {
         return arrival.bytes == 0 ? Outcome::nothing : Outcome::bytes;
     }
 
-    // Passes the packets that were held back until it was known what follows them.
+    // Passes the packets that were held back until it is known what follows them.
     template <class OnPacket>
-    void finish(OnPacket&& onPacket) {
+    void rest(OnPacket&& onPacket) {
+        sync_.rest(onPacket);
+    }
+
+    // What is left of a packet will not be continued.
+    void dropRest() {
         if (sync_.stride() != 0) {
-            sync_.finish(onPacket);
+            sync_.finish([](const std::uint8_t*) {});
         }
     }
 
@@ -86,6 +91,9 @@ class Reader {
     }
     int descriptor() const {
         return source_->descriptor();
+    }
+    bool canBeSilent() const {
+        return source_->descriptor() >= 0;
     }
     SourceKind kind() const {
         return source_->live() ? SourceKind::live : SourceKind::stored;
@@ -144,8 +152,9 @@ class Session {
   public:
     explicit Session(const Options& options)
         : options_(options), reader_(options.source, options.interface),
-          analyser_(options.ratePeriod, reader_.kind()), publisher_(options.interval, slowClient(options)),
-          limits_(say), records_(std::make_unique<RecordSet>()) {}
+          analyser_(options.ratePeriod, timedAs(options, reader_.kind())),
+          publisher_(options.interval, slowClient(options)), limits_(say),
+          records_(std::make_unique<RecordSet>()) {}
 
     void run() {
         // With the stream's clock as the only clock, the stream begins when there is somebody to see its
@@ -165,7 +174,7 @@ class Session {
             if (outcome == Reader::Outcome::nothing || outcome == Reader::Outcome::bytes) {
                 silence(outcome == Reader::Outcome::bytes ? milliseconds(0) : tunables::changeInterval);
             }
-            tellRealTime(outcome);
+            tellRealTime();
         }
         finish();
     }
@@ -219,15 +228,17 @@ class Session {
         const Instant start = realTime();
         silentSince_ = silentSince_.value_or(start);
         turn(wait, reader_.descriptor());
-        if (!silenceTold_ && start - *silentSince_ >= tunables::streamSilence) {
-            reader_.finish([this](const std::uint8_t* bytes) { packet(bytes); });
+        if (realTime() - *silentSince_ >= tunables::changeInterval) {
+            reader_.rest([this](const std::uint8_t* bytes) { packet(bytes); });
+        }
+        if (!silenceTold_ && !options_.deterministic && start - *silentSince_ >= tunables::streamSilence) {
+            reader_.dropRest();
             silenceTold_ = true;
             say(analyser_.packets() == 0
                     ? std::string("no packets yet: expected a running stream, got silence; waiting for it")
                     : "no packets for " + std::to_string(tunables::streamSilence.count()) +
-                          " ms: expected a running stream, got silence; its rates fall to 0, and what comes "
-                          "is a "
-                          "new stream");
+                          " ms: expected a running stream, got silence; its rates fall to 0, and what "
+                          "comes is a new stream");
         }
     }
 
@@ -239,13 +250,17 @@ class Session {
         silenceTold_ = false;
     }
 
-    // A live source is timed by its arrival where it shows no time itself, and so is a pipe while it is
-    // silent.
-    void tellRealTime(Reader::Outcome outcome) {
+    // With the stream's clock as the only clock, nothing is timed by its arrival.
+    static SourceKind timedAs(const Options& options, SourceKind kind) {
+        return options.deterministic ? SourceKind::stored : kind;
+    }
+
+    // What can be silent is timed by its arrival where it shows no time itself.
+    void tellRealTime() {
         const Instant now = realTime();
         const Instant elapsed = now - std::exchange(lastRead_, now);
-        const bool counts = reader_.kind() == SourceKind::live || outcome == Reader::Outcome::nothing;
-        if (counts && analyser_.packets() > 0 && analyser_.realTime(asTicks(elapsed))) {
+        const bool counts = reader_.canBeSilent() && !options_.deterministic && analyser_.packets() > 0;
+        if (counts && analyser_.realTime(asTicks(elapsed))) {
             settle();
             turn(milliseconds(0), -1);
         }

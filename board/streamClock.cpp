@@ -6,36 +6,32 @@ namespace board {
 
 namespace {
 
-constexpr Ticks pcrModulus = (Ticks{1} << 33) * 300;
-constexpr Ticks stampModulus = (Ticks{1} << 33) * 300; // time stamps are given in 27 MHz ticks as well
+constexpr Ticks modulus = (Ticks{1} << 33) * 300; // of PCRs, and of time stamps given in the same ticks
 constexpr double bitsPerPacket = 188 * 8;
 
-// Ticks from one reading of a clock of this modulus to the next; a damaged reading may lie outside of it.
-Ticks between(Ticks before, Ticks after, Ticks modulus) {
+// Ticks from one reading of a clock to the next; a damaged reading may lie outside of the clock's range.
+Ticks between(Ticks before, Ticks after) {
     return ((after - before) % modulus + modulus) % modulus;
 }
 
+// How long the reference may be silent before real time stands in for it: longer than a network's bursts are
+// apart, and short enough for the rates to be at 0 within their period.
+Ticks longestPause(Ticks ratePeriod) {
+    const Ticks period = ratePeriod > 0 ? std::min(ratePeriod, tunables::ratePeriod) : tunables::ratePeriod;
+    return period * 6 / 10;
+}
+
 } // namespace
+
+StreamClock::StreamClock(SourceKind source, Ticks ratePeriod)
+    : source_(source), arrival_(longestPause(ratePeriod)) {}
 
 bool StreamClock::packet(std::uint16_t pid, std::optional<Ticks> pcr, std::optional<Ticks> timeStamp) {
     ++packets_;
     ++packetsSinceAnchor_;
     now_ = std::max(now_, anchorTime_ + estimate());
-    if (pcr) {
-        if (base_ != TimeBase::pcr) { // a PCR beats every other time
-            base_ = TimeBase::pcr;
-            referencePid_.reset();
-        }
-        if (reference(pid, *pcr, pcrModulus)) {
-            return true;
-        }
-    } else if (wantsTimeStamps()) {
-        if (!timed()) {
-            lookElsewhere(timeStamp.has_value());
-        }
-        if (base_ == TimeBase::timeStamps && timeStamp && reference(pid, *timeStamp, stampModulus)) {
-            return true;
-        }
+    if (pcr ? pcrReading(pid, *pcr) : stampReading(pid, timeStamp)) {
+        return true;
     }
     if (now_ - std::max(lastEstimate_, anchorTime_) >= static_cast<double>(tunables::estimatedTick)) {
         lastEstimate_ = now_;
@@ -46,9 +42,12 @@ bool StreamClock::packet(std::uint16_t pid, std::optional<Ticks> pcr, std::optio
 
 void StreamClock::seam() {
     anchorTime_ = now_;
-    packetsSinceAnchor_ = 0;
     anchorValue_.reset();
+    packetsSinceAnchor_ = 0;
+    repetitions_ = 0;
     borrowed_ = 0;
+    rival_.reset();
+    returningPcr_.reset();
 }
 
 bool StreamClock::realTime(Ticks elapsed) {
@@ -66,6 +65,27 @@ void StreamClock::sourceEnded() {
     }
 }
 
+// A PCR beats every other time; one that comes late has to run.
+bool StreamClock::pcrReading(std::uint16_t pid, Ticks value) {
+    if (base_ == TimeBase::none) {
+        base_ = TimeBase::pcr;
+    } else if (base_ != TimeBase::pcr) {
+        if (!runs(returningPcr_, pid, value)) {
+            return false;
+        }
+        base_ = TimeBase::pcr;
+        follow(pid);
+    }
+    return reference(pid, value);
+}
+
+bool StreamClock::stampReading(std::uint16_t pid, std::optional<Ticks> value) {
+    if (!timed()) {
+        lookElsewhere(value.has_value());
+    }
+    return base_ == TimeBase::timeStamps && value && reference(pid, *value);
+}
+
 // Time has not begun to run: gives up waiting for the PCR, and later for time stamps. A stream that has shown
 // a PCR gets longer to show the second.
 void StreamClock::lookElsewhere(bool hasTimeStamp) {
@@ -73,11 +93,143 @@ void StreamClock::lookElsewhere(bool hasTimeStamp) {
         base_ == TimeBase::pcr ? tunables::secondPcrPatience : tunables::stampPatience;
     if (packets_ >= patience) {
         chooseBase();
-    } else if (base_ != TimeBase::timeStamps && packetsSinceAnchor_ >= tunables::pcrPatience &&
-               hasTimeStamp) {
+    } else if (base_ != TimeBase::timeStamps && packets_ >= tunables::pcrPatience && hasTimeStamp) {
         base_ = TimeBase::timeStamps;
         referencePid_.reset();
     }
+}
+
+void StreamClock::chooseBase() {
+    base_ = TimeBase::assumedRate;
+    ticksPerPacket_ = bitsPerPacket * static_cast<double>(ticksPerSecond) / tunables::assumedBitRate;
+    lastStep_ = 0;
+    anchorTime_ = now_;
+    packetsSinceAnchor_ = 0;
+}
+
+// Takes a reading of the reference clock. Returns whether it is one: another PID's reading counts only when
+// the reference has fallen silent, and a value that is repeated says nothing new.
+bool StreamClock::reference(std::uint16_t pid, Ticks value) {
+    if (referencePid_ != pid) {
+        if (referencePid_ && !takesOver(pid, value)) {
+            return false;
+        }
+        follow(pid);
+    }
+    if (anchorValue_ == value) {
+        ++repetitions_;
+        return false;
+    }
+    double time = now_;
+    if (anchorValue_) {
+        const Ticks ticks = between(*anchorValue_, value);
+        if (isStep(ticks, packetsSinceAnchor_, lastStep_)) {
+            time = step(ticks);
+        }
+    }
+    anchor(time, value);
+    return true;
+}
+
+// Another PID's clock takes over when it has run on for long without a step of the reference.
+bool StreamClock::takesOver(std::uint16_t pid, Ticks value) {
+    const bool ran = runs(rival_, pid, value);
+    if (!timed()) {
+        return packetsSinceAnchor_ >= tunables::pcrPatience;
+    }
+    if (!ran || rival_->ran <= longestSilence() || rival_->steps < tunables::fewestRivalSteps) {
+        return false;
+    }
+    now_ = std::max(now_, anchorTime_ + static_cast<double>(rival_->ran));
+    return true;
+}
+
+// Reads a rival. Returns whether it is this PID's and has run.
+bool StreamClock::runs(std::optional<Rival>& rival, std::uint16_t pid, Ticks value) const {
+    if (!rival || (rival->pid != pid && packets_ - rival->packet >= tunables::pcrPatience)) {
+        rival = Rival{pid, value, packets_};
+    }
+    if (rival->pid != pid) {
+        return false;
+    }
+    const Ticks ticks = between(rival->value, value);
+    if (ticks > 0 && isStep(ticks, packets_ - rival->packet, rival->lastStep)) {
+        rival->lastStep = ticks;
+        rival->ran += ticks;
+        ++rival->steps;
+    }
+    rival->value = value;
+    rival->packet = packets_;
+    return rival->steps > 0;
+}
+
+void StreamClock::follow(std::uint16_t pid) {
+    referencePid_ = pid;
+    anchorValue_.reset();
+    lastStep_ = 0;
+    recentTicks_ = 0;
+    recentPackets_ = 0;
+    rival_.reset();
+    returningPcr_.reset();
+}
+
+void StreamClock::anchor(double time, Ticks value) {
+    now_ = std::max(now_, time);
+    anchorTime_ = time;
+    anchorValue_ = value;
+    packetsSinceAnchor_ = 0;
+    repetitions_ = 0;
+    borrowed_ = 0;
+}
+
+// The reference has run on. Returns the time that it tells.
+double StreamClock::step(Ticks ticks) {
+    const bool ran = !stoodStill(ticks);
+    const double time = ran ? anchorTime_ + static_cast<double>(ticks) : now_;
+    lastStep_ = ticks;
+    rival_.reset();
+    arrival_.streamRan();
+    if (ran) {
+        recentTicks_ += static_cast<double>(ticks);
+        recentPackets_ += static_cast<double>(packetsSinceAnchor_);
+        ticksPerPacket_ = recentTicks_ / recentPackets_;
+    }
+    if (recentTicks_ > static_cast<double>(tunables::longestPcrStep)) {
+        recentTicks_ /= 2;
+        recentPackets_ /= 2;
+    }
+    return time;
+}
+
+// Whether a clock has run by these ticks, or leapt: a long step is at most twice the step before, or twice as
+// long as the packets that have come in between take. Before that is known there is nothing to compare with.
+bool StreamClock::isStep(Ticks ticks, std::uint64_t packets, Ticks lastStep) const {
+    if (ticks <= tunables::longestPcrStep) {
+        return true;
+    }
+    if (!timed()) {
+        return ticks <= tunables::longestFirstStep;
+    }
+    const double expected =
+        std::max(static_cast<double>(packets) * ticksPerPacket_, static_cast<double>(lastStep));
+    return static_cast<double>(ticks) <= 2 * expected;
+}
+
+// Whether the reference stood still while real time, or the packets, stood in for it, instead of running on
+// unseen.
+bool StreamClock::stoodStill(Ticks ticks) const {
+    const double stoodIn = std::max(borrowed_, referenceGone() ? byPackets() : 0.0);
+    return static_cast<double>(ticks) < stoodIn / 2;
+}
+
+Ticks StreamClock::longestSilence() const {
+    return std::max(tunables::silentReference, 2 * lastStep_);
+}
+
+// Silent for long, and through more packets than any picture has, or stuck.
+bool StreamClock::referenceGone() const {
+    return byPackets() > static_cast<double>(longestSilence()) &&
+           (packetsSinceAnchor_ >= tunables::largestPicture || repetitions_ >= tunables::stuckRepetitions);
 }
 
 // Time since the anchor if packets came as fast as of late.
@@ -91,105 +243,6 @@ double StreamClock::estimate() const {
     const bool alone = base_ == TimeBase::assumedRate || referenceGone();
     return alone && source_ == SourceKind::stored ? byPackets()
                                                   : std::min(byPackets(), static_cast<double>(lastStep_));
-}
-
-// Takes a reading of the reference clock. Returns whether it is one: another PID's reading counts only when
-// the reference has fallen silent.
-bool StreamClock::reference(std::uint16_t pid, Ticks value, Ticks modulus) {
-    if (referencePid_ != pid) {
-        if (referencePid_ && !takesOver(pid, value, modulus)) {
-            return false;
-        }
-        referencePid_ = pid;
-        anchorValue_.reset();
-        lastStep_ = 0;
-        recentTicks_ = 0;
-        recentPackets_ = 0;
-    }
-    double time = now_;
-    if (anchorValue_) {
-        const Ticks ticks = between(*anchorValue_, value, modulus);
-        if (isStep(ticks)) {
-            time = step(ticks);
-        }
-    }
-    now_ = std::max(now_, time);
-    anchorTime_ = time;
-    anchorValue_ = value;
-    packetsSinceAnchor_ = 0;
-    borrowed_ = 0;
-    rival_.reset();
-    return true;
-}
-
-// Another PID's clock takes over when it has run on for long without a word of the reference.
-bool StreamClock::takesOver(std::uint16_t pid, Ticks value, Ticks modulus) {
-    if (!timed()) {
-        return packetsSinceAnchor_ >= tunables::pcrPatience;
-    }
-    if (!rival_ || (rival_->pid != pid && packets_ - rival_->lastPacket >= tunables::pcrPatience)) {
-        rival_ = {pid, value, packets_};
-    }
-    if (rival_->pid != pid) {
-        return false;
-    }
-    rival_->lastPacket = packets_;
-    const Ticks ran = between(rival_->firstValue, value, modulus);
-    if (ran <= longestSilence() || ran > tunables::longestFirstStep) {
-        return false;
-    }
-    now_ = std::max(now_, anchorTime_ + static_cast<double>(ran));
-    return true;
-}
-
-// The reference has run on. Returns the time that it tells.
-double StreamClock::step(Ticks ticks) {
-    const double time = stoodStill(ticks) ? now_ : anchorTime_ + static_cast<double>(ticks);
-    lastStep_ = ticks;
-    arrival_.streamRan();
-    recentTicks_ += static_cast<double>(ticks);
-    recentPackets_ += static_cast<double>(packetsSinceAnchor_);
-    if (recentTicks_ > static_cast<double>(tunables::longestPcrStep)) {
-        recentTicks_ /= 2;
-        recentPackets_ /= 2;
-    }
-    ticksPerPacket_ = recentPackets_ > 0 ? recentTicks_ / recentPackets_ : 0;
-    return time;
-}
-
-// Whether the sender's clock stood still in the pause that real time has filled, instead of running on.
-bool StreamClock::stoodStill(Ticks step) const {
-    return static_cast<double>(step) < borrowed_ / 2;
-}
-
-Ticks StreamClock::longestSilence() const {
-    return std::max(tunables::silentReference, 2 * lastStep_);
-}
-
-// Silent for long, and through more packets than any picture has.
-bool StreamClock::referenceGone() const {
-    return packetsSinceAnchor_ >= tunables::largestPicture &&
-           byPackets() > static_cast<double>(longestSilence());
-}
-
-// Whether the reference has run this far, or leapt or stuck: a long step is one that has been as long before,
-// or has the packets that fill it. Before a step is known there is nothing to compare with.
-bool StreamClock::isStep(Ticks step) const {
-    if (step <= tunables::longestPcrStep) {
-        return step > 0;
-    }
-    if (!timed()) {
-        return step <= tunables::longestFirstStep;
-    }
-    return static_cast<double>(step) <= 2 * std::max(byPackets(), static_cast<double>(lastStep_));
-}
-
-void StreamClock::chooseBase() {
-    base_ = TimeBase::assumedRate;
-    ticksPerPacket_ = bitsPerPacket * static_cast<double>(ticksPerSecond) / tunables::assumedBitRate;
-    lastStep_ = 0;
-    anchorTime_ = now_;
-    packetsSinceAnchor_ = 0;
 }
 
 } // namespace board

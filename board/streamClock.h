@@ -15,11 +15,13 @@ namespace board {
 // What keeps the time.
 enum class TimeBase { none, pcr, timeStamps, assumedRate };
 
+// A source that cannot wait, a network, is live: what it does not time is timed by its arrival.
+enum class SourceKind { stored, live };
+
 class StreamClock {
   public:
-    // pause is how long the reference may be silent before real time stands in for it.
-    explicit StreamClock(SourceKind source = SourceKind::stored, Ticks pause = tunables::shortPause)
-        : source_(source), arrival_(source, pause) {}
+    // Rates are measured over ratePeriod; 0 is the whole stream.
+    explicit StreamClock(SourceKind source = SourceKind::stored, Ticks ratePeriod = tunables::ratePeriod);
 
     // Counts one packet of pid. Returns whether the clock can be read exactly now: the packet carried the
     // reference, or the reference is silent and a tenth of a second has passed by estimation.
@@ -28,8 +30,8 @@ class StreamClock {
     // The next reference is a new start, and time goes on from where it is: the seam of a looped file.
     void seam();
 
-    // So much real time has passed since the last call: for a live source at every read, for a stored one
-    // while it has nothing to give. Returns whether time has moved because the reference is silent.
+    // So much real time has passed since the last call, for a source that can be silent. Returns whether time
+    // has moved because the reference is silent.
     bool realTime(Ticks elapsed);
 
     // The source has ended: a stream that has shown no time so far has taken the assumed one from its
@@ -50,27 +52,35 @@ class StreamClock {
     }
 
   private:
-    // Another PID's clock, since the reference was last read.
+    // The clock of a PID that is not the reference.
     struct Rival {
         std::uint16_t pid;
-        Ticks firstValue;
-        std::uint64_t lastPacket;
+        Ticks value;
+        std::uint64_t packet; // when it was last read
+        Ticks lastStep = 0;
+        Ticks ran = 0; // in all
+        int steps = 0;
     };
 
     // Whether it is known how long a packet takes.
     bool timed() const {
         return ticksPerPacket_ > 0;
     }
+    bool pcrReading(std::uint16_t pid, Ticks value);
+    bool stampReading(std::uint16_t pid, std::optional<Ticks> value);
+    bool reference(std::uint16_t pid, Ticks value);
+    bool takesOver(std::uint16_t pid, Ticks value);
+    bool runs(std::optional<Rival>& rival, std::uint16_t pid, Ticks value) const;
+    void follow(std::uint16_t pid);
+    void anchor(double time, Ticks value);
+    double step(Ticks ticks);
+    bool isStep(Ticks ticks, std::uint64_t packets, Ticks lastStep) const;
+    bool stoodStill(Ticks ticks) const;
+    Ticks longestSilence() const;
+    bool referenceGone() const;
     double byPackets() const;
     double estimate() const;
     void lookElsewhere(bool hasTimeStamp);
-    Ticks longestSilence() const;
-    bool referenceGone() const;
-    bool isStep(Ticks step) const;
-    bool stoodStill(Ticks step) const;
-    bool reference(std::uint16_t pid, Ticks value, Ticks modulus);
-    bool takesOver(std::uint16_t pid, Ticks value, Ticks modulus);
-    double step(Ticks ticks);
     void chooseBase();
 
     SourceKind source_;
@@ -79,16 +89,18 @@ class StreamClock {
     std::uint64_t packets_ = 0;
     std::optional<std::uint16_t> referencePid_;
     std::optional<Ticks> anchorValue_; // of the reference, modulo its width
-    std::optional<Rival> rival_;
     double anchorTime_ = 0;
-    Ticks lastStep_ = 0; // between two readings of the reference
     std::uint64_t packetsSinceAnchor_ = 0;
-    double recentTicks_ = 0; // of the last steps, a second or two
+    int repetitions_ = 0; // of the anchor's value
+    double borrowed_ = 0; // of real time, since the anchor
+    Ticks lastStep_ = 0;  // between two readings of the reference
+    std::optional<Rival> rival_;
+    std::optional<Rival> returningPcr_; // while something else keeps the time
+    double recentTicks_ = 0;            // of the last steps, a second or two
     double recentPackets_ = 0;
     double ticksPerPacket_ = 0;
     double now_ = 0;
     double lastEstimate_ = 0;
-    double borrowed_ = 0; // of real time, since the anchor
 };
 
 } // namespace board

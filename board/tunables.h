@@ -54,9 +54,10 @@ inline constexpr std::uint64_t pcrPatience = 5'000;            // packets; then 
 inline constexpr std::uint64_t largestPicture = 20'000;        // packets between two PCRs, at most
 inline constexpr std::uint64_t stampPatience = 20'000;         // packets; then the clock is the assumed rate
 inline constexpr std::uint64_t secondPcrPatience = 200'000;    // packets; the same for a stream with one PCR
-inline constexpr Ticks shortPause = 6 * ticksPerSecond / 10;   // then real time stands in for the reference
-inline constexpr Ticks longestLead = 2 * ticksPerSecond;       // of a burst over real time
-inline constexpr double fadingLead = 1e-3;     // of the time; more than two clocks ever differ
+inline constexpr int fewestRivalSteps = 3;                     // of a PID that takes over
+inline constexpr int stuckRepetitions = 10;                    // of a PCR; then it does not count any more
+inline constexpr Ticks longestGap = 2 * ticksPerSecond;        // between bursts of a live stream
+inline constexpr double fadingGap = 0.5;                       // of the time; then a gap is forgotten
 inline constexpr double assumedBitRate = 10e6; // bit/s of a stream that carries no time at all
 
 // Reading.

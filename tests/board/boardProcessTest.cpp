@@ -219,7 +219,7 @@ TEST_F(PipedStream, HasNoRatesWhenItHasFallenSilent) {
         std::memcpy(&status, message.back().data(), std::min(sizeof status, message.back().size()));
         return std::ranges::any_of(status.pidStats, [](const auto& pid) { return pid.rate > 0; });
     };
-    start({"--deterministic", "--fast", file});
+    start({"--fast", file});
     Client client;
     client.subscribe(tsStatusBit);
     ASSERT_EQ(client.instruct(tsStatusBit), tsStatusBit);

@@ -83,6 +83,21 @@ TEST(PacketSync, DropsAPacketThatIsCutShort) {
     EXPECT_EQ(marksOf(bytes), joined({eightMarks, eightMarks}));
 }
 
+TEST(PacketSync, HandsOutWholePacketsAndKeepsTheRestWhileTheFlowRests) {
+    const Bytes bytes = eightPackets({}, {});
+    const std::size_t half = bytes.size() - board::tsPacketSize / 2;
+    PacketSync sync;
+    Bytes marks;
+    const auto take = [&](const std::uint8_t* found) { marks.push_back(found[1]); };
+    sync.push(std::span(bytes).first(half), take);
+    sync.rest(take);
+    EXPECT_EQ(marks, Bytes(eightMarks.begin(), eightMarks.end() - 1));
+    sync.push(std::span(bytes).subspan(half), take);
+    sync.rest(take);
+    EXPECT_EQ(marks, eightMarks);
+    EXPECT_EQ(sync.losses(), 0U);
+}
+
 TEST(PacketSync, DropsWhatIsLeftOfAPacketAtTheEnd) {
     Bytes bytes = eightPackets({}, {});
     bytes.resize(bytes.size() - 1);

@@ -10,6 +10,7 @@ using board::TimeBase;
 
 constexpr std::uint16_t pid = 256;
 constexpr Ticks step = 40 * board::ticksPerMillisecond;
+constexpr Ticks pause = 600 * board::ticksPerMillisecond; // that networks' bursts may be apart
 
 // A stream with a PCR every tenth packet, 40 ms apart.
 Ticks play(StreamClock& clock, Ticks firstPcr, int pcrs) {
@@ -165,7 +166,7 @@ TEST(StreamClock, ReadsByEstimationWhenTheReferenceIsGone) {
     EXPECT_EQ(clock.now() / step, 9 + (static_cast<Ticks>(board::tunables::largestPicture) + 100) / 10);
 }
 
-TEST(StreamClock, RunsByItsPacketsWhileThePcrIsStuck) {
+TEST(StreamClock, RunsByItsPacketsWhileThePcrIsStuckAndWithItBehind) {
     StreamClock clock;
     const Ticks before = play(clock, 0, 10);
     for (int k = 0; k < 100; ++k) {
@@ -173,7 +174,79 @@ TEST(StreamClock, RunsByItsPacketsWhileThePcrIsStuck) {
     }
     EXPECT_NEAR(static_cast<double>(clock.now() - before), 100 * static_cast<double>(step),
                 static_cast<double>(step));
+    play(clock, 10 * step, 10);
+    EXPECT_NEAR(static_cast<double>(clock.now() - before), 110 * static_cast<double>(step),
+                static_cast<double>(step));
 }
+
+TEST(StreamClock, TakesTheTimeOfAPcrThatIsWrittenTwice) {
+    StreamClock clock;
+    for (int k = 0; k < 100; ++k) {
+        play(clock, k * step, 1);
+        play(clock, k * step, 1);
+    }
+    EXPECT_NEAR(static_cast<double>(clock.now()), 99.95 * static_cast<double>(step),
+                static_cast<double>(step) / 100);
+}
+
+TEST(StreamClock, IsTimedByTheStampsOrAtAnAssumedRateWhereThePcrIsStuckFromTheStart) {
+    StreamClock clock;
+    const auto play = [&clock](std::uint64_t packets, bool withStamps) {
+        for (std::uint64_t k = 0; k < packets; ++k) {
+            clock.packet(pid, k % 10 == 0 ? std::optional<Ticks>(77) : std::nullopt,
+                         withStamps && k % 10 == 5 ? std::optional<Ticks>(static_cast<Ticks>(k) * step / 10)
+                                                   : std::nullopt);
+        }
+    };
+    play(board::tunables::pcrPatience + 1000, true);
+    EXPECT_EQ(clock.base(), TimeBase::timeStamps);
+    EXPECT_NEAR(static_cast<double>(clock.now()), 100 * static_cast<double>(step),
+                2 * static_cast<double>(step));
+    clock = StreamClock();
+    play(board::tunables::secondPcrPatience + 1000, false);
+    EXPECT_EQ(clock.base(), TimeBase::assumedRate);
+    EXPECT_NEAR(static_cast<double>(clock.now()), 1000 * 188 * 8 / board::tunables::assumedBitRate * 27e6,
+                50'000.0);
+}
+
+TEST(StreamClock, FollowsAnotherPidWhereTheFirstIsStuck) {
+    constexpr std::uint16_t other = 300;
+    StreamClock clock;
+    play(clock, 0, 10);
+    for (int k = 0; k < 100; ++k) {
+        clock.packet(pid, 9 * step, std::nullopt);
+        clock.packet(other, 500 * step + k * step, std::nullopt);
+    }
+    EXPECT_EQ(clock.now() / step, 9 + 99);
+}
+
+// Two programs that are cut at the same place, behind which the clocks of both have leapt.
+class CutStream : public testing::TestWithParam<Ticks> {};
+
+TEST_P(CutStream, GoesOnWhereverTheClocksHaveLeapt) {
+    constexpr std::uint16_t other = 300;
+    StreamClock clock;
+    const auto play = [&clock](Ticks start, bool withReference) {
+        for (int k = 0; k < 50; ++k) {
+            clock.packet(other, 7 * step + start + k * step, std::nullopt);
+            clock.packet(pid, withReference ? std::optional<Ticks>(start + k * step) : std::nullopt,
+                         std::nullopt);
+        }
+    };
+    play(0, true);
+    play(GetParam(), true);
+    EXPECT_NEAR(static_cast<double>(clock.now()), 99 * static_cast<double>(step), static_cast<double>(step));
+    play(2 * GetParam(), false);
+    EXPECT_NEAR(static_cast<double>(clock.now()), 149 * static_cast<double>(step),
+                2 * static_cast<double>(step));
+}
+
+INSTANTIATE_TEST_SUITE_P(, CutStream,
+                         testing::Values(20 * board::ticksPerSecond, 40 * board::ticksPerSecond,
+                                         20'000 * board::ticksPerSecond),
+                         [](const auto& leap) {
+                             return std::to_string(leap.param / board::ticksPerSecond) + "Seconds";
+                         });
 
 TEST(StreamClock, TakesADamagedPcrBehindItsRangeForNoStepBack) {
     constexpr Ticks modulus = (Ticks{1} << 33) * 300;
@@ -207,17 +280,6 @@ TEST(StreamClock, RunsAtAnAssumedRateWhereThereIsNoTimeAtAll) {
                 1.0);
 }
 
-TEST(StreamClock, FollowsRealTimeWhileNothingArrives) {
-    StreamClock clock;
-    const Ticks before = play(clock, 0, 10);
-    EXPECT_FALSE(clock.realTime(board::tunables::shortPause - 1)) << "bursts are as far apart";
-    EXPECT_EQ(clock.now(), before);
-    EXPECT_TRUE(clock.realTime(1));
-    EXPECT_EQ(clock.now(), before + board::tunables::shortPause);
-    EXPECT_TRUE(clock.realTime(step));
-    EXPECT_EQ(clock.now(), before + board::tunables::shortPause + step);
-}
-
 // A live stream in real time, told after every PCR's packets.
 class LiveClock : public testing::Test {
   protected:
@@ -249,6 +311,17 @@ class LiveClock : public testing::Test {
     StreamClock clock{board::SourceKind::live};
     Ticks real = 0;
 };
+
+TEST_F(LiveClock, FollowsRealTimeWhileNothingArrives) {
+    run(0, 50);
+    const Ticks before = clock.now();
+    pass(pause - step - 1);
+    EXPECT_EQ(clock.now(), before) << "bursts are as far apart";
+    pass(1);
+    EXPECT_NEAR(error(), 0, 5);
+    pass(step);
+    EXPECT_NEAR(error(), 0, 5);
+}
 
 TEST_F(LiveClock, RunsByRealTimeWhenItsPcrHasDied) {
     run(0, 50);
@@ -312,14 +385,33 @@ TEST_F(LiveClock, KeepsToThePcrOfASenderThatIsTooSlow) {
     EXPECT_NEAR(static_cast<double>(clock.now()), 500 * static_cast<double>(step), static_cast<double>(step));
 }
 
-TEST_F(LiveClock, NoticesASilenceSoonThoughTheSendersClockIsFast) {
-    for (int k = 0; k < 25 * 3600; ++k) { // an hour, 0.01% fast
-        packets(k * step);
-        pass(step - step / 10'000);
+// How long after the last packet time has gone on by a second.
+class SilenceBehind : public LiveClock {
+  protected:
+    double millisecondsUntilASecondIsOver() {
+        const Ticks before = clock.now();
+        const Ticks start = real;
+        while (clock.now() < before + board::ticksPerSecond) {
+            pass(step / 10);
+        }
+        return static_cast<double>(real - start) / static_cast<double>(board::ticksPerMillisecond);
     }
-    const Ticks before = clock.now();
-    pass(board::tunables::shortPause + step);
-    EXPECT_GT(clock.now(), before + board::tunables::shortPause / 2);
+};
+
+TEST_F(SilenceBehind, AFastSendersStreamIsNoticedSoon) {
+    for (int k = 0; k < 25 * 60; ++k) { // a minute, 5% fast
+        packets(k * step);
+        pass(step - step / 20);
+    }
+    EXPECT_NEAR(millisecondsUntilASecondIsOver(), 1000, 50);
+}
+
+TEST_F(SilenceBehind, AStreamThatBeganWithABurstIsNoticedSoon) {
+    for (int k = 0; k < 50; ++k) {
+        packets(k * step);
+    }
+    run(50 * step, 6 * 25);
+    EXPECT_NEAR(millisecondsUntilASecondIsOver(), 1000, 50);
 }
 
 } // namespace
