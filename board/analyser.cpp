@@ -233,6 +233,19 @@ void Analyser::remember(std::uint16_t pid, const SectionHeader& header) {
     knownSections_[sectionKey(pid, header)] = header.crc;
 }
 
+// Takes a section into its table. Returns whether the table is now what to show. What a table has dropped
+// may come again as it was.
+template <class Row>
+bool Analyser::collect(SectionedTable<Row>& table, std::uint16_t pid, const SectionHeader& header,
+                       std::vector<Row> rows) {
+    if (table.startsAnew(header)) {
+        for (const SectionHeader& dropped : table.headers()) {
+            knownSections_.erase(sectionKey(pid, dropped));
+        }
+    }
+    return table.put(header, std::move(rows));
+}
+
 // The tables of the time have neither header nor version. Where both come, they are told as one: the TDT.
 void Analyser::takeTime(std::uint16_t pid, std::span<const std::uint8_t> bytes) {
     if (pid != tdtPid) {
@@ -251,7 +264,7 @@ void Analyser::takePat(std::uint16_t pid, const SectionHeader& header, std::span
     if (!rows) {
         return;
     }
-    pat_.put(header, std::move(*rows));
+    collect(pat_, pid, header, std::move(*rows));
     if (!pat_.complete()) {
         return;
     }
@@ -288,22 +301,20 @@ void Analyser::takePmt(std::uint16_t pid, const SectionHeader& /*header*/,
     }
 }
 
-void Analyser::takeSdt(std::uint16_t /*pid*/, const SectionHeader& header,
-                       std::span<const std::uint8_t> bytes) {
+void Analyser::takeSdt(std::uint16_t pid, const SectionHeader& header, std::span<const std::uint8_t> bytes) {
     auto table = readSdt(bytes);
     if (!table) {
         return;
     }
-    if (sdt_.put(header, std::move(table->services))) {
+    if (collect(sdt_, pid, header, std::move(table->services))) {
         table->services = sdt_.rows();
         model_.services = std::move(table);
     }
 }
 
-void Analyser::takeCat(std::uint16_t /*pid*/, const SectionHeader& header,
-                       std::span<const std::uint8_t> bytes) {
+void Analyser::takeCat(std::uint16_t pid, const SectionHeader& header, std::span<const std::uint8_t> bytes) {
     auto systems = readCat(bytes);
-    if (systems && cat_.put(header, std::move(*systems))) {
+    if (systems && collect(cat_, pid, header, std::move(*systems))) {
         model_.caSystems = cat_.rows();
     }
 }
@@ -313,7 +324,7 @@ void Analyser::takeNit(std::uint16_t pid, const SectionHeader& header, std::span
         return;
     }
     auto nit = readNit(pid, bytes);
-    if (nit && nit_.put(header, {std::move(nit->part)})) {
+    if (nit && collect(nit_, pid, header, {std::move(nit->part)})) {
         model_.network = NetworkTable{nit->networkId, nit_.rows()};
     }
 }

@@ -118,6 +118,9 @@ class Analyser {
     EventRoom& eventRoom(std::uint8_t tableId);
     void remember(std::uint16_t pid, const SectionHeader& header);
     void forgetEventSections(EventTableKey table, const std::vector<std::uint8_t>& numbers);
+    template <class Row>
+    bool collect(SectionedTable<Row>& table, std::uint16_t pid, const SectionHeader& header,
+                 std::vector<Row> rows);
     std::uint16_t networkPid() const;
     void assignPids();
     void assignSections();

@@ -18,8 +18,7 @@ class SectionedTable {
     // Takes one section's rows. A new version, or another extension, starts the table anew. Returns whether
     // rows() is now what to show.
     bool put(const SectionHeader& header, std::vector<Row> rows) {
-        if (!header_ || header_->version != header.version || header_->extension != header.extension ||
-            header_->last != header.last) {
+        if (startsAnew(header)) {
             sections_.clear();
         }
         header_ = header;
@@ -27,6 +26,22 @@ class SectionedTable {
         const bool shown = complete() || !everComplete_;
         everComplete_ = everComplete_ || complete();
         return shown;
+    }
+
+    // Whether a section with this header starts the table anew.
+    bool startsAnew(const SectionHeader& header) const {
+        return !header_ || header_->version != header.version || header_->extension != header.extension ||
+               header_->last != header.last;
+    }
+
+    // The headers of the sections so far.
+    std::vector<SectionHeader> headers() const {
+        std::vector<SectionHeader> all;
+        for (const auto& [number, rows] : sections_) {
+            all.push_back(*header_);
+            all.back().number = number;
+        }
+        return all;
     }
 
     // Whether every section from 0 to the last has come.

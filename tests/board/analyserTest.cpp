@@ -396,6 +396,20 @@ TEST_F(Analyser, KeepsAnSdtUntilItsNewVersionIsWhole) {
     EXPECT_EQ(serviceNames(), "Uno Due ");
 }
 
+TEST_F(Analyser, TakesATableAgainThatComesBackAsItWas) {
+    const auto part = [](std::uint16_t service, const std::string& name, Version version) {
+        return sdt(77, 9, {{service, false, serviceDescriptor(1, "", name)}}, version);
+    };
+    Packets packets; // its counters go on through the test
+    for (int pass = 0; pass < 2; ++pass) {
+        playSection(packets, 17, part(1, "One", {0, 0, 1}));
+        playSection(packets, 17, part(2, "Two", {0, 1, 1}));
+        EXPECT_EQ(serviceNames(), "One Two ") << pass;
+        playSection(packets, 17, part(1, "Only", {1, 0, 0}));
+        EXPECT_EQ(serviceNames(), "Only ") << pass;
+    }
+}
+
 TEST_F(Analyser, KeepsCatAndNitUntilTheirNewVersionsAreWhole) {
     Packets packets = oneProgram();
     for (std::uint8_t part = 0; part < 2; ++part) {
