@@ -1,6 +1,7 @@
 #include "arrivalTime.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace board {
 
@@ -9,10 +10,9 @@ namespace board {
 // slow owes no more than its silence.
 double ArrivalTime::owed(Ticks elapsed, double streamTime) {
     const auto real = static_cast<double>(elapsed);
-    silence_ += real;
+    silence_ += std::exchange(ran_, false) ? 0 : real;
     gap_ = std::max(gap_ - real * tunables::fadingGap, 0.0);
-    lead_ = std::min(lead_ + streamTime - lastSeen_, gap_);
-    lead_ = std::max(lead_ - real, -silence_);
+    lead_ = std::clamp(lead_ + streamTime - lastSeen_ - real, -silence_, gap_);
     lastSeen_ = streamTime;
     if (lead_ >= 0 || silence_ < pause_) {
         return 0;
@@ -26,6 +26,7 @@ double ArrivalTime::owed(Ticks elapsed, double streamTime) {
 void ArrivalTime::streamRan() {
     gap_ = std::clamp(silence_, gap_, static_cast<double>(tunables::longestGap));
     silence_ = 0;
+    ran_ = true;
 }
 
 } // namespace board

@@ -19,7 +19,8 @@ class ArrivalTime {
 
   private:
     double pause_;
-    double silence_ = 0;                                     // real time since the stream's clock ran on
+    bool ran_ = false;                                       // the stream's clock, since the last call
+    double silence_ = 0;                                     // real time since then
     double gap_ = static_cast<double>(tunables::longestGap); // the longest silence of late
     double lead_ = 0; // of the stream's time over real time: what a burst has brought too early
     double lastSeen_ = 0;

@@ -35,6 +35,7 @@ class PacketSync {
     void finish(OnPacket&& onPacket) {
         drain(Flow::ended, onPacket);
         pending_.clear();
+        locked_ = false;
     }
 
     // Bytes from packet to packet: 188, 192 or 204; 0 as long as no packet has been found.

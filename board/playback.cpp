@@ -75,10 +75,11 @@ class Reader {
         sync_.rest(onPacket);
     }
 
-    // What is left of a packet will not be continued.
-    void dropRest() {
+    // The same, and drops what is left of a packet: it will not be continued.
+    template <class OnPacket>
+    void finish(OnPacket&& onPacket) {
         if (sync_.stride() != 0) {
-            sync_.finish([](const std::uint8_t*) {});
+            sync_.finish(onPacket);
         }
     }
 
@@ -164,10 +165,7 @@ class Session {
         }
         lastRead_ = realTime();
         while (!stopRequested()) {
-            const auto outcome = reader_.read([this](const std::uint8_t* bytes) {
-                endSilence();
-                packet(bytes);
-            });
+            const auto outcome = reader_.read([this](const std::uint8_t* bytes) { arrival(bytes); });
             if (outcome == Reader::Outcome::ended && !startOver()) {
                 break;
             }
@@ -180,6 +178,11 @@ class Session {
     }
 
   private:
+    void arrival(const std::uint8_t* bytes) {
+        endSilence();
+        packet(bytes);
+    }
+
     void packet(const std::uint8_t* bytes) {
         if (stopRequested()) {
             return;
@@ -229,10 +232,13 @@ class Session {
         silentSince_ = silentSince_.value_or(start);
         turn(wait, reader_.descriptor());
         if (realTime() - *silentSince_ >= tunables::changeInterval) {
-            reader_.rest([this](const std::uint8_t* bytes) { packet(bytes); });
+            reader_.rest([this](const std::uint8_t* bytes) { arrival(bytes); });
         }
-        if (!silenceTold_ && !options_.deterministic && start - *silentSince_ >= tunables::streamSilence) {
-            reader_.dropRest();
+        if (!silentSince_ || silenceTold_ || options_.deterministic) {
+            return;
+        }
+        if (start - *silentSince_ >= tunables::streamSilence) {
+            reader_.finish([this](const std::uint8_t* bytes) { packet(bytes); });
             silenceTold_ = true;
             say(analyser_.packets() == 0
                     ? std::string("no packets yet: expected a running stream, got silence; waiting for it")

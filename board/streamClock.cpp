@@ -46,8 +46,8 @@ void StreamClock::seam() {
     packetsSinceAnchor_ = 0;
     repetitions_ = 0;
     borrowed_ = 0;
-    rival_.reset();
-    returningPcr_.reset();
+    rivals_.clear();
+    returningPcrs_.clear();
 }
 
 bool StreamClock::realTime(Ticks elapsed) {
@@ -70,7 +70,7 @@ bool StreamClock::pcrReading(std::uint16_t pid, Ticks value) {
     if (base_ == TimeBase::none) {
         base_ = TimeBase::pcr;
     } else if (base_ != TimeBase::pcr) {
-        if (!runs(returningPcr_, pid, value)) {
+        if (readRival(returningPcrs_, pid, value).steps == 0) {
             return false;
         }
         base_ = TimeBase::pcr;
@@ -123,8 +123,10 @@ bool StreamClock::reference(std::uint16_t pid, Ticks value) {
     double time = now_;
     if (anchorValue_) {
         const Ticks ticks = between(*anchorValue_, value);
-        if (isStep(ticks, packetsSinceAnchor_, lastStep_)) {
+        if (isStep(ticks, packetsSinceAnchor_, std::max(lastStep_, refusedStep_))) {
             time = step(ticks);
+        } else {
+            refusedStep_ = ticks <= tunables::longestFirstStep ? ticks : 0;
         }
     }
     anchor(time, value);
@@ -133,44 +135,39 @@ bool StreamClock::reference(std::uint16_t pid, Ticks value) {
 
 // Another PID's clock takes over when it has run on for long without a step of the reference.
 bool StreamClock::takesOver(std::uint16_t pid, Ticks value) {
-    const bool ran = runs(rival_, pid, value);
+    const Rival& rival = readRival(rivals_, pid, value);
     if (!timed()) {
         return packetsSinceAnchor_ >= tunables::pcrPatience;
     }
-    if (!ran || rival_->ran <= longestSilence() || rival_->steps < tunables::fewestRivalSteps) {
+    if (rival.ran <= longestSilence() || rival.steps < tunables::fewestRivalSteps) {
         return false;
     }
-    now_ = std::max(now_, anchorTime_ + static_cast<double>(rival_->ran));
+    now_ = std::max(now_, rival.start + static_cast<double>(rival.ran));
     return true;
 }
 
-// Reads a rival. Returns whether it is this PID's and has run.
-bool StreamClock::runs(std::optional<Rival>& rival, std::uint16_t pid, Ticks value) const {
-    if (!rival || (rival->pid != pid && packets_ - rival->packet >= tunables::pcrPatience)) {
-        rival = Rival{pid, value, packets_};
+const StreamClock::Rival& StreamClock::readRival(Rivals& rivals, std::uint16_t pid, Ticks value) const {
+    Rival& rival = rivals.try_emplace(pid, Rival{now_, value, packets_}).first->second;
+    const Ticks ticks = between(rival.value, value);
+    if (ticks > 0 && isStep(ticks, packets_ - rival.packet, rival.lastStep)) {
+        rival.lastStep = ticks;
+        rival.ran += ticks;
+        ++rival.steps;
     }
-    if (rival->pid != pid) {
-        return false;
-    }
-    const Ticks ticks = between(rival->value, value);
-    if (ticks > 0 && isStep(ticks, packets_ - rival->packet, rival->lastStep)) {
-        rival->lastStep = ticks;
-        rival->ran += ticks;
-        ++rival->steps;
-    }
-    rival->value = value;
-    rival->packet = packets_;
-    return rival->steps > 0;
+    rival.value = value;
+    rival.packet = packets_;
+    return rival;
 }
 
 void StreamClock::follow(std::uint16_t pid) {
     referencePid_ = pid;
     anchorValue_.reset();
     lastStep_ = 0;
+    refusedStep_ = 0;
     recentTicks_ = 0;
     recentPackets_ = 0;
-    rival_.reset();
-    returningPcr_.reset();
+    rivals_.clear();
+    returningPcrs_.clear();
 }
 
 void StreamClock::anchor(double time, Ticks value) {
@@ -187,7 +184,8 @@ double StreamClock::step(Ticks ticks) {
     const bool ran = !stoodStill(ticks);
     const double time = ran ? anchorTime_ + static_cast<double>(ticks) : now_;
     lastStep_ = ticks;
-    rival_.reset();
+    refusedStep_ = 0;
+    rivals_.clear();
     arrival_.streamRan();
     if (ran) {
         recentTicks_ += static_cast<double>(ticks);

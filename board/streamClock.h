@@ -8,6 +8,7 @@
 #include "tunables.h"
 
 #include <cstdint>
+#include <map>
 #include <optional>
 
 namespace board {
@@ -54,13 +55,14 @@ class StreamClock {
   private:
     // The clock of a PID that is not the reference.
     struct Rival {
-        std::uint16_t pid;
+        double start; // time at its first reading
         Ticks value;
-        std::uint64_t packet; // when it was last read
+        std::uint64_t packet; // at its last reading
         Ticks lastStep = 0;
         Ticks ran = 0; // in all
         int steps = 0;
     };
+    using Rivals = std::map<std::uint16_t, Rival>; // by PID
 
     // Whether it is known how long a packet takes.
     bool timed() const {
@@ -70,7 +72,7 @@ class StreamClock {
     bool stampReading(std::uint16_t pid, std::optional<Ticks> value);
     bool reference(std::uint16_t pid, Ticks value);
     bool takesOver(std::uint16_t pid, Ticks value);
-    bool runs(std::optional<Rival>& rival, std::uint16_t pid, Ticks value) const;
+    const Rival& readRival(Rivals& rivals, std::uint16_t pid, Ticks value) const;
     void follow(std::uint16_t pid);
     void anchor(double time, Ticks value);
     double step(Ticks ticks);
@@ -91,12 +93,13 @@ class StreamClock {
     std::optional<Ticks> anchorValue_; // of the reference, modulo its width
     double anchorTime_ = 0;
     std::uint64_t packetsSinceAnchor_ = 0;
-    int repetitions_ = 0; // of the anchor's value
-    double borrowed_ = 0; // of real time, since the anchor
-    Ticks lastStep_ = 0;  // between two readings of the reference
-    std::optional<Rival> rival_;
-    std::optional<Rival> returningPcr_; // while something else keeps the time
-    double recentTicks_ = 0;            // of the last steps, a second or two
+    int repetitions_ = 0;    // of the anchor's value
+    double borrowed_ = 0;    // of real time, since the anchor
+    Ticks lastStep_ = 0;     // between two readings of the reference
+    Ticks refusedStep_ = 0;  // as a leap, just before; a second one like it is the way it runs
+    Rivals rivals_;          // since the reference last ran on
+    Rivals returningPcrs_;   // while something else keeps the time
+    double recentTicks_ = 0; // of the last steps, a second or two
     double recentPackets_ = 0;
     double ticksPerPacket_ = 0;
     double now_ = 0;

@@ -203,8 +203,10 @@ TEST_F(BoardProcess, PublishesTablesThatTrickleInWithoutAnyTime) {
     start({"udp://127.0.0.1:5609"});
     streamWriter::Packets tables;
     tables.section(0, streamWriter::pat(1, {{1, 0x100}}));
-    const Repeater repeater({"Udp", "udp", "127.0.0.1", 5609}, tables.bytes(), std::chrono::milliseconds(50));
+    const Repeater repeater({"Udp", "udp", "127.0.0.1", 5609}, tables.bytes(),
+                            std::chrono::milliseconds(100));
     ASSERT_TRUE(awaitConsole("playing udp://")) << console;
+    EXPECT_EQ(console.find("no packets for"), std::string::npos) << console;
     Client client;
     client.subscribe(patBit);
     ASSERT_EQ(client.instruct(patBit), patBit);

@@ -132,9 +132,9 @@ TEST(StreamClock, FollowsOnePidOnlyUntilItFallsSilent) {
         EXPECT_FALSE(clock.packet(other, k * step, std::nullopt)) << k;
     }
     EXPECT_TRUE(clock.packet(other, stepsOfSilence * step, std::nullopt));
-    EXPECT_EQ(clock.now(), (9 + stepsOfSilence) * step);
+    EXPECT_EQ(clock.now(), (10 + stepsOfSilence) * step);
     clock.packet(other, (stepsOfSilence + 1) * step, std::nullopt);
-    EXPECT_EQ(clock.now(), (9 + stepsOfSilence + 1) * step);
+    EXPECT_EQ(clock.now(), (10 + stepsOfSilence + 1) * step);
 }
 
 TEST(StreamClock, KeepsToTheReferenceThroughALargePicture) {
@@ -217,7 +217,30 @@ TEST(StreamClock, FollowsAnotherPidWhereTheFirstIsStuck) {
         clock.packet(pid, 9 * step, std::nullopt);
         clock.packet(other, 500 * step + k * step, std::nullopt);
     }
-    EXPECT_EQ(clock.now() / step, 9 + 99);
+    EXPECT_EQ(clock.now() / step, 10 + 99);
+}
+
+TEST(StreamClock, FollowsThePidThatRunsWhereAnotherIsStuckToo) {
+    constexpr std::uint16_t stuck = 300;
+    constexpr std::uint16_t running = 301;
+    StreamClock clock;
+    play(clock, 0, 10);
+    for (int k = 0; k < 100; ++k) {
+        clock.packet(stuck, 77, std::nullopt);
+        clock.packet(running, 500 * step + k * step, std::nullopt);
+    }
+    EXPECT_NEAR(static_cast<double>(clock.now()), (9 + 99) * static_cast<double>(step),
+                static_cast<double>(step));
+}
+
+TEST(StreamClock, RunsWithPcrsThatBecomeSparse) {
+    constexpr Ticks sparse = 5 * board::ticksPerSecond / 2;
+    StreamClock clock;
+    play(clock, 0, 50);
+    for (int k = 1; k <= 20; ++k) {
+        play(clock, 49 * step + k * sparse, 1);
+    }
+    EXPECT_GT(clock.now(), 49 * step + 18 * sparse);
 }
 
 // Two programs that are cut at the same place, behind which the clocks of both have leapt.
@@ -315,7 +338,7 @@ class LiveClock : public testing::Test {
 TEST_F(LiveClock, FollowsRealTimeWhileNothingArrives) {
     run(0, 50);
     const Ticks before = clock.now();
-    pass(pause - step - 1);
+    pass(pause - 1);
     EXPECT_EQ(clock.now(), before) << "bursts are as far apart";
     pass(1);
     EXPECT_NEAR(error(), 0, 5);
@@ -383,6 +406,17 @@ TEST_F(LiveClock, KeepsToThePcrOfASenderThatIsTooSlow) {
         pass(2 * step);
     }
     EXPECT_NEAR(static_cast<double>(clock.now()), 500 * static_cast<double>(step), static_cast<double>(step));
+}
+
+TEST_F(LiveClock, OwesNothingForAPauseInWhichItsStreamHasRun) {
+    for (int read = 0; read < 20; ++read) { // each holds a second of stream and is paced
+        for (int k = 0; k < 25; ++k) {
+            packets((25 * read + k) * step);
+        }
+        EXPECT_FALSE(clock.realTime(25 * step)) << read;
+    }
+    EXPECT_NEAR(static_cast<double>(clock.now()), 499.9 * static_cast<double>(step),
+                static_cast<double>(step) / 10);
 }
 
 // How long after the last packet time has gone on by a second.
