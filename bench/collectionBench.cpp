@@ -5,6 +5,7 @@
 #include "workloads.h"
 
 #include "feed/recordStore.h"
+#include "serviceNames.h"
 
 #include <cstdint>
 #include <cstring>

@@ -8,9 +8,10 @@
 #pragma once
 
 #include "documents/codedValues.h"
-#include "feed/records.h"
 #include "model/pidTable.h"
+#include "serviceNames.h"
 #include "support/boundedText.h"
+#include "wire/records.h"
 
 #include <string_view>
 

@@ -12,6 +12,7 @@
 #include "documents/sdtDocument.h"
 #include "documents/tdtDocument.h"
 #include "feed/recordStore.h"
+#include "serviceNames.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -4,6 +4,7 @@
 
 #include "documentShapes.h"
 #include "documents/documentText.h"
+#include "serviceNames.h"
 
 #include <jansson.h>
 #include <rapidjson/stringbuffer.h>

@@ -10,6 +10,7 @@
 #include "pieceWriter.h"
 
 #include "feed/recordStore.h"
+#include "serviceNames.h"
 
 #include <benchmark/benchmark.h>
 

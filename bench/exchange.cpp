@@ -18,9 +18,9 @@ constexpr const char* idleRequest = R"({"dataStream": "nothing"})";
 // What both contestants are sent. The members that begin with "bare" tell the bare program, which has no
 // documents of its own, what its exchange looks like; the service has no use for them.
 std::string requestText(const DocumentRequest& request, std::size_t documentLength) {
-    const TopicBits topics =
-        std::accumulate(request.topics.begin(), request.topics.end(), TopicBits{0},
-                        [](TopicBits sum, TopicBits bit) { return static_cast<TopicBits>(sum | bit); });
+    const TopicBits topics = std::accumulate(
+        request.topics.begin(), request.topics.end(), TopicBits{0},
+        [](TopicBits sum, const Topic& topic) { return static_cast<TopicBits>(sum | topic.bit); });
     return std::string("{") + request.members + ", \"bareTopics\": " + std::to_string(topics) +
            ", \"bareLength\": " + std::to_string(documentLength) + "}";
 }
@@ -38,21 +38,21 @@ const std::vector<DocumentRequest>& documentRequests() {
     static const std::vector<DocumentRequest> requests{
         {"PID list, programs unknown",
          R"("dataStream": "pidData", "status": "on")",
-         {patBit, sdtBit, pmtBit, tsStatusBit},
+         {patTopic, sdtTopic, pmtTopic, tsStatusTopic},
          false},
         {"PID list",
          R"("dataStream": "pidData", "status": "on")",
-         {patBit, sdtBit, pmtBit, tsStatusBit},
+         {patTopic, sdtTopic, pmtTopic, tsStatusTopic},
          true},
         {"program list",
          R"("dataStream": "pgmData", "status": "on")",
-         {patBit, sdtBit, pmtBit, tsStatusBit},
+         {patTopic, sdtTopic, pmtTopic, tsStatusTopic},
          true},
         {"program detail",
          R"("dataStream": "pgmDetail", "patIndex": "1")",
-         {patBit, sdtBit, pmtBit, avPgmBit, tsStatusBit},
+         {patTopic, sdtTopic, pmtTopic, avPgmTopic, tsStatusTopic},
          true},
-        {"EIT", R"("dataStream": "EIT", "status": "on")", {eitBit, patBit, tsStatusBit}, true},
+        {"EIT", R"("dataStream": "EIT", "status": "on")", {eitTopic, patTopic, tsStatusTopic}, true},
     };
     return requests;
 }
@@ -101,7 +101,7 @@ ExchangeTimes Exchange::start(const DocumentRequest& request) {
     waitUntil("subscriptions and an instruction", [&] {
         return parser.subscriptions.size() >= request.topics.size() && instructionsAnswered > 0;
     });
-    for (const TopicBits topic : request.topics) {
+    for (const Topic& topic : request.topics) {
         const PublishedRecord record = publishedNow(topic);
         parser.publish({record.topic->name, "1", {record.bytes.data(), record.bytes.size()}});
     }

@@ -15,9 +15,9 @@
 // One request that ends in a document.
 struct DocumentRequest {
     const char* name;
-    const char* members;           // of the request's JSON object
-    std::vector<TopicBits> topics; // that the service subscribes to, in the order in which they are published
-    bool programsKnown;            // whether the service knows the programs' video and audio by then
+    const char* members;       // of the request's JSON object
+    std::vector<Topic> topics; // that the service subscribes to, in the order in which they are published
+    bool programsKnown;        // whether the service knows the programs' video and audio by then
 };
 
 // The requests that are measured. TS-STATUS is always published last, so that the service goes on with it.

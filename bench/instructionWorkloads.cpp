@@ -7,7 +7,7 @@
 // usage: instructionWorkloads [--toolchain]     --toolchain: prints what the counts depend on
 #include "benchMain.h"
 #include "documentWorkloads.h"
-#include "recording.h"
+#include "replay/recording.h"
 #include "replayedSockets.h"
 #include "workloads.h"
 
@@ -15,6 +15,7 @@
 #include "feed/recordStore.h"
 #include "model/pidTable.h"
 #include "requests.h"
+#include "serviceNames.h"
 #include "support/jsonText.h"
 
 #include <gnu/libc-version.h>
@@ -85,10 +86,10 @@ void serve(const std::string& request, MpegSession& session, FeedContext& feed) 
 }
 
 // A client's request from its parsing to its document, and the stop that follows it.
-void measureSession(const char* name, const char* request, std::initializer_list<TopicBits> published) {
+void measureSession(const char* name, const char* request, std::initializer_list<Topic> published) {
     loadFullTables();
     std::vector<PublishedRecord> script;
-    for (const TopicBits topic : published) {
+    for (const Topic& topic : published) {
         script.push_back(publishedNow(topic));
     }
     replay(script);
@@ -135,12 +136,12 @@ void measureRecording(const char* path) {
 
 void measureSessions() {
     measureSession("pidData", R"({"dataStream": "pidData", "status": "on"})",
-                   {patBit, sdtBit, pmtBit, tsStatusBit});
+                   {patTopic, sdtTopic, pmtTopic, tsStatusTopic});
     measureSession("pgmData", R"({"dataStream": "pgmData", "status": "on"})",
-                   {patBit, sdtBit, pmtBit, tsStatusBit});
+                   {patTopic, sdtTopic, pmtTopic, tsStatusTopic});
     measureSession("pgmDetail", R"({"dataStream": "pgmDetail", "patIndex": "1"})",
-                   {patBit, sdtBit, pmtBit, avPgmBit, tsStatusBit});
-    measureSession("EIT", R"({"dataStream": "EIT", "status": "on"})", {eitBit, patBit, tsStatusBit});
+                   {patTopic, sdtTopic, pmtTopic, avPgmTopic, tsStatusTopic});
+    measureSession("EIT", R"({"dataStream": "EIT", "status": "on"})", {eitTopic, patTopic, tsStatusTopic});
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include "feed/recordStore.h"
 #include "model/artificialSdt.h"
+#include "serviceNames.h"
 
 #include <cstdio>
 #include <cstring>

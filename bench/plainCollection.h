@@ -3,6 +3,7 @@
 #pragma once
 
 #include "model/pidTable.h"
+#include "serviceNames.h"
 
 #include <cstdint>
 

@@ -1,22 +1,15 @@
 #include "publishedRecords.h"
 
 #include "feed/recordStore.h"
+#include "serviceNames.h"
 
 #include <zmq.h>
 
 #include <cstring>
 
-namespace {
-
 PublishedRecord publishedNow(const Topic& topic) {
     const char* record = reinterpret_cast<const char*>(&newestRecords) + topic.offset;
     return {&topic, {record, record + topic.size}};
-}
-
-} // namespace
-
-PublishedRecord publishedNow(TopicBits bit) {
-    return publishedNow(topicOf(bit));
 }
 
 std::vector<PublishedRecord> allPublishedNow() {

@@ -1,7 +1,8 @@
 // The records of the store as the parser board publishes them: topic, a part that nobody uses, record.
 #pragma once
 
-#include "feed/topics.h"
+#include "serviceNames.h"
+#include "wire/topics.h"
 
 #include <vector>
 
@@ -12,7 +13,7 @@ struct PublishedRecord {
 };
 
 // The newest record of this topic as it stands now.
-PublishedRecord publishedNow(TopicBits bit);
+PublishedRecord publishedNow(const Topic& topic);
 
 // The newest records of all nine topics, in the order of the topic table.
 std::vector<PublishedRecord> allPublishedNow();

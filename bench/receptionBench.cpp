@@ -14,6 +14,8 @@
 #include "workloads.h"
 
 #include "feed/reception.h"
+#include "feed/recordStore.h"
+#include "serviceNames.h"
 
 #include <zmq.h>
 
@@ -50,15 +52,15 @@ void receiveBareAndPrint(void* socket) {
     receiveBare(socket);
     received.topic[static_cast<std::size_t>(received.topicLength)] = '\0';
     std::printf("MPEGtopic received: %s\n", received.topic.data());
-    for (const Topic& topic : topics) {
+    for (const auto& [topic, captureBits, brokenText, announce, report] : receivedTopics) {
         if (std::strcmp(topic.name, received.topic.data()) != 0) {
             continue;
         }
-        if (topic.announce != nullptr) {
-            topic.announce(topic.name);
+        if (announce != nullptr) {
+            announce(topic.name);
         }
-        if (topic.report != nullptr) {
-            topic.report(topic.name, static_cast<int>(topic.size), received.recordLength);
+        if (report != nullptr) {
+            report(topic.name, static_cast<int>(topic.size), received.recordLength);
         }
         if (topic.bit == patBit) {
             PatRecord pat;

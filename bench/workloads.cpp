@@ -1,6 +1,7 @@
 #include "workloads.h"
 
 #include "feed/recordStore.h"
+#include "serviceNames.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,7 +1,9 @@
 #include "options.h"
 
 #include "boardError.h"
-#include "packetSource.h"
+#include "source/packetSource.h"
+
+#include "wire/endpoints.h"
 
 #include <algorithm>
 #include <array>
@@ -181,7 +183,8 @@ std::string usage() {
            "       mpegfe-board --replay FILE [options]\n"
            "\n"
            "Analyses a transport stream and publishes its PSI/SI, programs and rates as binary records\n"
-           "on TCP port 5101, as instructed over ipc:///run/shm/zmq/uRO_MMR_MPEGFE-1. SOURCE is a\n"
+           "on TCP port " WIRE_PARSER_PORT ", as instructed over ipc://" WIRE_DIRECTORY
+           "/uRO_MMR_MPEGFE-1. SOURCE is a\n"
            "transport stream: a file, which is played in real time and from the start again at its end;\n"
            "- for standard input; udp://ADDRESS:PORT, rtp://ADDRESS:PORT (multicast too) or\n"
            "srt://ADDRESS:PORT.\n"

@@ -1,12 +1,12 @@
 #include "playback.h"
 
-#include "analyser.h"
+#include "analysis/analyser.h"
 #include "boardError.h"
-#include "packetSource.h"
-#include "packetSync.h"
-#include "publisher.h"
-#include "recordPrinter.h"
-#include "recordWriter.h"
+#include "packets/packetSync.h"
+#include "publish/publisher.h"
+#include "records/recordPrinter.h"
+#include "records/recordWriter.h"
+#include "source/packetSource.h"
 #include "stop.h"
 
 #include <algorithm>
@@ -155,7 +155,7 @@ class Session {
         : options_(options), reader_(options.source, options.interface),
           analyser_(options.ratePeriod, timedAs(options, reader_.kind())),
           publisher_(options.interval, slowClient(options)), limits_(say),
-          records_(std::make_unique<RecordSet>()) {}
+          records_(std::make_unique<wire::RecordSet>()) {}
 
     void run() {
         // With the stream's clock as the only clock, the stream begins when there is somebody to see its
@@ -210,7 +210,7 @@ class Session {
             if (!everSettled_) {
                 everSettled_ = true;
                 say("playing " + options_.source + ", publishing on " + publishEndpoint +
-                    ", instructed over " + instructionEndpoint);
+                    ", instructed over " + wire::instructionEndpoint);
             }
         }
     }
@@ -219,9 +219,9 @@ class Session {
     void announceNewStream() {
         announcedStream_ = analyser_.streamNumber();
         settled_ = false;
-        const auto pat = std::make_unique<PatRecord>();
-        pat->newStreamFlag = newStreamMark;
-        publisher_.publishTopic(topicOf(patBit),
+        const auto pat = std::make_unique<wire::PatRecord>();
+        pat->newStreamFlag = wire::newStreamMark;
+        publisher_.publishTopic(wire::patTopic,
                                 {reinterpret_cast<const std::uint8_t*>(pat.get()), sizeof *pat});
         say("a new stream begins");
     }
@@ -291,7 +291,7 @@ class Session {
         publisher_.attend(milliseconds(0), -1, [this] { return now(); });
         publisher_.acceptClients();
         writeRecords(analyser_.model(), analyser_.rates(), options_.eventService, *records_, limits_);
-        publisher_.publishRound(*records_, allTopicBits, now());
+        publisher_.publishRound(*records_, wire::allTopicBits, now());
         const StreamErrors& errors = analyser_.errors();
         say("stopped after " + std::to_string(analyser_.packets()) +
             " packets: " + std::to_string(errors.transportErrors) + " transport errors, " +
@@ -317,7 +317,7 @@ class Session {
     Analyser analyser_;
     Publisher publisher_;
     LimitReport limits_;
-    std::unique_ptr<RecordSet> records_;
+    std::unique_ptr<wire::RecordSet> records_;
     Pace pace_;
     std::uint32_t announcedStream_ = 1;
     bool settled_ = false;
@@ -350,7 +350,7 @@ void printRecords(const Options& options) {
         }
     }
     analyser.finish();
-    const auto records = std::make_unique<RecordSet>();
+    const auto records = std::make_unique<wire::RecordSet>();
     LimitReport limits(say);
     writeRecords(analyser.model(), analyser.rates(), options.eventService, *records, limits);
     std::fputs(recordsAsJson(*records, analyser.rates().window()).c_str(), stdout);

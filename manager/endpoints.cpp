@@ -22,7 +22,7 @@ std::string holderOf(int descriptor) {
 }
 
 [[noreturn]] void refuseToLock(int error) {
-    const std::string directory = tunables::endpointDirectory;
+    const std::string directory = wire::directory;
     const std::string meaning =
         error == ENOENT   ? "make the directory with \"mkdir -p -m 0770 " + directory + '"'
         : error == EACCES ? "run as the user that owns the directory, or as one of its group"
@@ -77,8 +77,8 @@ EndpointLock::~EndpointLock() {
 Endpoints::Endpoints() : requests(context, zmq::socket_type::req), documents(context, zmq::socket_type::rep) {
     requests.set(zmq::sockopt::linger, 0);
     documents.set(zmq::sockopt::linger, static_cast<int>(tunables::farewell.count()));
-    bind(requests, tunables::requestEndpoint);
-    bind(documents, tunables::documentEndpoint);
+    bind(requests, wire::requestEndpoint);
+    bind(documents, wire::documentEndpoint);
 }
 
 } // namespace manager

@@ -136,7 +136,7 @@ class Exchange {
         if (!sent) {
             throw ManagerError(ExitStatus::noAnswer,
                                {"no service took the request",
-                                std::string("mpegFE to connect to ") + tunables::requestEndpoint + inTime,
+                                std::string("mpegFE to connect to ") + wire::requestEndpoint + inTime,
                                 "no connection",
                                 "mpegFE may not be running: start it, or everything with ./run --keep"});
         }

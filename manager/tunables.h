@@ -1,6 +1,8 @@
 // Every tunable of the media manager, with its unit, in one place.
 #pragma once
 
+#include "wire/endpoints.h"
+
 #include <chrono>
 
 namespace manager::tunables {
@@ -8,14 +10,9 @@ namespace manager::tunables {
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
-// Both endpoints are the service's, which connects to them; they cannot be chosen here.
-inline constexpr const char* endpointDirectory = "/run/shm/zmq";
-inline constexpr const char* requestEndpoint = "ipc:///run/shm/zmq/uRO_MMR_MpegFE";
-inline constexpr const char* documentEndpoint = "ipc:///run/shm/zmq/uRO_MpegFE_MMR";
-
 // Whoever holds this lock owns both endpoints: ZeroMQ lets a second program bind an ipc:// path without an
 // error, and then takes the first one's connections away.
-inline constexpr const char* lockPath = "/run/shm/zmq/mpegfe-manager.lock";
+inline constexpr const char* lockPath = WIRE_DIRECTORY "/mpegfe-manager.lock";
 
 inline constexpr seconds timeout{10};           // for the next message, unless --timeout says otherwise
 inline constexpr seconds longestTimeout{86400}; // that --timeout takes

@@ -28,5 +28,5 @@ int main() {
     std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     // A console that goes away does not end the service.
     std::signal(SIGPIPE, SIG_IGN);
-    runMainLoop();
+    mpegfe::runMainLoop();
 }

@@ -12,6 +12,8 @@
 #include <cstddef>
 #include <cstdio>
 
+namespace mpegfe {
+
 namespace {
 
 constexpr long pollMilliseconds = 5000;
@@ -83,3 +85,5 @@ void runMainLoop() {
         json_decref(parsed);
     }
 }
+
+} // namespace mpegfe

@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+namespace mpegfe {
+
 // States of a session.
 enum SessionState : std::int32_t {
     stateInitFeed = 1,
@@ -38,3 +40,5 @@ struct MpegSession {
     void* docSocket;              // the socket that documents are sent on
     std::int32_t updateCountdown; // update passes until the next document
 };
+
+} // namespace mpegfe

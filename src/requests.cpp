@@ -1,8 +1,8 @@
 #include "requests.h"
 
-#include "feed/records.h"
 #include "session/session.h"
 #include "support/jsonText.h"
+#include "wire/records.h"
 
 #include <algorithm>
 #include <array>
@@ -10,6 +10,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+
+namespace mpegfe {
 
 namespace {
 
@@ -38,12 +40,12 @@ constexpr std::array<RequestRow, 9> requestRows{{
     {"pidData", requestPidData, noTable, handleStream, "GUI Requests All PIDs", nullptr},
     {"pgmData", requestPgmData, noTable, handleStream, "Client Requests All PGMs", nullptr},
     {"pgmDetail", requestPgmDetail, noTable, handleProgramDetail, nullptr, nullptr},
-    {"PAT", requestPat, patPid, handleStream, psiOnText, psiOffText},
-    {"CAT", requestCat, catPid, handleStream, psiOnText, psiOffText},
-    {"NIT", requestNit, nitPid, handleStream, psiOnText, psiOffText},
-    {"SDT", requestSdt, sdtPid, handleStream, psiOnText, psiOffText},
-    {"EIT", requestEit, eitPid, handleStream, psiOnText, psiOffText},
-    {"TDT", requestTdt, tdtPid, handleStream, psiOnText, psiOffText},
+    {"PAT", requestPat, wire::patPid, handleStream, psiOnText, psiOffText},
+    {"CAT", requestCat, wire::catPid, handleStream, psiOnText, psiOffText},
+    {"NIT", requestNit, wire::nitPid, handleStream, psiOnText, psiOffText},
+    {"SDT", requestSdt, wire::sdtPid, handleStream, psiOnText, psiOffText},
+    {"EIT", requestEit, wire::eitPid, handleStream, psiOnText, psiOffText},
+    {"TDT", requestTdt, wire::tdtPid, handleStream, psiOnText, psiOffText},
 }};
 
 constexpr int requestServed = 0;
@@ -112,3 +114,5 @@ int dispatchClientRequest(json_t* request, MpegSession* session, FeedContext* fe
     std::puts("Client Request not recognized");
     return requestRefused;
 }
+
+} // namespace mpegfe

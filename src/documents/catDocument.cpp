@@ -2,9 +2,11 @@
 
 #include "documents/detailList.h"
 
+namespace mpegfe {
+
 namespace {
 
-void appendCa(DocumentText& text, const CaEntry& entry) {
+void appendCa(DocumentText& text, const wire::CaEntry& entry) {
     append(text, R"({"systemID":")");
     appendHex(text, entry.caSystemId);
     append(text, R"(","pidNum":")");
@@ -14,7 +16,7 @@ void appendCa(DocumentText& text, const CaEntry& entry) {
 
 } // namespace
 
-std::size_t buildCatJson(const CatRecord& record, DocumentBuffer& out) {
+std::size_t buildCatJson(const wire::CatRecord& record, DocumentBuffer& out) {
     DocumentText text = startText(out);
     append(text, R"({"requestReply":"dataStream","dataStream":"CAT","CAT":{"pidCount":")");
     appendNumber(text, record.caCount);
@@ -27,3 +29,5 @@ std::size_t buildCatJson(const CatRecord& record, DocumentBuffer& out) {
     append(text, "}}");
     return finishText(text);
 }
+
+} // namespace mpegfe

@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <string_view>
 
+namespace mpegfe {
+
 // By index.
 inline constexpr std::array<std::string_view, 6> audioTypeNames{"UNK",   "AAC",   "AC3",
                                                                 "MPEG1", "MPEG2", "HEAAC"};
@@ -59,3 +61,5 @@ inline constexpr std::array<CodedName, 2> videoTypeNames{
 // name is shown as its number.
 inline constexpr std::array<CodedName, 4> profileNames{
     {{66, "Simple"}, {77, "Main"}, {88, "High"}, {0, "zero"}}};
+
+} // namespace mpegfe

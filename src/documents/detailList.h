@@ -5,6 +5,8 @@
 
 #include <string_view>
 
+namespace mpegfe {
+
 // Writes "details" as an array of the first count entries of a record, each with write(text, entry), a comma
 // between them; with a count of 0 it is the text emptyWord instead.
 template <typename Entry, std::size_t extent, typename Count, typename WriteEntry>
@@ -27,3 +29,5 @@ void appendDetails(DocumentText& text, const Entry (&entries)[extent], Count cou
     }
     append(text, "]");
 }
+
+} // namespace mpegfe

@@ -1,5 +1,7 @@
 #include "documents/documentText.h"
 
+namespace mpegfe {
+
 DocumentText startText(DocumentBuffer& buffer) {
     return {buffer, buffer, buffer + sizeof buffer - 1, false};
 }
@@ -17,3 +19,5 @@ std::size_t finishText(DocumentText& text) {
     *text.next = '\0';
     return textLength(text);
 }
+
+} // namespace mpegfe

@@ -12,6 +12,8 @@
 #include <cstring>
 #include <string_view>
 
+namespace mpegfe {
+
 // Room for one document with its terminator.
 inline constexpr std::size_t documentCapacity = 25000;
 using DocumentBuffer = char[documentCapacity];
@@ -96,3 +98,5 @@ template <std::size_t width>
 void appendField(DocumentText& text, const char (&field)[width]) {
     append(text, {field, fieldLength(field)});
 }
+
+} // namespace mpegfe

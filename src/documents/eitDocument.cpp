@@ -2,9 +2,11 @@
 
 #include "documents/detailList.h"
 
+namespace mpegfe {
+
 namespace {
 
-void appendEvent(DocumentText& text, const EitEvent& event) {
+void appendEvent(DocumentText& text, const wire::EitEvent& event) {
     append(text, R"({"eventID":")");
     appendHex(text, event.eventId);
     append(text, R"(","Date:MJD":")");
@@ -24,7 +26,7 @@ void appendEvent(DocumentText& text, const EitEvent& event) {
 
 } // namespace
 
-std::size_t buildEitJson(const EitRecord& record, DocumentBuffer& out) {
+std::size_t buildEitJson(const wire::EitRecord& record, DocumentBuffer& out) {
     DocumentText text = startText(out);
     append(text, R"({"requestReply":"dataStream","dataStream":"EIT","EIT":{"eventCount":")");
     appendNumber(text, record.eventCount);
@@ -43,3 +45,5 @@ std::size_t buildEitJson(const EitRecord& record, DocumentBuffer& out) {
     append(text, "}}");
     return finishText(text);
 }
+
+} // namespace mpegfe

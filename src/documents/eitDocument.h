@@ -2,7 +2,11 @@
 #pragma once
 
 #include "documents/documentText.h"
-#include "feed/records.h"
+#include "wire/records.h"
+
+namespace mpegfe {
 
 // Writes the document for this record. Returns the text's length without its terminator.
-std::size_t buildEitJson(const EitRecord& record, DocumentBuffer& out);
+std::size_t buildEitJson(const wire::EitRecord& record, DocumentBuffer& out);
+
+} // namespace mpegfe

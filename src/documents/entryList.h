@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <string_view>
 
+namespace mpegfe {
+
 // Writes entries 0 to count - 1 with write(index), a comma between them, and the tail behind the last. When
 // one more entry as long as the last would pass listTextLimit characters, prints overflowLine and writes no
 // more of them, also when that was the last one. An entry that is so much longer than the one before it that
@@ -33,3 +35,5 @@ void appendEntries(DocumentText& text, int count, const char* overflowLine, std:
     text.end += tail.size();
     append(text, tail);
 }
+
+} // namespace mpegfe

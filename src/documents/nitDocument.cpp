@@ -2,9 +2,11 @@
 
 #include "documents/detailList.h"
 
+namespace mpegfe {
+
 namespace {
 
-void appendDescriptor(DocumentText& text, const NitDescriptor& descriptor) {
+void appendDescriptor(DocumentText& text, const wire::NitDescriptor& descriptor) {
     append(text, R"({"descriptorType":")");
     appendHex(text, descriptor.descriptorType);
     append(text, R"(","descriptors":")");
@@ -14,7 +16,7 @@ void appendDescriptor(DocumentText& text, const NitDescriptor& descriptor) {
 
 } // namespace
 
-std::size_t buildNitJson(const NitRecord& record, DocumentBuffer& out) {
+std::size_t buildNitJson(const wire::NitRecord& record, DocumentBuffer& out) {
     DocumentText text = startText(out);
     append(text, R"({"requestReply":"dataStream","dataStream":"NIT","NIT":{"descriptorCount":")");
     appendNumber(text, record.descriptorCount);
@@ -37,3 +39,5 @@ std::size_t buildNitJson(const NitRecord& record, DocumentBuffer& out) {
     append(text, "}}");
     return finishText(text);
 }
+
+} // namespace mpegfe

@@ -6,6 +6,8 @@
 #include <cmath>
 #include <cstring>
 
+namespace mpegfe {
+
 namespace {
 
 constexpr float kilobitLimit = 1000000.0F; // bit/s; above it rates are written in Mbps
@@ -155,3 +157,5 @@ char* formatRateKbps(char* at, float rate) {
 char* formatPictureRate(char* at, float picturesPerSecond) {
     return formatFixed<pictureRateForm>(at, static_cast<double>(picturesPerSecond));
 }
+
+} // namespace mpegfe

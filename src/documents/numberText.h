@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
+namespace mpegfe {
+
 // Longest texts, sign and unit included. A rate may be any single-precision number: 39 digits before its
 // point.
 inline constexpr std::size_t longestInteger = 11;
@@ -26,3 +28,5 @@ char* formatRateKbps(char* at, float rate);
 
 // "%6.2f".
 char* formatPictureRate(char* at, float picturesPerSecond);
+
+} // namespace mpegfe

@@ -2,6 +2,8 @@
 
 #include "documents/codedValues.h"
 
+namespace mpegfe {
+
 namespace {
 
 void appendProfile(DocumentText& text, std::int32_t profile) {
@@ -13,7 +15,7 @@ void appendProfile(DocumentText& text, std::int32_t profile) {
     }
 }
 
-void appendPmt(DocumentText& text, const PmtEntry& pmt) {
+void appendPmt(DocumentText& text, const wire::PmtEntry& pmt) {
     append(text, R"({"pidType":"PMT","pidNum":")");
     appendNumber(text, pmt.pmtPid);
     append(text, R"(","pgmNum":")");
@@ -21,7 +23,7 @@ void appendPmt(DocumentText& text, const PmtEntry& pmt) {
     append(text, R"("},)");
 }
 
-void appendVideo(DocumentText& text, const PmtEntry& pmt, const AvPgmEntry& av) {
+void appendVideo(DocumentText& text, const wire::PmtEntry& pmt, const wire::AvPgmEntry& av) {
     append(text, R"({"pidType":"VIDEO","pidNum":")");
     appendNumber(text, pmt.videoPid);
     append(text, R"(","videoType":")");
@@ -45,7 +47,7 @@ void appendVideo(DocumentText& text, const PmtEntry& pmt, const AvPgmEntry& av) 
     append(text, R"("})");
 }
 
-void appendAudio(DocumentText& text, const PmtEntry& pmt, const AvAudioTrack& track, int t) {
+void appendAudio(DocumentText& text, const wire::PmtEntry& pmt, const wire::AvAudioTrack& track, int t) {
     append(text, R"({"pidType":"AUDIO","pidNum":")");
     appendNumber(text, pmt.audioPids[t]);
     append(text, R"(","audioType":")");
@@ -75,7 +77,7 @@ void appendBarePids(DocumentText& text, std::string_view opening, const std::uin
 
 } // namespace
 
-std::size_t buildPgmDetailJson(const PmtEntry* pmt, const AvPgmEntry* av, DocumentBuffer& out) {
+std::size_t buildPgmDetailJson(const wire::PmtEntry* pmt, const wire::AvPgmEntry* av, DocumentBuffer& out) {
     DocumentText text = startText(out);
     append(text, R"({"requestReply":"dataStream","dataStream":"pgmDetail","pgmDetail":{"pidCount":")");
     appendNumber(text, (av->videoPid != 0 ? 1 : 0) + av->audioCount);
@@ -87,7 +89,7 @@ std::size_t buildPgmDetailJson(const PmtEntry* pmt, const AvPgmEntry* av, Docume
     if (av->audioCount != 0 || av->privateCount != 0) {
         append(text, ",");
     }
-    const int audioCount = clampCount(av->audioCount, maxAudioTracks);
+    const int audioCount = clampCount(av->audioCount, wire::maxAudioTracks);
     for (int t = 0; t < audioCount; ++t) {
         if (t > 0) {
             append(text, ",");
@@ -95,9 +97,11 @@ std::size_t buildPgmDetailJson(const PmtEntry* pmt, const AvPgmEntry* av, Docume
         appendAudio(text, *pmt, av->audio[t], t);
     }
     appendBarePids(text, R"({"pidType":"PRIVATE","pidNum":")", pmt->pvtPids,
-                   clampCount(av->privateCount, maxPrivatePids));
+                   clampCount(av->privateCount, wire::maxPrivatePids));
     appendBarePids(text, R"({"pidType":"ECM","pidNum":")", pmt->ecmPids,
-                   clampCount(pmt->ecmCount, maxEcmPids));
+                   clampCount(pmt->ecmCount, wire::maxEcmPids));
     append(text, "]}}");
     return finishText(text);
 }
+
+} // namespace mpegfe

@@ -2,9 +2,11 @@
 
 #include "documents/entryList.h"
 
+namespace mpegfe {
+
 namespace {
 
-void appendProgram(DocumentText& text, const SdtService& service) {
+void appendProgram(DocumentText& text, const wire::SdtService& service) {
     append(text, R"({"pgmNum":")");
     appendNumber(text, service.serviceId);
     append(text, R"(","patIndex":")");
@@ -30,7 +32,7 @@ void appendProgram(DocumentText& text, const SdtService& service) {
 
 } // namespace
 
-std::size_t buildPgmListJson(const SdtRecord* sdt, DocumentBuffer& out) {
+std::size_t buildPgmListJson(const wire::SdtRecord* sdt, DocumentBuffer& out) {
     DocumentText text = startText(out);
     append(text, R"({"requestReply":"dataStream","dataStream":"pgmData","pgmData":{"svcCount":")");
     appendNumber(text, sdt->serviceCount);
@@ -41,7 +43,9 @@ std::size_t buildPgmListJson(const SdtRecord* sdt, DocumentBuffer& out) {
     append(text, R"(","scrambledCount":")");
     appendNumber(text, sdt->scrambledCount);
     append(text, R"(","pgms":[)");
-    appendEntries(text, clampCount(sdt->serviceCount, maxServices), "JSON PGM Overflow", "]}}",
+    appendEntries(text, clampCount(sdt->serviceCount, wire::maxServices), "JSON PGM Overflow", "]}}",
                   [&](int index) { appendProgram(text, sdt->services[index]); });
     return finishText(text);
 }
+
+} // namespace mpegfe

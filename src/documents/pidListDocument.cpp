@@ -2,6 +2,8 @@
 
 #include "documents/entryList.h"
 
+namespace mpegfe {
+
 namespace {
 
 void appendPid(DocumentText& text, const PidEntry& entry) {
@@ -35,7 +37,9 @@ std::size_t buildPidListJson(const PidEntry* entries, int count, float aggRate, 
     append(text, R"(","aggStreamRate":")");
     appendRate(text, aggRate);
     append(text, R"(","pids":[)");
-    appendEntries(text, clampCount(count, maxPids), "JSON PID Overflow", "]}}",
+    appendEntries(text, clampCount(count, wire::maxPids), "JSON PID Overflow", "]}}",
                   [&](int index) { appendPid(text, entries[index]); });
     return finishText(text);
 }
+
+} // namespace mpegfe

@@ -11,6 +11,8 @@
 #include <array>
 #include <cstdio>
 
+namespace mpegfe {
+
 namespace {
 
 struct PsiTable {
@@ -20,17 +22,17 @@ struct PsiTable {
 };
 
 constexpr std::array<PsiTable, 6> psiTables{{
-    {patPid, &newestRecords.pat.pidRate,
+    {wire::patPid, &newestRecords.pat.pidRate,
      [](DocumentBuffer& out) { return buildPatJson(newestRecords.pat, out); }},
-    {catPid, &newestRecords.cat.pidRate,
+    {wire::catPid, &newestRecords.cat.pidRate,
      [](DocumentBuffer& out) { return buildCatJson(newestRecords.cat, out); }},
-    {nitPid, &newestRecords.nit.pidRate,
+    {wire::nitPid, &newestRecords.nit.pidRate,
      [](DocumentBuffer& out) { return buildNitJson(newestRecords.nit, out); }},
-    {sdtPid, &newestRecords.sdt.pidRate,
+    {wire::sdtPid, &newestRecords.sdt.pidRate,
      [](DocumentBuffer& out) { return buildSdtJson(newestRecords.sdt, out); }},
-    {eitPid, &newestRecords.eit.pidRate,
+    {wire::eitPid, &newestRecords.eit.pidRate,
      [](DocumentBuffer& out) { return buildEitJson(newestRecords.eit, out); }},
-    {tdtPid, &newestRecords.tdt.pidRate,
+    {wire::tdtPid, &newestRecords.tdt.pidRate,
      [](DocumentBuffer& out) { return buildTdtJson(newestRecords.tdt, out); }},
 }};
 
@@ -52,3 +54,5 @@ std::size_t buildPsiJson(std::uint16_t pid, DocumentBuffer& out) {
     std::printf("Unsupported PSI %d\n", pid);
     return buildEmptyJson(out);
 }
+
+} // namespace mpegfe

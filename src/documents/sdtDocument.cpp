@@ -2,10 +2,12 @@
 
 #include "documents/detailList.h"
 
+namespace mpegfe {
+
 namespace {
 
 // The comma behind "Set" makes the text no valid JSON; clients expect it.
-void appendService(DocumentText& text, const SdtService& service) {
+void appendService(DocumentText& text, const wire::SdtService& service) {
     append(text, R"({"svcName":")");
     appendField(text, service.serviceName);
     append(text, R"(","svcProvider":")");
@@ -15,7 +17,7 @@ void appendService(DocumentText& text, const SdtService& service) {
 
 } // namespace
 
-std::size_t buildSdtJson(const SdtRecord& record, DocumentBuffer& out) {
+std::size_t buildSdtJson(const wire::SdtRecord& record, DocumentBuffer& out) {
     DocumentText text = startText(out);
     append(text, R"({"requestReply":"dataStream","dataStream":"SDT","SDT":{"pgms":")");
     appendNumber(text, record.serviceCount);
@@ -34,3 +36,5 @@ std::size_t buildSdtJson(const SdtRecord& record, DocumentBuffer& out) {
     append(text, "}}");
     return finishText(text);
 }
+
+} // namespace mpegfe

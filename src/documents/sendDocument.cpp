@@ -13,6 +13,8 @@
 #include <array>
 #include <cstdio>
 
+namespace mpegfe {
+
 namespace {
 
 constexpr std::size_t nothingToSend = 0;
@@ -40,7 +42,7 @@ std::size_t buildPgmList(const MpegSession*, DocumentBuffer& out) {
 std::size_t buildPgmDetail(const MpegSession* session, DocumentBuffer& out) {
     const std::int32_t patIndex = session->requestParam;
     const std::int32_t programs = newestRecords.pat.programCount;
-    if (patIndex < 0 || patIndex >= clampCount(programs, maxPmtSlots)) {
+    if (patIndex < 0 || patIndex >= clampCount(programs, wire::maxPmtSlots)) {
         std::printf("No details for patindex %d, programs %d\n", patIndex, programs);
         return nothingToSend;
     }
@@ -92,3 +94,5 @@ void sendJsonToGUI(const MpegSession* session) {
         abandonDocument(session->docSocket);
     }
 }
+
+} // namespace mpegfe

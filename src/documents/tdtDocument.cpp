@@ -1,6 +1,8 @@
 #include "documents/tdtDocument.h"
 
-std::size_t buildTdtJson(const TdtRecord& record, DocumentBuffer& out) {
+namespace mpegfe {
+
+std::size_t buildTdtJson(const wire::TdtRecord& record, DocumentBuffer& out) {
     DocumentText text = startText(out);
     append(text, R"({"requestReply":"dataStream","dataStream":"TDT","TDT":{"tableID":")");
     appendHex(text, record.tableId);
@@ -13,3 +15,5 @@ std::size_t buildTdtJson(const TdtRecord& record, DocumentBuffer& out) {
     append(text, R"("}})");
     return finishText(text);
 }
+
+} // namespace mpegfe

@@ -3,16 +3,20 @@
 #include "support/assertion.h"
 #include "support/sockets.h"
 
+#include "wire/endpoints.h"
+#include "wire/instructionWord.h"
+
 #include <zmq.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 
+namespace mpegfe {
+
 namespace {
 
-constexpr char publisherEndpoint[] = "tcp://" MPEGFE_PARSER_HOST ":5101";
-constexpr char instructionEndpoint[] = "ipc:///run/shm/zmq/uRO_MMR_MPEGFE-1";
+constexpr char publisherEndpoint[] = "tcp://" MPEGFE_PARSER_HOST ":" WIRE_PARSER_PORT;
 
 constexpr char sourceFile[] = "tolk_mpeg_toGui";
 
@@ -41,9 +45,8 @@ void setFirstChannel(void* (&channels)[maxParserChannels], void* socket) {
     }
 }
 
-void setSubscription(FeedContext* ptx, int option, TopicBits bit) {
-    const char* name = topicOf(bit).name;
-    zmq_setsockopt(ptx->subscribers[ptx->activeChannel], option, name, std::strlen(name));
+void setSubscription(FeedContext* ptx, int option, const wire::Topic& topic) {
+    zmq_setsockopt(ptx->subscribers[ptx->activeChannel], option, topic.name, std::strlen(topic.name));
 }
 
 } // namespace
@@ -69,7 +72,7 @@ int init_mpeg_zmq_sub_context(FeedContext* ptx) {
 
     ptx->instructor_1 = zmq_socket(ptx->context, ZMQ_REQ);
     require(ptx->instructor_1 != nullptr, "ptx->instructor_1 != ((void *)0)", __LINE__);
-    rc = zmq_connect(ptx->instructor_1, instructionEndpoint);
+    rc = zmq_connect(ptx->instructor_1, wire::instructionEndpoint);
     if (rc != 0) {
         std::printf("MPEG MLC1 REQ To ZYNQ1 failed %d %s\n", rc, zmq_strerror(errno));
     }
@@ -101,19 +104,22 @@ bool feedIsOpen(const FeedContext* ptx) {
     return ptx->context != nullptr;
 }
 
-void subscribeTopics(FeedContext* ptx, std::initializer_list<TopicBits> bits) {
-    for (const TopicBits bit : bits) {
-        setSubscription(ptx, ZMQ_SUBSCRIBE, bit);
+void subscribeTopics(FeedContext* ptx, std::initializer_list<wire::Topic> topics) {
+    for (const wire::Topic& topic : topics) {
+        setSubscription(ptx, ZMQ_SUBSCRIBE, topic);
     }
 }
 
-void unsubscribeTopic(FeedContext* ptx, TopicBits bit) {
-    setSubscription(ptx, ZMQ_UNSUBSCRIBE, bit);
+void unsubscribeTopic(FeedContext* ptx, const wire::Topic& topic) {
+    setSubscription(ptx, ZMQ_UNSUBSCRIBE, topic);
 }
 
 void sendInstruction(FeedContext* ptx) {
     void* instructor = ptx->instructors[ptx->activeChannel];
-    zmq_send(instructor, &ptx->instructionWord, sizeof ptx->instructionWord, 0);
-    std::uint16_t reply = 0;
-    receivePart(instructor, &reply, sizeof reply);
+    const wire::InstructionWord word = wire::instructionWord(ptx->instructionWord);
+    zmq_send(instructor, word.data(), word.size(), 0);
+    wire::InstructionWord reply{};
+    receivePart(instructor, reply.data(), reply.size());
 }
+
+} // namespace mpegfe

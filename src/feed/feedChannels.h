@@ -2,10 +2,12 @@
 // over which the service tells it which topics to publish.
 #pragma once
 
-#include "feed/topics.h"
+#include "feed/receivedTopics.h"
 
 #include <cstdint>
 #include <initializer_list>
+
+namespace mpegfe {
 
 inline constexpr int maxParserChannels = 4;
 
@@ -22,15 +24,15 @@ struct FeedContext {
     void* context;
     void* subscribers[maxParserChannels];
     void* subscriber_1;
-    char currentTopic[maxTopicLength + 1];
+    char currentTopic[wire::maxTopicLength + 1];
     CaptureBits receivedMask;
-    TopicBits requestedTopics; // last asked of the parser
-    TopicBits changedTopics;   // records that differed from their previous copy at their last arrival
-    TopicBits previousChanged; // changedTopics as the previous stabilise pass saw it
+    wire::TopicBits requestedTopics; // last asked of the parser
+    wire::TopicBits changedTopics;   // records that differed from their previous copy at their last arrival
+    wire::TopicBits previousChanged; // changedTopics as the previous stabilise pass saw it
     void* instructors[maxParserChannels];
     void* instructor_1;
-    TopicBits instructionWord;  // of the next instruction message
-    std::int32_t activeChannel; // 0 is channel 1
+    wire::TopicBits instructionWord; // of the next instruction message
+    std::int32_t activeChannel;      // 0 is channel 1
     SupersededFeed superseded;
 };
 
@@ -48,12 +50,14 @@ int mpeg_cleanup_zmq_sub_context(FeedContext* ptx);
 // Whether the feed has been opened and not closed since.
 bool feedIsOpen(const FeedContext* ptx);
 
-// Subscribes to the topics of these bits, one at a time in this order.
-void subscribeTopics(FeedContext* ptx, std::initializer_list<TopicBits> bits);
+// Subscribes to these topics, one at a time in this order.
+void subscribeTopics(FeedContext* ptx, std::initializer_list<wire::Topic> topics);
 
-// Takes back one subscription to the topic of this bit.
-void unsubscribeTopic(FeedContext* ptx, TopicBits bit);
+// Takes back one subscription to the topic.
+void unsubscribeTopic(FeedContext* ptx, const wire::Topic& topic);
 
 // Sends instructionWord as one message of 2 bytes, little-endian, and blocks until the parser's reply of 2
 // bytes, which carries nothing that is used.
 void sendInstruction(FeedContext* ptx);
+
+} // namespace mpegfe

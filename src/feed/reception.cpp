@@ -1,5 +1,6 @@
 #include "feed/reception.h"
 
+#include "feed/recordStore.h"
 #include "support/boundedText.h"
 #include "support/sockets.h"
 
@@ -8,6 +9,8 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
+
+namespace mpegfe {
 
 namespace {
 
@@ -32,23 +35,23 @@ bool receiveText(void* socket, char (&text)[width]) {
     return length >= 0;
 }
 
-const Topic* findTopic(const char* name) {
-    for (const Topic& topic : topics) {
-        if (std::strcmp(topic.name, name) == 0) {
-            return &topic;
+const ReceivedTopic* findTopic(const char* name) {
+    for (const ReceivedTopic& row : receivedTopics) {
+        if (std::strcmp(row.topic.name, name) == 0) {
+            return &row;
         }
     }
     return nullptr;
 }
 
-char* recordOf(RecordSet& records, const Topic& topic) {
+char* recordOf(wire::RecordSet& records, const wire::Topic& topic) {
     return reinterpret_cast<char*>(&records) + topic.offset;
 }
 
 // The PAT's own flag, and an empty PID list, tell that the parser has lost or changed its stream.
-bool announcesNewStream(const PatRecord& pat) {
+bool announcesNewStream(const wire::PatRecord& pat) {
     std::printf("PAT Newstream Flag %d PIDs %d\n", pat.newStreamFlag, pat.pidListCount);
-    if (pat.pidListCount != 0 && pat.newStreamFlag != newStreamMark) {
+    if (pat.pidListCount != 0 && pat.newStreamFlag != wire::newStreamMark) {
         return false;
     }
     std::puts("\n\n\nNewstream in MPEGdata\n\n");
@@ -56,42 +59,43 @@ bool announcesNewStream(const PatRecord& pat) {
 }
 
 // Compares only what has arrived: a short record says nothing about the rest of its layout.
-void trackChange(FeedContext* ptx, const Topic& topic, std::size_t length) {
+void trackChange(FeedContext* ptx, const wire::Topic& topic, std::size_t length) {
     const char* newest = recordOf(newestRecords, topic);
     char* previous = recordOf(previousRecords, topic);
     if (std::memcmp(newest, previous, length) != 0) {
         std::memcpy(previous, newest, length);
-        ptx->changedTopics = static_cast<TopicBits>(ptx->changedTopics | topic.bit);
+        ptx->changedTopics = static_cast<wire::TopicBits>(ptx->changedTopics | topic.bit);
     } else {
-        ptx->changedTopics = static_cast<TopicBits>(ptx->changedTopics & ~topic.bit);
+        ptx->changedTopics = static_cast<wire::TopicBits>(ptx->changedTopics & ~topic.bit);
     }
 }
 
-std::int32_t receiveRecord(FeedContext* ptx, const Topic& topic, PartFlags& flags,
+std::int32_t receiveRecord(FeedContext* ptx, const ReceivedTopic& row, PartFlags& flags,
                            std::int32_t* programCountOut) {
-    if (topic.announce != nullptr) {
-        topic.announce(ptx->currentTopic);
+    const wire::Topic& topic = row.topic;
+    if (row.announce != nullptr) {
+        row.announce(ptx->currentTopic);
     }
     const int length = receivePart(flags.socket, recordOf(newestRecords, topic), topic.size);
     if (length < 0) {
         return brokenMessage;
     }
-    if (topic.report != nullptr) {
-        topic.report(ptx->currentTopic, static_cast<int>(topic.size), length);
+    if (row.report != nullptr) {
+        row.report(ptx->currentTopic, static_cast<int>(topic.size), length);
     }
     if (queryFails(flags) && flags.more != 0) {
-        std::puts(topic.brokenText);
+        std::puts(row.brokenText);
         return brokenMessage;
     }
-    if (topic.bit == patBit && announcesNewStream(newestRecords.pat)) {
+    if (topic.bit == wire::patBit && announcesNewStream(newestRecords.pat)) {
         ptx->receivedMask = 0;
         return newStream;
     }
     trackChange(ptx, topic, static_cast<std::size_t>(clampCount(length, static_cast<int>(topic.size))));
-    if (topic.bit == patBit) {
+    if (topic.bit == wire::patBit) {
         *programCountOut = newestRecords.pat.programCount;
     }
-    ptx->receivedMask |= topic.captureBits;
+    ptx->receivedMask |= row.captureBits;
     return captured;
 }
 
@@ -113,10 +117,12 @@ std::int32_t receiveMpegTopic(FeedContext* ptx, std::int32_t* programCountOut) {
     if (queryFails(flags) && flags.more == 0) {
         return brokenMessage;
     }
-    const Topic* topic = findTopic(ptx->currentTopic);
-    if (topic == nullptr) {
+    const ReceivedTopic* row = findTopic(ptx->currentTopic);
+    if (row == nullptr) {
         std::printf("No TOPIC match for %s\n", ptx->currentTopic);
         return captured;
     }
-    return receiveRecord(ptx, *topic, flags, programCountOut);
+    return receiveRecord(ptx, *row, flags, programCountOut);
 }
+
+} // namespace mpegfe

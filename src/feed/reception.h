@@ -5,6 +5,8 @@
 
 #include <cstdint>
 
+namespace mpegfe {
+
 // What one call of receiveMpegTopic met.
 inline constexpr std::int32_t captured = 0;       // the record is stored, or its topic is unknown
 inline constexpr std::int32_t brokenMessage = -1; // the message's parts are not what they should be
@@ -18,3 +20,5 @@ inline constexpr std::int32_t newStream = -2;     // the PAT announces a new str
 // captured, brokenMessage or newStream (which clears ptx->receivedMask and takes no part in change
 // detection). The record of an unknown topic stays queued, and the next call takes it for a topic.
 std::int32_t receiveMpegTopic(FeedContext* ptx, std::int32_t* programCountOut);
+
+} // namespace mpegfe

@@ -1,5 +1,9 @@
 #include "feed/recordStore.h"
 
-RecordSet newestRecords;
-RecordSet previousRecords;
+namespace mpegfe {
+
+wire::RecordSet newestRecords;
+wire::RecordSet previousRecords;
 std::int32_t programCount;
+
+} // namespace mpegfe

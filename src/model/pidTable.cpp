@@ -9,8 +9,10 @@
 #include <cstdio>
 #include <cstring>
 
-PidEntry pidTable[maxPids];
-float programRates[maxPrograms];
+namespace mpegfe {
+
+PidEntry pidTable[wire::maxPids];
+float programRates[wire::maxPrograms];
 float aggStreamRate;
 
 namespace {
@@ -42,8 +44,8 @@ struct RateSums {
 // The program being collected: its index and its slots in the two records that describe it.
 struct Program {
     std::int32_t patIndex;
-    const PmtEntry& pmt;
-    const AvPgmEntry& av;
+    const wire::PmtEntry& pmt;
+    const wire::AvPgmEntry& av;
 };
 
 void setType(PidEntry& entry, PidType type, const char* description) {
@@ -90,11 +92,11 @@ void collectPsi(RateSums& sums) {
 }
 
 void collectEmm(RateSums& sums) {
-    if (pidPosition(catPid) == absentPid) {
+    if (pidPosition(wire::catPid) == absentPid) {
         return;
     }
-    const CatRecord& cat = newestRecords.cat;
-    const int caCount = clampCount(cat.caCount, maxCaEntries);
+    const wire::CatRecord& cat = newestRecords.cat;
+    const int caCount = clampCount(cat.caCount, wire::maxCaEntries);
     for (int k = 0; k < caCount; ++k) {
         const std::uint16_t pid = cat.caEntries[k].caPid;
         const int position = pidPosition(pid);
@@ -113,11 +115,11 @@ void collectEmm(RateSums& sums) {
 }
 
 void collectNull(RateSums& sums) {
-    const int position = pidPosition(nullPid);
+    const int position = pidPosition(wire::nullPid);
     if (position == absentPid) {
         return;
     }
-    PidEntry& entry = claim(position, nullPid);
+    PidEntry& entry = claim(position, wire::nullPid);
     setType(entry, pidTypeNull);
     entry.patIndex = 0;
     sums.null = entry.pidRate;
@@ -194,7 +196,7 @@ void collectPcr(const Program& program, RateSums& sums) {
 }
 
 void collectEcm(const Program& program, RateSums& sums) {
-    const int count = clampCount(program.pmt.ecmCount, maxEcmPids);
+    const int count = clampCount(program.pmt.ecmCount, wire::maxEcmPids);
     for (int e = 0; e < count; ++e) {
         const std::uint16_t pid = program.pmt.ecmPids[e];
         const int position = pidPosition(pid);
@@ -211,7 +213,7 @@ void collectEcm(const Program& program, RateSums& sums) {
 
 // Audio and private PIDs are counted by the PMT slot and listed by the AVPGM slot.
 void collectAudio(const Program& program, RateSums& sums) {
-    const int count = clampCount(program.pmt.audioCount, maxAudioTracks);
+    const int count = clampCount(program.pmt.audioCount, wire::maxAudioTracks);
     for (int t = 0; t < count; ++t) {
         const std::uint16_t pid = program.av.audio[t].pid;
         const int position = pidPosition(pid);
@@ -222,7 +224,7 @@ void collectAudio(const Program& program, RateSums& sums) {
 }
 
 void collectPrivate(const Program& program, RateSums& sums) {
-    const int count = clampCount(program.pmt.privateCount, maxPrivatePids);
+    const int count = clampCount(program.pmt.privateCount, wire::maxPrivatePids);
     for (int p = 0; p < count; ++p) {
         const std::uint16_t pid = program.av.privatePids[p].pid;
         const int position = pidPosition(pid);
@@ -242,9 +244,9 @@ constexpr std::array programBuilders{collectPmt, collectVideo, collectPcr,
 
 void collectPrograms(std::int32_t count, RateSums& sums) {
     std::fill(std::begin(programRates), std::end(programRates), 0.0F);
-    const PmtEntry* slots = newestRecords.pmt.slots;
+    const wire::PmtEntry* slots = newestRecords.pmt.slots;
     const int first = slots[0].pgmNum == 0 ? 1 : 0;
-    const int end = clampCount(count, maxPmtSlots);
+    const int end = clampCount(count, wire::maxPmtSlots);
     for (int patIndex = first; patIndex < end; ++patIndex) {
         const Program program{patIndex, slots[patIndex], newestRecords.avPgm.slots[patIndex]};
         sums.program = 0.0F;
@@ -259,7 +261,7 @@ void collectPrograms(std::int32_t count, RateSums& sums) {
 // The PMT PID that the warning about an unknown PID shows: the one in the slot of the PID's own place, which
 // says nothing about the PID but is what operators know. 0 where there is no such slot.
 int pmtPidAtSlot(int position) {
-    return position < maxPmtSlots ? newestRecords.pmt.slots[position].pmtPid : 0;
+    return position < wire::maxPmtSlots ? newestRecords.pmt.slots[position].pmtPid : 0;
 }
 
 void collectUnknown(RateSums& sums) {
@@ -280,18 +282,18 @@ void collectUnknown(RateSums& sums) {
 }
 
 // The AVPGM slot of the program with this number, or null.
-const AvPgmEntry* findAvProgram(std::uint16_t pgmNum) {
-    const AvPgmEntry* begin = newestRecords.avPgm.slots;
-    const AvPgmEntry* end = begin + clampCount(newestRecords.pat.programCount, maxPrograms);
-    const AvPgmEntry* found =
-        std::find_if(begin, end, [=](const AvPgmEntry& av) { return av.pgmNum == pgmNum; });
+const wire::AvPgmEntry* findAvProgram(std::uint16_t pgmNum) {
+    const wire::AvPgmEntry* begin = newestRecords.avPgm.slots;
+    const wire::AvPgmEntry* end = begin + clampCount(newestRecords.pat.programCount, wire::maxPrograms);
+    const wire::AvPgmEntry* found =
+        std::find_if(begin, end, [=](const wire::AvPgmEntry& av) { return av.pgmNum == pgmNum; });
     return found != end ? found : nullptr;
 }
 
-void markAudio(PidEntry& entry, const AvPgmEntry& av) {
-    const AvAudioTrack* end = av.audio + clampCount(av.audioCount, maxAudioTracks);
-    const AvAudioTrack* track =
-        std::find_if(av.audio, end, [&](const AvAudioTrack& audio) { return audio.pid == entry.pidNum; });
+void markAudio(PidEntry& entry, const wire::AvPgmEntry& av) {
+    const wire::AvAudioTrack* end = av.audio + clampCount(av.audioCount, wire::maxAudioTracks);
+    const wire::AvAudioTrack* track = std::find_if(
+        av.audio, end, [&](const wire::AvAudioTrack& audio) { return audio.pid == entry.pidNum; });
     if (track == end) {
         std::puts("Collecting PIDs match Audio error");
         return;
@@ -306,7 +308,7 @@ void markScrambling(PidEntry& entry) {
         entry.scrambled = 0;
         return;
     }
-    const AvPgmEntry* av = findAvProgram(entry.pgmNum);
+    const wire::AvPgmEntry* av = findAvProgram(entry.pgmNum);
     if (av == nullptr) {
         return;
     }
@@ -351,3 +353,5 @@ int collectPids(std::int32_t count) {
     finishEntries();
     return artificial;
 }
+
+} // namespace mpegfe

@@ -2,10 +2,12 @@
 // newest records; and the rates of the programs and of the whole stream.
 #pragma once
 
-#include "feed/records.h"
+#include "wire/records.h"
 
 #include <cstddef>
 #include <cstdint>
+
+namespace mpegfe {
 
 // What a PID carries.
 enum PidType : std::uint16_t {
@@ -43,12 +45,15 @@ static_assert(offsetof(PidEntry, pidNum) == 8);
 static_assert(offsetof(PidEntry, pidRate) == 16);
 static_assert(offsetof(PidEntry, description) == 24);
 
-extern PidEntry pidTable[maxPids];      // the first pidListCount entries are valid
-extern float programRates[maxPrograms]; // bit/s, in the order of collection; 0 beyond the programs collected
-extern float aggStreamRate;             // bit/s, the sum of everything collected
+extern PidEntry pidTable[wire::maxPids]; // the first pidListCount entries are valid
+extern float
+    programRates[wire::maxPrograms]; // bit/s, in the order of collection; 0 beyond the programs collected
+extern float aggStreamRate;          // bit/s, the sum of everything collected
 
 // Rebuilds pidTable, programRates and aggStreamRate from the newest records, for programCount programs (the
 // PAT record's count as of the last established stream). Writes 0 over the TS-STATUS rate of a private PID
 // above 200000 bit/s, and may write an artificial SDT into the SDT record. Prints a line for each PID whose
 // place or type does not fit. Returns 1 when an artificial SDT was written, 0 when a real one stands.
 int collectPids(std::int32_t programCount);
+
+} // namespace mpegfe

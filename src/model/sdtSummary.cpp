@@ -6,15 +6,17 @@
 
 #include <cstdio>
 
+namespace mpegfe {
+
 namespace {
 
 // The AVPGM record has one slot fewer than services when the network entry takes the first; what has no slot
 // is not scrambled.
 std::uint16_t allScrambledAt(int slot) {
-    return slot < maxPrograms ? newestRecords.avPgm.slots[slot].allScrambled : std::uint16_t{0};
+    return slot < wire::maxPrograms ? newestRecords.avPgm.slots[slot].allScrambled : std::uint16_t{0};
 }
 
-void printService(const SdtService& service, float rate) {
+void printService(const wire::SdtService& service, float rate) {
     constexpr auto providerWidth = static_cast<int>(sizeof service.providerName);
     constexpr auto serviceWidth = static_cast<int>(sizeof service.serviceName);
     std::printf("Service: %-25.*s Provider: %-10.*s PMT: %6d CA: %d Scrambled %d Rate: %10.3fMbps\n",
@@ -25,13 +27,13 @@ void printService(const SdtService& service, float rate) {
 } // namespace
 
 void printSdtSummary() {
-    SdtRecord& sdt = newestRecords.sdt;
+    wire::SdtRecord& sdt = newestRecords.sdt;
     const int first = newestRecords.avPgm.slots[0].pgmNum == 0 ? 1 : 0;
-    const int count = clampCount(sdt.serviceCount, maxServices);
+    const int count = clampCount(sdt.serviceCount, wire::maxServices);
     sdt.scrambledCount = 0;
     sdt.aggregateRate = aggStreamRate;
     for (int k = 0; k < count; ++k) {
-        SdtService& service = sdt.services[k];
+        wire::SdtService& service = sdt.services[k];
         service.allScrambled = allScrambledAt(first + k);
         service.rate = programRates[k];
         if (service.allScrambled != 0) {
@@ -44,3 +46,5 @@ void printSdtSummary() {
         printService(sdt.services[k], programRates[k]);
     }
 }
+
+} // namespace mpegfe

@@ -4,17 +4,19 @@
 
 #include <algorithm>
 
+namespace mpegfe {
+
 namespace {
 
 // The PID list is searched in blocks without a branch inside, which compilers turn into a few vector
 // instructions. A block may reach behind the valid entries, never behind the list.
 constexpr int searchBlock = 64;
-static_assert(maxPids % searchBlock == 0);
+static_assert(wire::maxPids % searchBlock == 0);
 
 bool blockHolds(const std::uint16_t* block, std::uint16_t pid) {
     std::uint16_t found = 0;
     for (int i = 0; i < searchBlock; ++i) {
-        found |= (block[i] & pidMask) == pid ? 0xFFFF : 0;
+        found |= (block[i] & wire::pidMask) == pid ? 0xFFFF : 0;
     }
     return found != 0;
 }
@@ -22,7 +24,7 @@ bool blockHolds(const std::uint16_t* block, std::uint16_t pid) {
 int firstInBlock(const std::uint16_t* block, std::uint16_t pid) {
     std::int16_t first = searchBlock;
     for (std::int16_t i = 0; i < searchBlock; ++i) {
-        const std::int16_t candidate = (block[i] & pidMask) == pid ? i : std::int16_t{searchBlock};
+        const std::int16_t candidate = (block[i] & wire::pidMask) == pid ? i : std::int16_t{searchBlock};
         first = std::min(first, candidate);
     }
     return first;
@@ -31,11 +33,11 @@ int firstInBlock(const std::uint16_t* block, std::uint16_t pid) {
 } // namespace
 
 int pidListLength() {
-    return clampCount(newestRecords.pat.pidListCount, maxPids);
+    return clampCount(newestRecords.pat.pidListCount, wire::maxPids);
 }
 
 std::uint16_t pidAt(int position) {
-    return newestRecords.pat.pidList[position] & pidMask;
+    return newestRecords.pat.pidList[position] & wire::pidMask;
 }
 
 int pidPosition(std::uint16_t pid) {
@@ -51,9 +53,11 @@ int pidPosition(std::uint16_t pid) {
 }
 
 float measuredRate(int position) {
-    const TsStatusRecord& tsStatus = newestRecords.tsStatus;
+    const wire::TsStatusRecord& tsStatus = newestRecords.tsStatus;
     if (position == absentPid) {
         return tsStatus.absentPidRate;
     }
-    return position < maxPidStats ? tsStatus.pidStats[position].rate : 0.0F;
+    return position < wire::maxPidStats ? tsStatus.pidStats[position].rate : 0.0F;
 }
+
+} // namespace mpegfe

@@ -5,6 +5,8 @@
 
 #include <cstdint>
 
+namespace mpegfe {
+
 inline constexpr int absentPid = -1; // place of a PID that is not in the list
 
 // Entries of the PID list that are valid, 0 to 256.
@@ -19,3 +21,5 @@ int pidPosition(std::uint16_t pid);
 // Measured rate of the PID at this place, in bit/s. There are statistics for 128 places, and the rate is 0
 // beyond them. absentPid reads the bytes before the statistics, as clients have always been shown.
 float measuredRate(int position);
+
+} // namespace mpegfe

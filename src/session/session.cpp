@@ -5,6 +5,8 @@
 
 #include <cstdio>
 
+namespace mpegfe {
+
 namespace {
 
 // Passes of sessionTick until the next update. Process-wide, as the session is.
@@ -12,8 +14,8 @@ std::int32_t tickCountdown = passesPerUpdate;
 
 void startAgain(Run& run) {
     std::puts("New Stream Encountered");
-    for (const TopicBits bit : reportOrder) {
-        unsubscribeTopic(run.feed, bit);
+    for (const wire::Topic& topic : wire::topics) {
+        unsubscribeTopic(run.feed, topic);
     }
     run.session->state = stateSubscribe;
 }
@@ -62,3 +64,5 @@ void sessionTick(MpegSession* session, FeedContext* feed) {
         sendMpegData(session, feed);
     }
 }
+
+} // namespace mpegfe

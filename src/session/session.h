@@ -4,6 +4,8 @@
 #include "feed/feedChannels.h"
 #include "mpegSession.h"
 
+namespace mpegfe {
+
 // Runs the session from its state: opens the feed, subscribes and instructs the parser, waits for records
 // without a time limit, sends the document, and narrows or stops what the parser publishes. Returns once the
 // session rests in stateInitFeed (idle), stateStabilise or stateUpdate. A state outside 1 to 10 is reported
@@ -13,3 +15,5 @@ void sendMpegData(MpegSession* session, FeedContext* feed);
 // Advances a session that rests: each call in stateStabilise, every second call in stateUpdate. The main loop
 // does not call it, so a session advances only with a client's request.
 void sessionTick(MpegSession* session, FeedContext* feed);
+
+} // namespace mpegfe

@@ -2,12 +2,15 @@
 
 #include "documents/sendDocument.h"
 #include "feed/reception.h"
+#include "feed/recordStore.h"
 #include "model/pidTable.h"
 #include "model/sdtSummary.h"
 #include "model/topicNames.h"
 
 #include <array>
 #include <cstdio>
+
+namespace mpegfe {
 
 namespace {
 
@@ -37,13 +40,13 @@ void collect(Run& run) {
     }
 }
 
-void requestTopics(FeedContext* feed, TopicBits bits) {
+void requestTopics(FeedContext* feed, wire::TopicBits bits) {
     feed->requestedTopics = bits;
     feed->instructionWord = bits;
 }
 
 // Remembers the topic that the session waits for, where the next reception puts the one that came.
-void expectTopic(FeedContext* feed, const Topic& topic) {
+void expectTopic(FeedContext* feed, const wire::Topic& topic) {
     std::snprintf(feed->currentTopic, sizeof feed->currentTopic, "%s", topic.name);
 }
 
@@ -59,14 +62,14 @@ Next initFeed(Run& run) {
 // The PID list, the program list and the program details start alike; only the details need AVPGM at once.
 Next subscribeForStream(Run& run) {
     FeedContext* feed = run.feed;
-    subscribeTopics(feed, {patBit, sdtBit, pmtBit, tsStatusBit});
-    TopicBits wanted = patBit | sdtBit | pmtBit | tsStatusBit;
+    subscribeTopics(feed, {wire::patTopic, wire::sdtTopic, wire::pmtTopic, wire::tsStatusTopic});
+    wire::TopicBits wanted = wire::patBit | wire::sdtBit | wire::pmtBit | wire::tsStatusBit;
     if (run.session->requestCode == requestPgmDetail) {
-        subscribeTopics(feed, {avPgmBit});
-        wanted |= avPgmBit;
+        subscribeTopics(feed, {wire::avPgmTopic});
+        wanted |= wire::avPgmBit;
     }
     requestTopics(feed, wanted);
-    expectTopic(feed, topicOf(patBit));
+    expectTopic(feed, wire::patTopic);
     run.captureStatus = captured;
     feed->receivedMask = 0;
     feed->changedTopics = 0;
@@ -78,25 +81,25 @@ Next subscribeForStream(Run& run) {
 
 struct PsiTopic {
     std::int32_t tablePid;
-    TopicBits bit;
+    wire::Topic topic;
 };
 
 constexpr std::array<PsiTopic, 6> psiTopics{{
-    {patPid, patBit},
-    {catPid, catBit},
-    {nitPid, nitBit},
-    {sdtPid, sdtBit},
-    {eitPid, eitBit},
-    {tdtPid, tdtBit},
+    {wire::patPid, wire::patTopic},
+    {wire::catPid, wire::catTopic},
+    {wire::nitPid, wire::nitTopic},
+    {wire::sdtPid, wire::sdtTopic},
+    {wire::eitPid, wire::eitTopic},
+    {wire::tdtPid, wire::tdtTopic},
 }};
 
 // Subscribes to the topic of the table on this PID. Returns its bit, or 0 for a PID without a table.
-TopicBits subscribePsiTable(FeedContext* feed, std::int32_t tablePid) {
+wire::TopicBits subscribePsiTable(FeedContext* feed, std::int32_t tablePid) {
     for (const PsiTopic& row : psiTopics) {
         if (row.tablePid == tablePid) {
-            subscribeTopics(feed, {row.bit});
-            expectTopic(feed, topicOf(row.bit));
-            return row.bit;
+            subscribeTopics(feed, {row.topic});
+            expectTopic(feed, row.topic);
+            return row.topic.bit;
         }
     }
     std::printf("Illegal PSI %d\n", tablePid);
@@ -109,9 +112,9 @@ Next subscribeForPsi(Run& run) {
     FeedContext* feed = run.feed;
     feed->receivedMask = 0;
     feed->changedTopics = 0;
-    const TopicBits tableBit = subscribePsiTable(feed, run.session->requestParam);
-    subscribeTopics(feed, {patBit, tsStatusBit});
-    requestTopics(feed, tableBit | patBit | tsStatusBit);
+    const wire::TopicBits tableBit = subscribePsiTable(feed, run.session->requestParam);
+    subscribeTopics(feed, {wire::patTopic, wire::tsStatusTopic});
+    requestTopics(feed, tableBit | wire::patBit | wire::tsStatusBit);
     sendInstruction(feed);
     while (!hasAll(feed->receivedMask, patCaptured | psiCaptured | tsStatusCaptured)) {
         receiveOne(run);
@@ -158,9 +161,9 @@ Next quickWait(Run& run) {
 }
 
 // Asks for the topics that the first document did without, once the SDT and the PAT are there.
-void widenSubscription(FeedContext* feed, std::initializer_list<TopicBits> bits) {
+void widenSubscription(FeedContext* feed, std::initializer_list<wire::Topic> topics) {
     if (hasAll(feed->receivedMask, patCaptured | sdtCaptured)) {
-        subscribeTopics(feed, bits);
+        subscribeTopics(feed, topics);
         feed->receivedMask |= furtherTopicsSubscribed;
     }
 }
@@ -171,13 +174,14 @@ Next quickPidList(Run& run) {
     collect(run);
     sendJsonToGUI(run.session);
     std::puts("PIDs sent to Client");
-    requestTopics(feed, allTopicBits);
-    feed->changedTopics = allTopicBits;
+    requestTopics(feed, wire::allTopicBits);
+    feed->changedTopics = wire::allTopicBits;
     feed->previousChanged = 0;
     std::printf("Send Instruction %x\n", feed->instructionWord);
     sendInstruction(feed);
     std::printf("Sent Instruction %x\n", feed->instructionWord);
-    widenSubscription(feed, {pmtBit, tsStatusBit, avPgmBit, catBit, nitBit, eitBit, tdtBit});
+    widenSubscription(feed, {wire::pmtTopic, wire::tsStatusTopic, wire::avPgmTopic, wire::catTopic,
+                             wire::nitTopic, wire::eitTopic, wire::tdtTopic});
     // Printed when both have been captured too; operators know the line as the end of the PID list.
     std::puts("Error: one or both SDT and PAT not captured yet");
     run.session->state = stateStabilise;
@@ -195,8 +199,8 @@ Next quickProgramList(Run& run) {
     }
     printSdtSummary();
     sendJsonToGUI(run.session);
-    requestTopics(feed, patBit | pmtBit | tsStatusBit | sdtBit | avPgmBit);
-    widenSubscription(feed, {pmtBit, tsStatusBit, avPgmBit});
+    requestTopics(feed, wire::patBit | wire::pmtBit | wire::tsStatusBit | wire::sdtBit | wire::avPgmBit);
+    widenSubscription(feed, {wire::pmtTopic, wire::tsStatusTopic, wire::avPgmTopic});
     sendInstruction(feed);
     run.session->state = stateStabilise;
     return Next::stepEnd;
@@ -225,9 +229,9 @@ Next quickPsi(Run& run) {
 
 // What did not change between two passes is of no further use to the client. The PAT always is.
 void unsubscribeUnchanged(FeedContext* feed) {
-    for (const TopicBits bit : reportOrder) {
-        if (bit != patBit && (feed->changedTopics & bit) == 0) {
-            unsubscribeTopic(feed, bit);
+    for (const wire::Topic& topic : wire::topics) {
+        if (topic.bit != wire::patBit && (feed->changedTopics & topic.bit) == 0) {
+            unsubscribeTopic(feed, topic);
         }
     }
 }
@@ -250,12 +254,12 @@ Next stabilise(Run& run) {
         feed->previousChanged = feed->changedTopics;
         return Next::stepEnd;
     }
-    std::puts((feed->changedTopics & patBit) != 0 ? "Stable but PAT/PIDs Changing"
-                                                  : "Stable and PAT/PIDs Not Changing");
+    std::puts((feed->changedTopics & wire::patBit) != 0 ? "Stable but PAT/PIDs Changing"
+                                                        : "Stable and PAT/PIDs Not Changing");
     std::puts("Send Stablized Data to Client");
     sendJsonToGUI(run.session);
     unsubscribeUnchanged(feed);
-    requestTopics(feed, feed->changedTopics | patBit);
+    requestTopics(feed, feed->changedTopics | wire::patBit);
     feed->receivedMask |= streamStable;
     restInUpdate(run.session);
     return Next::stepEnd;
@@ -263,30 +267,31 @@ Next stabilise(Run& run) {
 
 struct UpdateTopics {
     std::int32_t requestCode;
-    TopicBits bits;
+    wire::TopicBits bits;
 };
 
-constexpr TopicBits updateAlways = patBit | tsStatusBit;
+constexpr wire::TopicBits updateAlways = wire::patBit | wire::tsStatusBit;
 
 constexpr std::array<UpdateTopics, 7> updateTopics{{
-    {requestPidData, updateAlways | pmtBit | avPgmBit},
-    {requestPgmData, updateAlways | pmtBit | sdtBit},
-    {requestCat, updateAlways | catBit},
-    {requestNit, updateAlways | nitBit},
-    {requestSdt, updateAlways | sdtBit},
-    {requestEit, updateAlways | eitBit},
-    {requestTdt, updateAlways | tdtBit},
+    {requestPidData, updateAlways | wire::pmtBit | wire::avPgmBit},
+    {requestPgmData, updateAlways | wire::pmtBit | wire::sdtBit},
+    {requestCat, updateAlways | wire::catBit},
+    {requestNit, updateAlways | wire::nitBit},
+    {requestSdt, updateAlways | wire::sdtBit},
+    {requestEit, updateAlways | wire::eitBit},
+    {requestTdt, updateAlways | wire::tdtBit},
 }};
 
 // The topics that keep this request's document current. AVPGM is not asked for while it does not change.
-TopicBits topicsToUpdate(std::int32_t requestCode, TopicBits changedTopics) {
-    TopicBits bits = updateAlways;
+wire::TopicBits topicsToUpdate(std::int32_t requestCode, wire::TopicBits changedTopics) {
+    wire::TopicBits bits = updateAlways;
     for (const UpdateTopics& row : updateTopics) {
         if (row.requestCode == requestCode) {
             bits = row.bits;
         }
     }
-    return (changedTopics & avPgmBit) != 0 ? bits : static_cast<TopicBits>(bits & ~avPgmBit);
+    return (changedTopics & wire::avPgmBit) != 0 ? bits
+                                                 : static_cast<wire::TopicBits>(bits & ~wire::avPgmBit);
 }
 
 Next update(Run& run) {
@@ -325,7 +330,7 @@ Next update(Run& run) {
 Next stop(Run& run) {
     FeedContext* feed = run.feed;
     std::puts("Send MPEG Stop reply ACK to Client");
-    feed->instructionWord = patBit;
+    feed->instructionWord = wire::patBit;
     std::printf("Send Stop Topics Instructions to Parser %x\n", feed->instructionWord);
     if (feedIsOpen(feed)) {
         sendInstruction(feed);
@@ -352,3 +357,5 @@ Next runStep(Run& run) {
     }
     return steps[static_cast<std::size_t>(session->state)](run);
 }
+
+} // namespace mpegfe

@@ -6,6 +6,8 @@
 
 #include <cstdint>
 
+namespace mpegfe {
+
 // Update passes and ticks that go by between two documents.
 inline constexpr std::int32_t passesPerUpdate = 2;
 
@@ -25,3 +27,5 @@ enum class Next {
 // Runs the step of the session's state, which sets the state to go on with. A state outside 1 to 10 is
 // reported and becomes stateInitFeed.
 Next runStep(Run& run);
+
+} // namespace mpegfe

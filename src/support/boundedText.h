@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstring>
 
+namespace mpegfe {
+
 // A count from outside, cut to the number of elements that there are: 0 to extent.
 template <typename Count>
 constexpr int clampCount(Count count, int extent) {
@@ -18,3 +20,5 @@ template <std::size_t width>
 std::size_t fieldLength(const char (&field)[width]) {
     return strnlen(field, width);
 }
+
+} // namespace mpegfe

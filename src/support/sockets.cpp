@@ -4,6 +4,8 @@
 
 #include <cerrno>
 
+namespace mpegfe {
+
 int receivePart(void* socket, void* buffer, std::size_t size) {
     int length = -1;
     do {
@@ -26,3 +28,5 @@ void destroyContext(void*& context) {
     }
     context = nullptr;
 }
+
+} // namespace mpegfe

@@ -3,6 +3,8 @@
 
 #include <cstddef>
 
+namespace mpegfe {
+
 // zmq_recv without a time limit that a signal does not end. Returns the length of the part as it was sent,
 // which may be more than size, or -1.
 int receivePart(void* socket, void* buffer, std::size_t size);
@@ -12,3 +14,5 @@ void closeSocketNow(void*& socket);
 
 // Ends the context, whose sockets are closed, and sets it to null.
 void destroyContext(void*& context);
+
+} // namespace mpegfe

@@ -3,15 +3,16 @@
 #include "support/assertion.h"
 #include "support/sockets.h"
 
+#include "wire/endpoints.h"
+
 #include <zmq.h>
 
 #include <cerrno>
 #include <cstdio>
 
-namespace {
+namespace mpegfe {
 
-constexpr char documentEndpoint[] = "ipc:///run/shm/zmq/uRO_MpegFE_MMR";
-constexpr char requestEndpoint[] = "ipc:///run/shm/zmq/uRO_MMR_MpegFE";
+namespace {
 
 // Operators look assertion reports up by these, so they stay as they are wherever the code moves.
 constexpr char sourceFile[] = "main";
@@ -37,7 +38,7 @@ void initMPEGsideofMLC_MPEG_CTX(TrufiosChannels* vtx) {
     vtx->mpegMstmlc = zmq_socket(vtx->context, ZMQ_REQ);
     require(vtx->mpegMstmlc != nullptr, "vtx->mpegMstmlc != ((void *)0)", 102);
     allowAbandoning(vtx->mpegMstmlc);
-    int rc = zmq_connect(vtx->mpegMstmlc, documentEndpoint);
+    int rc = zmq_connect(vtx->mpegMstmlc, wire::documentEndpoint);
     if (rc != 0) {
         std::printf("mpegFE to IntermediateMR connect failed %d %s\n", rc, zmq_strerror(errno));
     }
@@ -46,7 +47,7 @@ void initMPEGsideofMLC_MPEG_CTX(TrufiosChannels* vtx) {
 
     vtx->mlcMstmpeg = zmq_socket(vtx->context, ZMQ_REP);
     require(vtx->mlcMstmpeg != nullptr, "vtx->mlcMstmpeg != ((void *)0)", 109);
-    rc = zmq_connect(vtx->mlcMstmpeg, requestEndpoint);
+    rc = zmq_connect(vtx->mlcMstmpeg, wire::requestEndpoint);
     if (rc != 0) {
         std::printf("Trufios to mpegFE connect failed %d %s\n", rc, zmq_strerror(errno));
     }
@@ -56,8 +57,8 @@ void initMPEGsideofMLC_MPEG_CTX(TrufiosChannels* vtx) {
 
 // A new connection is the only way to take back what the old one has queued, and to be deaf to its answers.
 void abandonDocument(void* docSocket) {
-    if (zmq_disconnect(docSocket, documentEndpoint) == 0) {
-        zmq_connect(docSocket, documentEndpoint);
+    if (zmq_disconnect(docSocket, wire::documentEndpoint) == 0) {
+        zmq_connect(docSocket, wire::documentEndpoint);
     }
 }
 
@@ -73,3 +74,5 @@ void closeMPEGsideofMLC_MPEG_CTX(TrufiosChannels* vtx) {
     closeSocketNow(vtx->mlcMstmpeg);
     destroyContext(vtx->context);
 }
+
+} // namespace mpegfe

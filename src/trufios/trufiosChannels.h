@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+namespace mpegfe {
+
 // One a process, zeroed at start.
 struct TrufiosChannels {
     void* context;
@@ -25,3 +27,5 @@ void abandonDocument(void* docSocket);
 // Closes both channels and their context without waiting for anything unsent, and sets the handles to null. A
 // null vtx or a channel that is not open ends the process with an assertion report.
 void closeMPEGsideofMLC_MPEG_CTX(TrufiosChannels* vtx);
+
+} // namespace mpegfe

@@ -10,6 +10,8 @@
 #include <cstdlib>
 #include <cstring>
 
+namespace mpegfe {
+
 namespace {
 
 constexpr unsigned waitStepMicroseconds = 10000;
@@ -126,3 +128,5 @@ void sendEvent(void* socket, const char* module, const char* event, const char* 
     sendObject(socket, object);
     waitReply(socket);
 }
+
+} // namespace mpegfe

@@ -3,6 +3,8 @@
 
 #include <cstddef>
 
+namespace mpegfe {
+
 // Bytes of a reply that are received; what is longer is cut.
 inline constexpr std::size_t maxReplyLength = 50;
 
@@ -35,3 +37,5 @@ int waitReplyText(void* socket, ReplyText& out);
 // Sends {"request": "event", "module": module, "event": event, "topic": topic} and waits for the reply as
 // waitReply does.
 void sendEvent(void* socket, const char* module, const char* event, const char* topic);
+
+} // namespace mpegfe

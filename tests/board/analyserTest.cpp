@@ -1,9 +1,9 @@
 // A stream goes in, the stream model comes out.
-#include "analyser.h"
+#include "analysis/analyser.h"
 
-#include "packetSync.h"
-#include "psiTables.h"
+#include "packets/packetSync.h"
 #include "streamWriter.h"
+#include "tables/psiTables.h"
 
 #include <gtest/gtest.h>
 

@@ -99,21 +99,21 @@ Client::Client() {
     instructor.connect("ipc:///run/shm/zmq/uRO_MMR_MPEGFE-1");
 }
 
-void Client::subscribe(TopicBits bits) {
-    for (const Topic& topic : topics) {
+void Client::subscribe(wire::TopicBits bits) {
+    for (const wire::Topic& topic : wire::topics) {
         if ((bits & topic.bit) != 0) {
             subscriber.set(zmq::sockopt::subscribe, topic.name);
         }
     }
 }
 
-int Client::instruct(TopicBits word) {
+int Client::instruct(wire::TopicBits word) {
     instructor.send(zmq::buffer(&word, sizeof word));
     zmq::message_t reply;
     if (!instructor.recv(reply) || reply.size() != sizeof word) {
         return -1;
     }
-    return *reply.data<TopicBits>();
+    return *reply.data<wire::TopicBits>();
 }
 
 Message Client::next() {
@@ -136,12 +136,12 @@ std::string Client::nextTopics(int count) {
     return names;
 }
 
-PatRecord Client::nextPat() {
+wire::PatRecord Client::nextPat() {
     Message message;
     do {
         message = next();
     } while (message.front() != "MPEG-STRUCT-PAT" && message.front() != "nothing");
-    PatRecord pat{};
+    wire::PatRecord pat{};
     if (message.size() == 3) {
         std::memcpy(&pat, message[2].data(), std::min(sizeof pat, message[2].size()));
     }

@@ -4,7 +4,7 @@
 #include "../support/childProcess.h"
 #include "../support/isolation.h"
 
-#include "feed/topics.h"
+#include "wire/topics.h"
 
 #include <gtest/gtest.h>
 #include <zmq.hpp>
@@ -57,10 +57,10 @@ class Client {
   public:
     Client();
 
-    void subscribe(TopicBits bits);
+    void subscribe(wire::TopicBits bits);
 
     // Sends an instruction word and returns the reply's; -1 for none.
-    int instruct(TopicBits word);
+    int instruct(wire::TopicBits word);
 
     // The parts of the next message; "nothing" when none comes in time.
     Message next();
@@ -69,7 +69,7 @@ class Client {
     std::string nextTopics(int count);
 
     // The next PAT record; all zero when none comes in time.
-    PatRecord nextPat();
+    wire::PatRecord nextPat();
 
   private:
     zmq::context_t context;

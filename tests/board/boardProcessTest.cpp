@@ -59,17 +59,17 @@ TEST_F(BoardProcess, LeavesAnotherBoardAlone) {
     const auto status = second.waitFor(patience);
     ASSERT_TRUE(status);
     EXPECT_EQ(testSupport::describeStatus(*status), "exit code 1");
-    EXPECT_EQ(Client().instruct(patBit), patBit);
+    EXPECT_EQ(Client().instruct(wire::patBit), wire::patBit);
     EXPECT_NE(stop(SIGINT).find("exit code 0"), std::string::npos);
 }
 
 TEST_F(BoardProcess, PublishesOnlyTheTopicsOfTheLastWordAndEchoesIt) {
     start({sample});
     Client client;
-    client.subscribe(allTopicBits);
-    EXPECT_EQ(client.instruct(patBit | sdtBit), patBit | sdtBit);
+    client.subscribe(wire::allTopicBits);
+    EXPECT_EQ(client.instruct(wire::patBit | wire::sdtBit), wire::patBit | wire::sdtBit);
     EXPECT_EQ(client.nextTopics(4), "SDT PAT SDT PAT ");
-    EXPECT_EQ(client.instruct(catBit), catBit);
+    EXPECT_EQ(client.instruct(wire::catBit), wire::catBit);
     std::string topic;
     while ((topic = client.nextTopics(1)) != "CAT ") {
         EXPECT_TRUE(topic == "SDT " || topic == "PAT ") << topic;
@@ -83,8 +83,8 @@ TEST_F(BoardProcess, EndsThoughItsClientsLeaveAtThatMoment) {
     start({"--fast", "--interval", "10", sample});
     std::list<Client> clients(40);
     for (Client& client : clients) {
-        client.subscribe(allTopicBits);
-        client.instruct(allTopicBits);
+        client.subscribe(wire::allTopicBits);
+        client.instruct(wire::allTopicBits);
     }
     for (Client& client : clients) {
         EXPECT_EQ(client.next().size(), 3U);
@@ -98,23 +98,23 @@ TEST_F(BoardProcess, EndsThoughItsClientsLeaveAtThatMoment) {
 TEST_F(BoardProcess, GivesAClientARoundThatEndsWithWhatItWaitsFor) {
     start({"--deterministic", sample});
     Client client;
-    client.subscribe(allTopicBits);
-    EXPECT_EQ(client.instruct(allTopicBits), allTopicBits);
+    client.subscribe(wire::allTopicBits);
+    EXPECT_EQ(client.instruct(wire::allTopicBits), wire::allTopicBits);
     EXPECT_EQ(client.nextTopics(9), "SDT AVPGM CAT NIT EIT TDT PMT TS-STATUS PAT ");
 }
 
 TEST_F(BoardProcess, SendsThreePartsOfTheContractsSizes) {
     start({"--deterministic", sample});
     Client client;
-    client.subscribe(allTopicBits);
-    client.instruct(allTopicBits);
+    client.subscribe(wire::allTopicBits);
+    client.instruct(wire::allTopicBits);
     for (int k = 0; k < 9; ++k) {
         const Message message = client.next();
         ASSERT_EQ(message.size(), 3U);
         EXPECT_LE(message[1].size(), 10U);
-        const auto topic = std::find_if(topics.begin(), topics.end(),
-                                        [&](const Topic& one) { return message[0] == one.name; });
-        ASSERT_NE(topic, topics.end()) << message[0];
+        const auto topic = std::find_if(wire::topics.begin(), wire::topics.end(),
+                                        [&](const wire::Topic& one) { return message[0] == one.name; });
+        ASSERT_NE(topic, wire::topics.end()) << message[0];
         EXPECT_EQ(message[2].size(), topic->size);
     }
 }
@@ -142,8 +142,8 @@ TEST_F(BoardProcess, PublishesTheSameTwiceWithTheStreamsClockOnly) {
     for (int run = 0; run < 2; ++run) {
         start({"--deterministic", "--fast", "--once", sample});
         Client client;
-        client.subscribe(allTopicBits);
-        client.instruct(allTopicBits);
+        client.subscribe(wire::allTopicBits);
+        client.instruct(wire::allTopicBits);
         runs.emplace_back();
         for (int k = 0; k < 100; ++k) {
             runs.back().push_back(client.next());
@@ -156,15 +156,15 @@ TEST_F(BoardProcess, PublishesTheSameTwiceWithTheStreamsClockOnly) {
 TEST_F(BoardProcess, AnnouncesANewStreamBeforeItsRecords) {
     start({"--deterministic", "--fast", "--new-stream-on-loop", sample});
     Client client;
-    client.subscribe(patBit);
-    client.instruct(patBit);
-    PatRecord pat = client.nextPat();
+    client.subscribe(wire::patBit);
+    client.instruct(wire::patBit);
+    wire::PatRecord pat = client.nextPat();
     EXPECT_EQ(pat.newStreamFlag, 0);
     EXPECT_EQ(pat.programCount, 4) << "the network entry and three programs";
     while (pat.newStreamFlag == 0 && pat.pidListCount != 0) {
         pat = client.nextPat();
     }
-    EXPECT_EQ(pat.newStreamFlag, newStreamMark);
+    EXPECT_EQ(pat.newStreamFlag, wire::newStreamMark);
     pat = client.nextPat();
     EXPECT_EQ(pat.newStreamFlag, 0);
     EXPECT_EQ(pat.programCount, 4) << "the network entry and three programs";
@@ -173,10 +173,10 @@ TEST_F(BoardProcess, AnnouncesANewStreamBeforeItsRecords) {
 TEST_F(BoardProcess, PlaysALoopAsOneStream) {
     start({"--fast", "--interval", "10", sample});
     Client client;
-    client.subscribe(patBit | tsStatusBit);
-    client.instruct(patBit | tsStatusBit);
+    client.subscribe(wire::patBit | wire::tsStatusBit);
+    client.instruct(wire::patBit | wire::tsStatusBit);
     for (int k = 0; k < 100; ++k) {
-        const PatRecord pat = client.nextPat();
+        const wire::PatRecord pat = client.nextPat();
         ASSERT_EQ(pat.newStreamFlag, 0);
         ASSERT_EQ(pat.programCount, 4);
     }
@@ -206,23 +206,23 @@ TEST_F(PipedStream, IsPublishedThoughItStopsBeforeMuchIsKnown) {
     start({file});
     send(100);
     Client client;
-    client.subscribe(patBit);
-    ASSERT_EQ(client.instruct(patBit), patBit);
-    const PatRecord pat = client.nextPat();
+    client.subscribe(wire::patBit);
+    ASSERT_EQ(client.instruct(wire::patBit), wire::patBit);
+    const wire::PatRecord pat = client.nextPat();
     EXPECT_EQ(pat.programCount, 4);
     EXPECT_GT(pat.pidListCount, 5);
 }
 
 TEST_F(PipedStream, HasNoRatesWhenItHasFallenSilent) {
     const auto hasRates = [](const Message& message) {
-        TsStatusRecord status{};
+        wire::TsStatusRecord status{};
         std::memcpy(&status, message.back().data(), std::min(sizeof status, message.back().size()));
         return std::ranges::any_of(status.pidStats, [](const auto& pid) { return pid.rate > 0; });
     };
     start({"--fast", file});
     Client client;
-    client.subscribe(tsStatusBit);
-    ASSERT_EQ(client.instruct(tsStatusBit), tsStatusBit);
+    client.subscribe(wire::tsStatusBit);
+    ASSERT_EQ(client.instruct(wire::tsStatusBit), wire::tsStatusBit);
     send(2000); // a second and a half
     Message message = client.next();
     EXPECT_TRUE(hasRates(message));

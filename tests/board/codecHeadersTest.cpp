@@ -1,7 +1,7 @@
-#include "codecHeaders.h"
+#include "codecs/codecHeaders.h"
 
-#include "psiTables.h"
 #include "streamWriter.h"
+#include "tables/psiTables.h"
 
 #include <gtest/gtest.h>
 

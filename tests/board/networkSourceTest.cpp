@@ -161,7 +161,7 @@ TEST_F(BoardProcess, TakesPacketsAfterSilenceForANewStream) {
 TEST_F(BoardProcess, CountsTheLastPacketsBeforeASilenceToTheOldStream) {
     constexpr Network network{"Udp", "udp", "127.0.0.1", 5608};
     static constexpr std::uint16_t lastPid = 0x300;
-    const auto lists = [](const PatRecord& pat) {
+    const auto lists = [](const wire::PatRecord& pat) {
         return std::ranges::find(pat.pidList, lastPid) != std::end(pat.pidList);
     };
     start({"udp://127.0.0.1:5608"});
@@ -171,11 +171,11 @@ TEST_F(BoardProcess, CountsTheLastPacketsBeforeASilenceToTheOldStream) {
     sendDatagrams(network, streamWriter::joined({someOfTheSample(), last.bytes()}));
     ASSERT_TRUE(awaitConsole("no packets for 2000 ms")) << console;
     Client client;
-    client.subscribe(patBit);
-    ASSERT_EQ(client.instruct(patBit), patBit);
+    client.subscribe(wire::patBit);
+    ASSERT_EQ(client.instruct(wire::patBit), wire::patBit);
     EXPECT_TRUE(lists(client.nextPat()));
     sendDatagrams(network, someOfTheSample());
-    PatRecord pat = client.nextPat();
+    wire::PatRecord pat = client.nextPat();
     while (pat.newStreamFlag == 0 && pat.pidListCount > 0) {
         pat = client.nextPat();
     }
@@ -208,8 +208,8 @@ TEST_F(BoardProcess, PublishesTablesThatTrickleInWithoutAnyTime) {
     ASSERT_TRUE(awaitConsole("playing udp://")) << console;
     EXPECT_EQ(console.find("no packets for"), std::string::npos) << console;
     Client client;
-    client.subscribe(patBit);
-    ASSERT_EQ(client.instruct(patBit), patBit);
+    client.subscribe(wire::patBit);
+    ASSERT_EQ(client.instruct(wire::patBit), wire::patBit);
     EXPECT_EQ(client.nextPat().programCount, 1);
 }
 
@@ -221,7 +221,7 @@ TEST_F(BoardProcess, AnswersWhileWhatArrivesIsNoTransportStream) {
     ASSERT_TRUE(awaitConsole("playing udp://")) << console;
     const Repeater repeater(network, Bytes(std::size_t{100} * 7 * 188), std::chrono::milliseconds(0));
     Client client;
-    EXPECT_EQ(client.instruct(patBit), patBit);
+    EXPECT_EQ(client.instruct(wire::patBit), wire::patBit);
     EXPECT_TRUE(awaitConsole("no packets for 2000 ms")) << console;
     const std::string said = stop();
     EXPECT_NE(said.find("exit code 0"), std::string::npos) << said;

@@ -1,5 +1,5 @@
 // Standard input as a source of packets.
-#include "packetSource.h"
+#include "source/packetSource.h"
 
 #include "boardProcess.h"
 
@@ -61,7 +61,7 @@ class PipeWithoutWriter : public BoardProcess {
 TEST_F(PipeWithoutWriter, KeepsNoClientWaiting) {
     start({file});
     Client client;
-    EXPECT_EQ(client.instruct(patBit), patBit);
+    EXPECT_EQ(client.instruct(wire::patBit), wire::patBit);
     EXPECT_NE(stop().find("mpegfe-board: stopped after 0 packets: 0 transport errors, 0 gaps, 0 bad "
                           "sections, 0 losses of sync\nexit code 0"),
               std::string::npos)

@@ -1,4 +1,4 @@
-#include "packetSync.h"
+#include "packets/packetSync.h"
 
 #include "streamWriter.h"
 

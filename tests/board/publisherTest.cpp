@@ -1,5 +1,5 @@
 // The board's two sockets and clients that are slow, gone or wrong.
-#include "publisher.h"
+#include "publish/publisher.h"
 #include "boardProcess.h"
 
 #include <thread>
@@ -91,19 +91,20 @@ class Stranger {
 class PublisherInHand : public BoardProcess {
   protected:
     board::Publisher publisher{std::chrono::milliseconds(250)};
-    RecordSet records{};
+    wire::RecordSet records{};
 };
 
 board::Instant atOnce() {
     return board::Instant(0);
 }
 
-const std::string allTopics{static_cast<char>(allTopicBits & 0xFF), static_cast<char>(allTopicBits >> 8)};
+const std::string allTopics{static_cast<char>(wire::allTopicBits & 0xFF),
+                            static_cast<char>(wire::allTopicBits >> 8)};
 
 TEST_F(BoardProcess, UnderstandsTheNextWordAfterOneThatIsNone) {
     start({sample});
     Speaker client(zmq::socket_type::req);
-    const std::string word{patBit, 0};
+    const std::string word{wire::patBit, 0};
     EXPECT_EQ(client.ask({word, word, "more"}).size(), 2U);
     EXPECT_EQ(client.ask({""}).size(), 2U);
     EXPECT_EQ(client.ask({"", word}).size(), 2U);
@@ -123,15 +124,15 @@ TEST_F(BoardProcess, UnderstandsTheNextWordAfterOneThatIsNone) {
 TEST_F(BoardProcess, PublishesOnAfterARequestWithoutAnEnvelope) {
     start({"--fast", "--interval", "10", sample});
     Client client;
-    client.subscribe(allTopicBits);
-    client.instruct(allTopicBits);
+    client.subscribe(wire::allTopicBits);
+    client.instruct(wire::allTopicBits);
     Speaker stranger(zmq::socket_type::dealer);
     stranger.say({"no envelope"});
     stranger.say({"none", "either"});
     for (int k = 0; k < 1000; ++k) { // by far more than are under way when the requests come
         ASSERT_EQ(client.next().size(), 3U) << k;
     }
-    EXPECT_EQ(client.instruct(patBit), patBit);
+    EXPECT_EQ(client.instruct(wire::patBit), wire::patBit);
     EXPECT_NE(stop().find("exit code 0"), std::string::npos);
 }
 
@@ -168,7 +169,7 @@ TEST_F(BoardProcess, GoesOnWhenTheClientThatItWaitsForLeaves) {
         }
     }
     Client other;
-    other.subscribe(allTopicBits);
+    other.subscribe(wire::allTopicBits);
     for (int k = 0; k < 100; ++k) {
         ASSERT_EQ(other.next().size(), 3U) << k;
     }
@@ -186,9 +187,9 @@ TEST_F(BoardProcess, LetsClientsInBehindAStrangersMessages) {
         }
         Client first;
         Client second;
-        first.subscribe(patBit);
-        second.subscribe(sdtBit);
-        EXPECT_EQ(first.instruct(patBit | sdtBit), patBit | sdtBit);
+        first.subscribe(wire::patBit);
+        second.subscribe(wire::sdtBit);
+        EXPECT_EQ(first.instruct(wire::patBit | wire::sdtBit), wire::patBit | wire::sdtBit);
         ASSERT_EQ(first.nextTopics(2), "PAT PAT ") << k;
         ASSERT_EQ(second.nextTopics(2), "SDT SDT ") << k;
     }
@@ -212,21 +213,21 @@ TEST_F(PublisherInHand, LeavesAClientThePauseToSubscribeFromWhenItCame) {
 TEST_F(PublisherInHand, LeavesAClientOutOfARoundInItsPause) {
     using namespace std::chrono_literals;
     Client client;
-    std::thread instructing([&client] { client.instruct(patBit); });
+    std::thread instructing([&client] { client.instruct(wire::patBit); });
     publisher.attend(patience, -1, atOnce);
     instructing.join();
     publisher.acceptClients();
-    client.subscribe(patBit);
+    client.subscribe(wire::patBit);
     publisher.attend(patience, -1, atOnce);
-    publisher.publishRound(records, allTopicBits, 19ms);
-    publisher.publishRound(records, allTopicBits, 20ms);
-    EXPECT_EQ(client.next(), (Message{"MPEG-STRUCT-PAT", "1", std::string(sizeof(PatRecord), '\0')}));
+    publisher.publishRound(records, wire::allTopicBits, 19ms);
+    publisher.publishRound(records, wire::allTopicBits, 20ms);
+    EXPECT_EQ(client.next(), (Message{"MPEG-STRUCT-PAT", "1", std::string(sizeof(wire::PatRecord), '\0')}));
 }
 
 TEST_F(PublisherInHand, TakesNoSubscriptionBackForAMessageThatIsNone) {
     Client client;
-    client.subscribe(patBit);
-    std::thread instructing([&client] { client.instruct(patBit); });
+    client.subscribe(wire::patBit);
+    std::thread instructing([&client] { client.instruct(wire::patBit); });
     publisher.awaitClient();
     instructing.join();
     Stranger stranger;
@@ -234,7 +235,7 @@ TEST_F(PublisherInHand, TakesNoSubscriptionBackForAMessageThatIsNone) {
     publisher.attend(patience, -1, atOnce);
     publisher.acceptClients();
     EXPECT_TRUE(publisher.clientReady());
-    publisher.publishRound(records, allTopicBits, board::Instant(0));
+    publisher.publishRound(records, wire::allTopicBits, board::Instant(0));
     EXPECT_EQ(client.nextTopics(1), "PAT ");
 }
 

@@ -1,4 +1,4 @@
-#include "rateMeter.h"
+#include "timing/rateMeter.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // A stream model goes in, records come out.
-#include "recordWriter.h"
+#include "records/recordWriter.h"
 
 #include <gtest/gtest.h>
 
@@ -37,7 +37,7 @@ class RecordWriter : public testing::Test {
     std::optional<std::uint16_t> eventService;
     std::vector<std::string> told;
     board::LimitReport limits{[this](const std::string& line) { told.push_back(line); }};
-    std::unique_ptr<RecordSet> records = std::make_unique<RecordSet>();
+    std::unique_ptr<wire::RecordSet> records = std::make_unique<wire::RecordSet>();
 };
 
 TEST_F(RecordWriter, PutsThePatFirstAndKeepsTheOrderOfTheOthers) {
@@ -84,8 +84,8 @@ TEST_F(RecordWriter, ListsStreamsInTheSameOrderInBothProgramRecords) {
     model.videoFormats[101] = {1920, 1080, 25.0F, 1, 1, 100, 40};
     model.audioFormats[102] = {10, 1, 0, 0};
     write();
-    const PmtEntry& pmt = records->pmt.slots[0];
-    const AvPgmEntry& av = records->avPgm.slots[0];
+    const wire::PmtEntry& pmt = records->pmt.slots[0];
+    const wire::AvPgmEntry& av = records->avPgm.slots[0];
     EXPECT_EQ(pmt.pcrPid, 101);
     EXPECT_EQ(pmt.ecmCount, 2);
     EXPECT_EQ(pmt.ecmPids[1], 901);
@@ -154,7 +154,7 @@ TEST_F(RecordWriter, ListsServicesInTheOrderOfTheProgramsThenTheRest) {
     EXPECT_EQ(records->sdt.actual, board::actualFromStream);
     EXPECT_EQ(records->sdt.tableId, 0x42);
     ASSERT_EQ(records->sdt.serviceCount, 3);
-    const SdtService* services = records->sdt.services;
+    const wire::SdtService* services = records->sdt.services;
     EXPECT_STREQ(services[0].serviceName, "Program 3");
     EXPECT_STREQ(services[0].providerName, "Unk");
     EXPECT_EQ(services[0].patIndex, 1);

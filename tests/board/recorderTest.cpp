@@ -1,6 +1,6 @@
 // The real board recording another, and replaying recordings.
 #include "boardProcess.h"
-#include "recording.h"
+#include "replay/recording.h"
 
 #include <filesystem>
 
@@ -82,8 +82,8 @@ TEST_F(Recorder, ReplaysWhatItRecorded) {
     }
     start({"--replay", file, "--deterministic", "--once"});
     Client client;
-    client.subscribe(allTopicBits);
-    client.instruct(allTopicBits);
+    client.subscribe(wire::allTopicBits);
+    client.instruct(wire::allTopicBits);
     board::RecordingReader recording(file);
     int count = 0;
     while (const auto recorded = recording.next()) {
@@ -115,7 +115,7 @@ TEST_F(Recorder, StopsThoughNothingArrives) {
 }
 
 TEST_F(Recorder, LeavesAnOlderRecordingAloneWhenItIsStoppedBeforeTheBoardAnswers) {
-    writeRecording({{0us, "MPEG-STRUCT-PAT", sizeof(PatRecord)}});
+    writeRecording({{0us, "MPEG-STRUCT-PAT", sizeof(wire::PatRecord)}});
     const std::string before = recorded();
     zmq::context_t context;
     zmq::socket_t silentBoard(context, ZMQ_REP);
@@ -161,14 +161,14 @@ TEST_F(Recorder, LeavesOutBrokenMessagesAndSaysSoOnceAKind) {
 }
 
 TEST_F(Recorder, ReplaysACutOffRecordingUpToItsLastWholeMessage) {
-    writeRecording(
-        {{0us, "MPEG-STRUCT-PAT", sizeof(PatRecord)}, {1ms, "MPEG-STRUCT-PAT", sizeof(PatRecord)}});
+    writeRecording({{0us, "MPEG-STRUCT-PAT", sizeof(wire::PatRecord)},
+                    {1ms, "MPEG-STRUCT-PAT", sizeof(wire::PatRecord)}});
     cutOff(1);
     start({"--replay", file, "--deterministic", "--once"});
     Client client;
-    client.subscribe(patBit);
-    EXPECT_EQ(client.instruct(patBit), patBit);
-    EXPECT_EQ(client.next(), (Message{"MPEG-STRUCT-PAT", "0", std::string(sizeof(PatRecord), '\1')}));
+    client.subscribe(wire::patBit);
+    EXPECT_EQ(client.instruct(wire::patBit), wire::patBit);
+    EXPECT_EQ(client.next(), (Message{"MPEG-STRUCT-PAT", "0", std::string(sizeof(wire::PatRecord), '\1')}));
     EXPECT_EQ(end(),
               replaying() + "mpegfe-board: publishing MPEG-STRUCT-PAT\nmpegfe-board: " + file +
                   " is cut off: expected the rest of message 2, got the end of the file; it is replayed up "
@@ -176,13 +176,13 @@ TEST_F(Recorder, ReplaysACutOffRecordingUpToItsLastWholeMessage) {
 }
 
 TEST_F(Recorder, ReplaysACutOffRecordingOverAndOver) {
-    writeRecording(
-        {{0us, "MPEG-STRUCT-PAT", sizeof(PatRecord)}, {1ms, "MPEG-STRUCT-SDT", sizeof(SdtRecord)}});
-    cutOff(sizeof(SdtRecord));
+    writeRecording({{0us, "MPEG-STRUCT-PAT", sizeof(wire::PatRecord)},
+                    {1ms, "MPEG-STRUCT-SDT", sizeof(wire::SdtRecord)}});
+    cutOff(sizeof(wire::SdtRecord));
     start({"--replay", file, "--deterministic", "--interval", "1"});
     Client client;
-    client.subscribe(patBit);
-    EXPECT_EQ(client.instruct(patBit), patBit);
+    client.subscribe(wire::patBit);
+    EXPECT_EQ(client.instruct(wire::patBit), wire::patBit);
     EXPECT_EQ(client.nextTopics(3), "PAT PAT PAT ");
     EXPECT_EQ(stop(),
               replaying() + "mpegfe-board: publishing MPEG-STRUCT-PAT\nmpegfe-board: " + file +
@@ -205,30 +205,30 @@ TEST_F(Recorder, RefusesARecordingWithoutAUsableMessage) {
 TEST_F(Recorder, TellsEachTopicThatItCannotReplayOnce) {
     writeRecording({{0us, "MPEG-STRUCT-CAT", 3},
                     {0us, "a\nb\x1B[2J", 8},
-                    {0us, "MPEG-STRUCT-PAT", sizeof(PatRecord)},
+                    {0us, "MPEG-STRUCT-PAT", sizeof(wire::PatRecord)},
                     {0us, "a\nb\x1B[2J", 9},
                     {0us, "MPEG-STRUCT-CAT", 4}});
     EXPECT_EQ(outcome({"--replay", file, "--once"}),
               replaying() + "mpegfe-board: left out messages of topic MPEG-STRUCT-CAT: expected records of " +
-                  std::to_string(sizeof(CatRecord)) +
+                  std::to_string(sizeof(wire::CatRecord)) +
                   " bytes, got 3 bytes; they are of another kind of board\n"
                   "mpegfe-board: left out messages of topic a?b?[2J: expected a topic of this board, got "
                   "another; they are of another kind of board\nexit code 0");
 }
 
 TEST_F(Recorder, ReplaysNoMessageBeforeItsTime) {
-    const std::vector<Row> rows{{0us, "MPEG-STRUCT-PAT", sizeof(PatRecord)},
-                                {150ms, "MPEG-STRUCT-SDT", sizeof(SdtRecord)},
-                                {150ms, "MPEG-STRUCT-PAT", sizeof(PatRecord)},
-                                {220ms, "MPEG-STRUCT-PAT", sizeof(PatRecord)},
-                                {600ms, "MPEG-STRUCT-SDT", sizeof(SdtRecord)}};
+    const std::vector<Row> rows{{0us, "MPEG-STRUCT-PAT", sizeof(wire::PatRecord)},
+                                {150ms, "MPEG-STRUCT-SDT", sizeof(wire::SdtRecord)},
+                                {150ms, "MPEG-STRUCT-PAT", sizeof(wire::PatRecord)},
+                                {220ms, "MPEG-STRUCT-PAT", sizeof(wire::PatRecord)},
+                                {600ms, "MPEG-STRUCT-SDT", sizeof(wire::SdtRecord)}};
     writeRecording(rows);
     start({"--replay", file, "--deterministic", "--once"});
     ASSERT_TRUE(awaitConsole("replaying")) << "its start would count as part of the pauses";
     Client client;
-    client.subscribe(patBit | sdtBit);
+    client.subscribe(wire::patBit | wire::sdtBit);
     const auto begin = std::chrono::steady_clock::now(); // the replay begins with the instruction
-    EXPECT_EQ(client.instruct(patBit | sdtBit), patBit | sdtBit);
+    EXPECT_EQ(client.instruct(wire::patBit | wire::sdtBit), wire::patBit | wire::sdtBit);
     char content = 0;
     for (const Row& row : rows) {
         EXPECT_EQ(client.next().back(), std::string(row.size, ++content));
@@ -238,24 +238,24 @@ TEST_F(Recorder, ReplaysNoMessageBeforeItsTime) {
 }
 
 TEST_F(Recorder, TakesAnIntervalForARecordingOfAMoment) {
-    writeRecording({{0us, "MPEG-STRUCT-PAT", sizeof(PatRecord)}});
+    writeRecording({{0us, "MPEG-STRUCT-PAT", sizeof(wire::PatRecord)}});
     start({"--replay", file, "--deterministic", "--interval", "100"});
     Client client;
-    client.subscribe(patBit);
+    client.subscribe(wire::patBit);
     const auto begin = std::chrono::steady_clock::now();
-    EXPECT_EQ(client.instruct(patBit), patBit);
+    EXPECT_EQ(client.instruct(wire::patBit), wire::patBit);
     EXPECT_EQ(client.nextTopics(5), "PAT PAT PAT PAT PAT ");
     EXPECT_GE(std::chrono::steady_clock::now() - begin, 400ms);
     EXPECT_NE(stop().find("exit code 0"), std::string::npos);
 }
 
 TEST_F(Recorder, AnswersWhileItWaitsForAMessageThatItCannotReplay) {
-    writeRecording({{0us, "MPEG-STRUCT-PAT", sizeof(PatRecord)}, {1h, "another", 1}});
+    writeRecording({{0us, "MPEG-STRUCT-PAT", sizeof(wire::PatRecord)}, {1h, "another", 1}});
     start({"--replay", file});
     ASSERT_TRUE(awaitConsole("replaying"));
     Client client;
-    client.subscribe(patBit);
-    EXPECT_EQ(client.instruct(patBit), patBit);
+    client.subscribe(wire::patBit);
+    EXPECT_EQ(client.instruct(wire::patBit), wire::patBit);
     EXPECT_EQ(client.nextTopics(1), "PAT ");
     EXPECT_EQ(stop(SIGINT), replaying() + "mpegfe-board: publishing MPEG-STRUCT-PAT\nexit code 0");
 }

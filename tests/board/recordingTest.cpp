@@ -1,4 +1,4 @@
-#include "recording.h"
+#include "replay/recording.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "sectionAssembler.h"
+#include "tables/sectionAssembler.h"
 
 #include "streamWriter.h"
 

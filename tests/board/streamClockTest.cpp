@@ -1,4 +1,4 @@
-#include "streamClock.h"
+#include "timing/streamClock.h"
 
 #include <gtest/gtest.h>
 

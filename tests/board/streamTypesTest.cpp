@@ -1,4 +1,4 @@
-#include "streamTypes.h"
+#include "tables/streamTypes.h"
 
 #include <gtest/gtest.h>
 

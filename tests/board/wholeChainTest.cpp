@@ -1,6 +1,6 @@
 #include "../support/peers.h"
 #include "boardProcess.h"
-#include "recording.h"
+#include "replay/recording.h"
 
 #include <array>
 #include <unistd.h>

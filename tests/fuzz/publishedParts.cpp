@@ -1,5 +1,7 @@
 #include "publishedParts.h"
 
+#include "feed/receivedTopics.h"
+
 #include "recordSets.h"
 
 #include <algorithm>
@@ -83,7 +85,7 @@ void PublishedParts::addMessage() {
 
 void PublishedParts::addRecordMessage(unsigned queries) {
     const auto query = [&](unsigned part) { return static_cast<MoreQuery>(queries >> 2 * part & 3); };
-    const Topic& topic = topics[input.u8() % topics.size()];
+    const Topic& topic = receivedTopics[input.u8() % receivedTopics.size()].topic;
     addPart(bytesOf(topic.name), true, query(0));
     addPart(bytesOf("1"), true, query(1));
     addPart(record(topic), false, query(2));

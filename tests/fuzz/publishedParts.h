@@ -6,9 +6,10 @@
 #pragma once
 
 #include "feed/recordStore.h"
-#include "feed/topics.h"
 #include "fuzzInput.h"
 #include "scriptedZmq.h"
+#include "serviceNames.h"
+#include "wire/topics.h"
 
 #include <cstdint>
 #include <deque>
@@ -17,7 +18,7 @@
 #include <vector>
 
 enum class MessageKind : std::uint8_t {
-    record,        // u8 topic (an index of topics), a record: a message of three parts
+    record,        // u8 topic (an index of receivedTopics), a record: a message of three parts
     spoiltQueries, // u8 with two bits a part (a MoreQuery), then as record
     again,         // the message before it once more
     topicText,     // a text: a message with this topic

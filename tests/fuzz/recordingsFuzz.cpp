@@ -1,7 +1,7 @@
 // The software board's way from a recording to the records that a replay publishes: any bytes as the file.
 #include "check.h"
-#include "recording.h"
-#include "replayedRecords.h"
+#include "replay/recording.h"
+#include "replay/replayedRecords.h"
 #include "target.h"
 
 #include <algorithm>
@@ -104,7 +104,7 @@ std::size_t checkReplay(const std::vector<RecordedMessage>& messages) {
     board::ReplayedRecords records([&told](const std::string& line) { told.push_back(line); });
     std::size_t usable = 0;
     for (const RecordedMessage& message : messages) {
-        const Topic* topic = records.take(message);
+        const wire::Topic* topic = records.take(message);
         if (topic == nullptr) {
             continue;
         }

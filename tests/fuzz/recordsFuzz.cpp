@@ -8,6 +8,7 @@
 #include "feed/reception.h"
 #include "fuzzInput.h"
 #include "publishedParts.h"
+#include "serviceNames.h"
 #include "target.h"
 
 #include <algorithm>

@@ -4,6 +4,7 @@
 // text.
 #include "check.h"
 #include "fuzzInput.h"
+#include "serviceNames.h"
 #include "target.h"
 #include "trufios/trufiosReplies.h"
 

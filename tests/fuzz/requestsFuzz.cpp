@@ -5,6 +5,7 @@
 #include "check.h"
 #include "fuzzInput.h"
 #include "requests.h"
+#include "serviceNames.h"
 #include "sessionPeers.h"
 #include "support/jsonText.h"
 #include "target.h"

@@ -2,7 +2,9 @@
 // replies that clients and Trufios really send, and one of each thing that goes wrong.
 //
 // usage: fuzzSeeds DIRECTORY     an input goes to DIRECTORY/TARGET/NAME
+#include "feed/receivedTopics.h"
 #include "publishedParts.h"
+#include "serviceNames.h"
 #include "sessionPeers.h"
 
 #include <algorithm>
@@ -56,8 +58,8 @@ class Seed {
         return u8(static_cast<unsigned>(value));
     }
     Seed& topic(TopicBits bit) {
-        for (unsigned index = 0; index < topics.size(); ++index) {
-            if (topics[index].bit == bit) {
+        for (unsigned index = 0; index < receivedTopics.size(); ++index) {
+            if (receivedTopics[index].topic.bit == bit) {
                 return u8(index);
             }
         }
@@ -65,9 +67,8 @@ class Seed {
     }
 
     // A message whose record is zero but for the bytes that this one has.
-    Seed& message(TopicBits bit, const RecordSet& set) {
-        kind(MessageKind::record).topic(bit);
-        const Topic& published = topicOf(bit);
+    Seed& message(const Topic& published, const RecordSet& set) {
+        kind(MessageKind::record).topic(published.bit);
         return patches({reinterpret_cast<const char*>(&set) + published.offset, published.size});
     }
     Seed& generated(TopicBits bit, RecordSource from, unsigned seed) {
@@ -222,14 +223,14 @@ const RecordSet& exampleStream() {
     return *example;
 }
 
-Seed message(TopicBits bit) {
-    return Seed().message(bit, exampleStream());
+Seed message(const Topic& topic) {
+    return Seed().message(topic, exampleStream());
 }
 
 Seed patThat(void (*change)(PatRecord& pat)) {
     const auto set = std::make_unique<RecordSet>(exampleStream());
     change(set->pat);
-    return Seed().message(patBit, *set);
+    return Seed().message(patTopic, *set);
 }
 
 Seed newStreamPat() {
@@ -243,7 +244,7 @@ Seed emptyPat() {
 Seed wholeStream() {
     Seed seed;
     for (const Topic& topic : topics) {
-        seed.then(message(topic.bit));
+        seed.then(message(topic));
     }
     return seed;
 }
@@ -271,14 +272,14 @@ class Corpus {
 void addMessages(const Corpus& corpus) {
     const auto add = [&](const char* name, const Seed& seed) { corpus.add("messages", name, seed); };
     add("every-topic", wholeStream());
-    add("the-same-twice", message(patBit).again());
-    add("new-stream", message(patBit).then(newStreamPat()).then(emptyPat()).then(message(patBit)));
+    add("the-same-twice", message(patTopic).again());
+    add("new-stream", message(patTopic).then(newStreamPat()).then(emptyPat()).then(message(patTopic)));
     add("unknown-topic", Seed()
                              .kind(MessageKind::topicText)
                              .text("MPEG-STRUCT-XXX")
-                             .then(message(sdtBit))
-                             .then(message(tdtBit)));
-    add("short-records", message(eitBit)
+                             .then(message(sdtTopic))
+                             .then(message(tdtTopic)));
+    add("short-records", message(eitTopic)
                              .kind(MessageKind::record)
                              .topic(eitBit)
                              .source(RecordSource::bytes)
@@ -290,7 +291,7 @@ void addMessages(const Corpus& corpus) {
                                .u32(26)
                                .u8(26)
                                .raw("MPEG-STRUCT-TS-STATUS-----")
-                               .then(message(patBit)));
+                               .then(message(patTopic)));
     add("over-long-parts", Seed()
                                .kind(MessageKind::topicText)
                                .text("MPEG-STRUCT-CAT")
@@ -307,13 +308,13 @@ void addMessages(const Corpus& corpus) {
         for (unsigned query = 1; query < 4; ++query) {
             const std::string name =
                 "query-" + std::to_string(query) + "-of-part-" + std::to_string(part + 1);
-            add(name.c_str(), message(tdtBit)
+            add(name.c_str(), message(tdtTopic)
                                   .kind(MessageKind::spoiltQueries)
                                   .u8(query << 2 * part)
                                   .topic(avPgmBit)
                                   .source(RecordSource::consistent)
                                   .u16(1)
-                                  .then(message(tdtBit)));
+                                  .then(message(tdtTopic)));
         }
     }
     for (unsigned error = 0; error < 4; ++error) {
@@ -326,7 +327,7 @@ void addMessages(const Corpus& corpus) {
                               .kind(MessageKind::part)
                               .u16(2)
                               .raw("xx")
-                              .then(message(nitBit)));
+                              .then(message(nitTopic)));
     }
 }
 
@@ -337,7 +338,7 @@ Seed round(const Seed& stream, unsigned messages, unsigned programs = 0) {
 void addRecords(const Corpus& corpus) {
     const auto add = [&](const std::string& name, const Seed& seed) { corpus.add("records", name, seed); };
     add("example-stream", round(wholeStream(), 9));
-    add("example-stream-without-sdt", round(message(patBit).then(message(tsStatusBit)), 2));
+    add("example-stream-without-sdt", round(message(patTopic).then(message(tsStatusTopic)), 2));
     add("example-stream-twice", round(wholeStream(), 9).then(round(Seed().again(), 1)));
     for (const unsigned programs : {1U, 59U, 60U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU}) {
         add("programs-" + std::to_string(programs),
@@ -388,19 +389,19 @@ Seed detailRequest(std::string_view patIndex) {
 
 // What a stream request needs before its first document.
 Seed quickCapture() {
-    return message(patBit).then(message(pmtBit)).then(message(tsStatusBit));
+    return message(patTopic).then(message(pmtTopic)).then(message(tsStatusTopic));
 }
 
-Seed psiCapture(TopicBits table) {
-    return message(patBit).then(message(table)).then(message(tsStatusBit));
+Seed psiCapture(const Topic& table) {
+    return message(patTopic).then(message(table)).then(message(tsStatusTopic));
 }
 
 struct PsiRequest {
     const char* name;
-    TopicBits bit;
+    Topic topic;
 };
-constexpr PsiRequest psiRequests[] = {{"PAT", patBit}, {"CAT", catBit}, {"NIT", nitBit},
-                                      {"SDT", sdtBit}, {"EIT", eitBit}, {"TDT", tdtBit}};
+constexpr PsiRequest psiRequests[] = {{"PAT", patTopic}, {"CAT", catTopic}, {"NIT", nitTopic},
+                                      {"SDT", sdtTopic}, {"EIT", eitTopic}, {"TDT", tdtTopic}};
 
 void addRequests(const Corpus& corpus) {
     const auto add = [&](const std::string& name, const Seed& seed) { corpus.add("requests", name, seed); };
@@ -417,19 +418,19 @@ void addRequests(const Corpus& corpus) {
     }
     for (const PsiRequest& psi : psiRequests) {
         add(psi.name, request(psi.name, "on")
-                          .then(psiCapture(psi.bit))
+                          .then(psiCapture(psi.topic))
                           .answer(DocumentAnswer::ack)
                           .then(stop(psi.name)));
     }
-    const Seed on = request("CAT", "on").then(psiCapture(catBit)).answer(DocumentAnswer::ack);
+    const Seed on = request("CAT", "on").then(psiCapture(catTopic)).answer(DocumentAnswer::ack);
     add("on-without-off", Seed(on).then(on).then(on).then(on).then(stop("CAT")).then(stop("CAT")));
     add("off-first", stop("TDT").then(stop("pidData")));
     add("nak-and-late-ack",
         request("EIT", "on")
-            .then(psiCapture(eitBit))
+            .then(psiCapture(eitTopic))
             .answer(DocumentAnswer::text)
             .text(R"({"reply": "nak", "reason": "busy"})")
-            .then(request("NIT", "on").then(psiCapture(nitBit)).answer(DocumentAnswer::ackLate).u16(400)));
+            .then(request("NIT", "on").then(psiCapture(nitTopic)).answer(DocumentAnswer::ackLate).u16(400)));
     add("pgmDetail-without-patIndex", request("pgmDetail", "on"));
     add("refused", request("PATX", "on")
                        .then(request("pat", "on"))
@@ -489,15 +490,15 @@ void addSessions(const Corpus& corpus) {
         session(12, 2, 40).then(
             Seed().u8(2).u8(255).u32(0x80000000).u8(255).u32(0xFFFFFFFF).u8(255).u32(0x7FFFFFFF)));
     add("stabilise-by-ticks", session(8, 1, 0)
-                                  .then(message(patBit))
+                                  .then(message(patTopic))
                                   .u8(tick)
-                                  .then(message(pmtBit))
+                                  .then(message(pmtTopic))
                                   .u8(tick)
-                                  .then(message(pmtBit))
+                                  .then(message(pmtTopic))
                                   .answer(DocumentAnswer::ack)
                                   .u8(tick)
                                   .u8(tick)
-                                  .then(message(patBit))
+                                  .then(message(patTopic))
                                   .answer(DocumentAnswer::silence));
     add("update-until-document", session(9, 3, 0)
                                      .u8(run)
@@ -509,22 +510,22 @@ void addSessions(const Corpus& corpus) {
                                      .then(quickCapture()));
     add("update-after-broken", session(9, 10, 18, 1)
                                    .then(Seed().kind(MessageKind::failure).u8(1))
-                                   .then(message(patBit))
+                                   .then(message(patTopic))
                                    .answer(DocumentAnswer::ack));
     for (const unsigned state : {2U, 3U, 5U, 8U}) {
         add("new-stream-in-state-" + std::to_string(state),
             session(state, 3, 0).then(newStreamPat()).then(quickCapture()).answer(DocumentAnswer::ack));
     }
-    add("request-without-document", session(4, 2, 0).then(message(patBit)));
+    add("request-without-document", session(4, 2, 0).then(message(patTopic)));
     for (const unsigned patIndex : {0U, 58U, 59U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU}) {
         add("program-index-" + std::to_string(patIndex), session(6, 5, patIndex).answer(DocumentAnswer::ack));
     }
     add("program-index-59-of-60", session(2, 5, 59)
                                       .then(patThat([](PatRecord& pat) { pat.programCount = 60; }))
-                                      .then(message(pmtBit))
-                                      .then(message(tsStatusBit))
+                                      .then(message(pmtTopic))
+                                      .then(message(tsStatusTopic))
                                       .answer(DocumentAnswer::ack));
-    add("illegal-psi", session(2, 9, 19).then(psiCapture(sdtBit)).answer(DocumentAnswer::ack));
+    add("illegal-psi", session(2, 9, 19).then(psiCapture(sdtTopic)).answer(DocumentAnswer::ack));
 }
 
 constexpr std::uint32_t asBefore = 0xFFFFFFFF; // record length of a recorded message that repeats a record

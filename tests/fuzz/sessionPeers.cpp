@@ -1,4 +1,5 @@
 #include "sessionPeers.h"
+#include "serviceNames.h"
 
 #include <optional>
 #include <string>

@@ -5,6 +5,7 @@
 // What the session asks its peers for (sessionPeers.h) stands behind the step.
 #include "check.h"
 #include "fuzzInput.h"
+#include "serviceNames.h"
 #include "session/session.h"
 #include "sessionPeers.h"
 #include "target.h"

@@ -4,13 +4,13 @@
 //   odd   as chunks (a PID's number in the table below, two bytes of length, content) that become sound
 //   sections
 //         or PES packets, so that a CRC is no wall.
-#include "analyser.h"
+#include "analysis/analyser.h"
 #include "check.h"
-#include "packetSync.h"
-#include "psiTables.h"
-#include "recordPrinter.h"
-#include "recordWriter.h"
+#include "packets/packetSync.h"
+#include "records/recordPrinter.h"
+#include "records/recordWriter.h"
 #include "streamWriter.h"
+#include "tables/psiTables.h"
 #include "target.h"
 
 #include <bitstream/mpeg/psi.h>
@@ -80,35 +80,35 @@ void checkEnds(const char (&field)[size]) {
 }
 
 // What every consumer relies on.
-void checkRecords(const RecordSet& records) {
-    check(records.pat.pidListCount <= maxPids, "PIDs fit");
-    check(records.pat.programCount >= 0 && records.pat.programCount <= maxPmtSlots, "programs fit");
-    check(records.pat.sectionProgramCount <= maxPrograms, "section programs fit");
-    for (const PmtEntry& slot : records.pmt.slots) {
-        check(slot.ecmCount <= maxEcmPids, "ECM PIDs fit");
-        check(slot.audioCount <= maxAudioTracks, "audio streams fit");
-        check(slot.privateCount <= maxPrivatePids, "private streams fit");
+void checkRecords(const wire::RecordSet& records) {
+    check(records.pat.pidListCount <= wire::maxPids, "PIDs fit");
+    check(records.pat.programCount >= 0 && records.pat.programCount <= wire::maxPmtSlots, "programs fit");
+    check(records.pat.sectionProgramCount <= wire::maxPrograms, "section programs fit");
+    for (const wire::PmtEntry& slot : records.pmt.slots) {
+        check(slot.ecmCount <= wire::maxEcmPids, "ECM PIDs fit");
+        check(slot.audioCount <= wire::maxAudioTracks, "audio streams fit");
+        check(slot.privateCount <= wire::maxPrivatePids, "private streams fit");
         for (const auto& language : slot.audioLanguages) {
             checkEnds(language);
         }
     }
-    for (const AvPgmEntry& slot : records.avPgm.slots) {
-        check(slot.audioCount <= maxAudioTracks, "audio streams fit");
-        check(slot.privateCount <= maxPrivatePids, "private streams fit");
+    for (const wire::AvPgmEntry& slot : records.avPgm.slots) {
+        check(slot.audioCount <= wire::maxAudioTracks, "audio streams fit");
+        check(slot.privateCount <= wire::maxPrivatePids, "private streams fit");
     }
-    check(records.sdt.serviceCount <= maxServices, "services fit");
-    for (const SdtService& service : records.sdt.services) {
+    check(records.sdt.serviceCount <= wire::maxServices, "services fit");
+    for (const wire::SdtService& service : records.sdt.services) {
         checkEnds(service.serviceName);
         checkEnds(service.providerName);
     }
-    check(records.cat.caCount <= maxCaEntries, "CA entries fit");
-    check(records.nit.descriptorCount <= maxNitDescriptors, "NIT descriptors fit");
+    check(records.cat.caCount <= wire::maxCaEntries, "CA entries fit");
+    check(records.nit.descriptorCount <= wire::maxNitDescriptors, "NIT descriptors fit");
     checkEnds(records.nit.descriptorText);
-    for (const NitDescriptor& entry : records.nit.descriptorEntries) {
+    for (const wire::NitDescriptor& entry : records.nit.descriptorEntries) {
         checkEnds(entry.descriptorText);
     }
-    check(records.eit.eventCount <= maxEvents, "events fit");
-    for (const EitEvent& event : records.eit.events) {
+    check(records.eit.eventCount <= wire::maxEvents, "events fit");
+    for (const wire::EitEvent& event : records.eit.events) {
         checkEnds(event.startTime);
         checkEnds(event.duration);
         checkEnds(event.language);
@@ -143,7 +143,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     sync.finish(take);
     analyser.finish();
 
-    const auto records = std::make_unique<RecordSet>();
+    const auto records = std::make_unique<wire::RecordSet>();
     board::LimitReport limits([](const std::string&) {});
     board::writeRecords(analyser.model(), analyser.rates(), std::nullopt, *records, limits);
     checkRecords(*records);

@@ -17,6 +17,9 @@
 #include <utility>
 #include <vector>
 
+using namespace mpegfe;
+using namespace wire;
+
 namespace reference {
 namespace {
 

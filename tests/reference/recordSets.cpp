@@ -12,6 +12,7 @@
 namespace reference {
 namespace {
 
+using namespace wire;
 using std::size;
 
 constexpr float infinity = std::numeric_limits<float>::infinity();

@@ -31,10 +31,10 @@ class Random {
 
 // Bytes that tell the same story in all nine records: PIDs once, counts within their arrays, texts
 // terminated, programs in one order. Reserved bytes and uncounted entries hold anything.
-void fillConsistently(RecordSet& set, Random& random);
+void fillConsistently(wire::RecordSet& set, Random& random);
 
 // Bytes that need not: anything at all, a consistent set with fields spoilt, PIDs from a handful so that
 // everything collides, or counts, texts and rates at their extremes.
-void fillInconsistently(RecordSet& set, Random& random);
+void fillInconsistently(wire::RecordSet& set, Random& random);
 
 } // namespace reference

@@ -16,6 +16,8 @@
 
 namespace {
 
+using namespace mpegfe;
+using namespace wire;
 using reference::Questions;
 using reference::Random;
 using reference::StreamModel;

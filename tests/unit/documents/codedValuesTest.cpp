@@ -1,4 +1,5 @@
 #include "documents/codedValues.h"
+#include "serviceNames.h"
 
 #include <gtest/gtest.h>
 #include <string>

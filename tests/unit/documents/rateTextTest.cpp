@@ -1,6 +1,7 @@
 // Rate texts are printf's, whatever way they are made: compared over random bit patterns and over the values
 // at which a shortcut would go wrong.
 #include "documents/documentText.h"
+#include "serviceNames.h"
 
 #include <bit>
 #include <cmath>

@@ -81,10 +81,10 @@ TEST_F(FeedChannels, OpeningSetsNoOptionAndSubscribesToNothing) {
 
 TEST_F(FeedChannels, WhatIsNotSubscribedIsNotReceived) {
     ScriptedParser parser;
-    parser.publishNext({publishedNow(sdtBit), publishedNow(catBit)});
+    parser.publishNext({publishedNow(sdtTopic), publishedNow(catTopic)});
     EXPECT_EQ(consoleOf([&] {
                   init_mpeg_zmq_sub_context(&feed);
-                  subscribeTopics(&feed, {catBit});
+                  subscribeTopics(&feed, {catTopic});
                   receiveMpegTopic(&feed, &programCount);
               }),
               openedLines + "> subscribe MPEG-STRUCT-CAT\n"
@@ -179,9 +179,9 @@ TEST_F(FeedChannels, SubscriptionsAreTheTopicNamesInTheOrderGiven) {
     ScriptedParser parser;
     EXPECT_EQ(consoleOf([&] {
                   init_mpeg_zmq_sub_context(&feed);
-                  subscribeTopics(
-                      &feed, {patBit, sdtBit, tsStatusBit, pmtBit, avPgmBit, catBit, nitBit, eitBit, tdtBit});
-                  unsubscribeTopic(&feed, tsStatusBit);
+                  subscribeTopics(&feed, {patTopic, sdtTopic, tsStatusTopic, pmtTopic, avPgmTopic, catTopic,
+                                          nitTopic, eitTopic, tdtTopic});
+                  unsubscribeTopic(&feed, tsStatusTopic);
               }),
               openedLines + "> subscribe MPEG-STRUCT-PAT\n"
                             "> subscribe MPEG-STRUCT-SDT\n"

@@ -60,7 +60,7 @@ class Reception : public PeersTest {
 
 TEST_F(Reception, PatIsAnnouncedReceivedAndCounted) {
     const PatRecord record = patRecord(12);
-    EXPECT_EQ(receive(published(patBit, record)), patLines + "PAT Newstream Flag 0 PIDs 12\n= 0\n");
+    EXPECT_EQ(receive(published(patTopic, record)), patLines + "PAT Newstream Flag 0 PIDs 12\n= 0\n");
     EXPECT_EQ(bytesOf(newestRecords.pat), bytesOf(record));
     EXPECT_EQ(bytesOf(previousRecords.pat), bytesOf(record));
     EXPECT_EQ(feed.changedTopics, 0x001);
@@ -71,7 +71,7 @@ TEST_F(Reception, PatIsAnnouncedReceivedAndCounted) {
 
 // What the other eight topics print, and the bits that they set.
 struct OtherTopic {
-    TopicBits bit;
+    Topic topic;
     TopicBits changed;
     CaptureBits captured;
     const char* console;
@@ -82,38 +82,38 @@ class ReceptionOf : public Reception, public testing::WithParamInterface<OtherTo
 INSTANTIATE_TEST_SUITE_P(
     Topics, ReceptionOf,
     testing::Values(
-        OtherTopic{sdtBit, 0x008, 0x12,
+        OtherTopic{sdtTopic, 0x008, 0x12,
                    "MPEGtopic received: MPEG-STRUCT-SDT\n"
                    "Published MPEG SDT Received: Topic MPEG-STRUCT-SDT size 5552 msgl 5552\n"},
-        OtherTopic{catBit, 0x080, 0x10,
+        OtherTopic{catTopic, 0x080, 0x10,
                    "MPEGtopic received: MPEG-STRUCT-CAT\n"
                    "Published MPEG CAT Received: Topic MPEG-STRUCT-CAT size 60 msgl 60\n"},
-        OtherTopic{nitBit, 0x010, 0x10,
+        OtherTopic{nitTopic, 0x010, 0x10,
                    "MPEGtopic received: MPEG-STRUCT-NIT\n"
                    "Published MPEG NIT Received: Topic MPEG-STRUCT-NIT size 2280 msgl 2280\n"},
-        OtherTopic{eitBit, 0x040, 0x10,
+        OtherTopic{eitTopic, 0x040, 0x10,
                    "MPEGtopic received: MPEG-STRUCT-EIT\n"
                    "Published MPEG EIT Received: Topic MPEG-STRUCT-EIT size 6504, msgl 6504\n"},
-        OtherTopic{tdtBit, 0x020, 0x10,
+        OtherTopic{tdtTopic, 0x020, 0x10,
                    "MPEGtopic received: MPEG-STRUCT-TDT\n"
                    "Published MPEG TDT Received: Topic MPEG-STRUCT-TDT\n"},
-        OtherTopic{pmtBit, 0x002, 0x20,
+        OtherTopic{pmtTopic, 0x002, 0x20,
                    "MPEGtopic received: MPEG-STRUCT-PMT\n"
                    "Published MPEG PMT Received: Topic MPEG-STRUCT-PMT msgl 27376 size 27376\n"},
-        OtherTopic{tsStatusBit, 0x004, 0x80,
+        OtherTopic{tsStatusTopic, 0x004, 0x80,
                    "MPEGtopic received: MPEG-STRUCT-TS-STATUS\n"
                    "Published MPEG STAT Received: Topic MPEG-STRUCT-TS-STATUS msgl 2308 size 2308\n"},
-        OtherTopic{avPgmBit, 0x100, 0x40,
+        OtherTopic{avPgmTopic, 0x100, 0x40,
                    "MPEGtopic received: MPEG-STRUCT-AVPGM\n"
                    "Published MPEG AVPGM Received: Topic MPEG-STRUCT-AVPGM msgl 29280 size 29280\n"}),
     [](const auto& row) {
-        std::string name = topicOf(row.param.bit).name;
+        std::string name = row.param.topic.name;
         std::erase(name, '-');
         return name;
     });
 
 TEST_P(ReceptionOf, ARecordIsStoredReportedAndMarked) {
-    const Topic& topic = topicOf(GetParam().bit);
+    const Topic& topic = GetParam().topic;
     const std::string bytes(topic.size, '\x2A');
     EXPECT_EQ(receive({topic.name, "1", bytes}), std::string(GetParam().console) + "= 0\n");
     const auto stored = [&](RecordSet& records) {
@@ -127,7 +127,7 @@ TEST_P(ReceptionOf, ARecordIsStoredReportedAndMarked) {
 }
 
 TEST_P(ReceptionOf, ARecordEqualToTheOneBeforeClearsOnlyItsOwnChangeBit) {
-    const Topic& topic = topicOf(GetParam().bit);
+    const Topic& topic = GetParam().topic;
     const Message message{topic.name, "1", std::string(topic.size, '\x2A')};
     receive(message);
     feed.changedTopics = allTopicBits;
@@ -137,28 +137,25 @@ TEST_P(ReceptionOf, ARecordEqualToTheOneBeforeClearsOnlyItsOwnChangeBit) {
     EXPECT_EQ(feed.receivedMask, GetParam().captured);
 }
 
-class ReceptionOfEach : public Reception, public testing::WithParamInterface<TopicBits> {};
+class ReceptionOfEach : public Reception, public testing::WithParamInterface<Topic> {};
 
-INSTANTIATE_TEST_SUITE_P(Topics, ReceptionOfEach,
-                         testing::Values(patBit, sdtBit, catBit, nitBit, eitBit, tdtBit, pmtBit, tsStatusBit,
-                                         avPgmBit),
-                         [](const auto& row) {
-                             std::string name = topicOf(row.param).name;
-                             std::erase(name, '-');
-                             return name;
-                         });
+INSTANTIATE_TEST_SUITE_P(Topics, ReceptionOfEach, testing::ValuesIn(topics), [](const auto& row) {
+    std::string name = row.param.name;
+    std::erase(name, '-');
+    return name;
+});
 
 TEST_P(ReceptionOfEach, AMessageOfMorePartsIsReportedAndTakesNoPartInChangeDetection) {
-    const Topic& topic = topicOf(GetParam());
+    const Topic& topic = GetParam();
     const std::string bytes(topic.size, '\x2A');
-    const char* expected = GetParam() == patBit   ? "Error: More than 3 part MPEG PUB PAT\n= -1\n"
-                           : GetParam() == sdtBit ? "Error: More than 3 part MPEG PUB SDT\n= -1\n"
-                           : GetParam() == catBit ? "Error: More than 3 part MPEG PUB CAT\n= -1\n"
-                           : GetParam() == nitBit ? "Error: More than 3 part MPEG PUB NIT\n= -1\n"
-                           : GetParam() == eitBit ? "Error: More than 3 part MPEG PUB EIT\n= -1\n"
-                           : GetParam() == tdtBit ? "Error: More than 3 part MPEG PUB TDT\n= -1\n"
-                           : GetParam() == pmtBit ? "Error: More than 3 part MPEG PUB PMT\n= -1\n"
-                                                  : "Error: More than 3 part MPEG PUB STAT\n= -1\n";
+    const char* expected = GetParam().bit == patBit   ? "Error: More than 3 part MPEG PUB PAT\n= -1\n"
+                           : GetParam().bit == sdtBit ? "Error: More than 3 part MPEG PUB SDT\n= -1\n"
+                           : GetParam().bit == catBit ? "Error: More than 3 part MPEG PUB CAT\n= -1\n"
+                           : GetParam().bit == nitBit ? "Error: More than 3 part MPEG PUB NIT\n= -1\n"
+                           : GetParam().bit == eitBit ? "Error: More than 3 part MPEG PUB EIT\n= -1\n"
+                           : GetParam().bit == tdtBit ? "Error: More than 3 part MPEG PUB TDT\n= -1\n"
+                           : GetParam().bit == pmtBit ? "Error: More than 3 part MPEG PUB PMT\n= -1\n"
+                                                      : "Error: More than 3 part MPEG PUB STAT\n= -1\n";
     failMoreQuery(3, 1);
     EXPECT_TRUE(receive({topic.name, "1", bytes}).ends_with(expected));
     EXPECT_EQ(std::string(reinterpret_cast<const char*>(&newestRecords) + topic.offset, topic.size), bytes);
@@ -169,7 +166,7 @@ TEST_P(ReceptionOfEach, AMessageOfMorePartsIsReportedAndTakesNoPartInChangeDetec
 }
 
 TEST_P(ReceptionOfEach, ARecordLongerThanItsSizeIsCutAndLeavesItsNeighboursAlone) {
-    const Topic& topic = topicOf(GetParam());
+    const Topic& topic = GetParam();
     std::string store(sizeof newestRecords, '\x55');
     std::memcpy(static_cast<void*>(&newestRecords), store.data(), store.size());
     const std::string bytes(topic.size + 100, '\x2A');
@@ -183,7 +180,7 @@ TEST_P(ReceptionOfEach, ARecordLongerThanItsSizeIsCutAndLeavesItsNeighboursAlone
 }
 
 TEST_P(ReceptionOfEach, ARecordThatCannotBeReceivedIsABrokenMessage) {
-    const Topic& topic = topicOf(GetParam());
+    const Topic& topic = GetParam();
     failCall(Call::receive, 3, ETERM);
     receive({topic.name, "1", std::string(topic.size, '\x2A')});
     EXPECT_EQ(status, -1);
@@ -201,7 +198,7 @@ TEST_F(Reception, TheReportedLengthOfALongRecordIsTheReceivedOne) {
 }
 
 TEST_F(Reception, TheSamePatTwiceHasChangedOnlyOnce) {
-    const Message message = published(patBit, patRecord(4));
+    const Message message = published(patTopic, patRecord(4));
     receive(message);
     EXPECT_EQ(feed.changedTopics, 0x001);
     EXPECT_EQ(feed.receivedMask, 0x11U);
@@ -212,7 +209,7 @@ TEST_F(Reception, TheSamePatTwiceHasChangedOnlyOnce) {
 }
 
 TEST_F(Reception, CaptureAndChangeBitsOfDifferentTopicsAddUp) {
-    receive(published(patBit, patRecord(4)));
+    receive(published(patTopic, patRecord(4)));
     receive({"MPEG-STRUCT-TS-STATUS", "1", std::string(2308, '\1')});
     receive({"MPEG-STRUCT-PMT", "1", std::string(27376, '\1')});
     EXPECT_EQ(feed.receivedMask, 0xB1U);
@@ -220,17 +217,17 @@ TEST_F(Reception, CaptureAndChangeBitsOfDifferentTopicsAddUp) {
 }
 
 TEST_F(Reception, AFirstRecordOfZerosHasNotChanged) {
-    receive(published(catBit, CatRecord{}));
+    receive(published(catTopic, CatRecord{}));
     EXPECT_EQ(feed.changedTopics, 0x000);
     EXPECT_EQ(feed.receivedMask, 0x10U);
 }
 
 TEST_F(Reception, APatWithoutPidsAnnouncesANewStream) {
-    receive(published(patBit, patRecord(4)));
+    receive(published(patTopic, patRecord(4)));
     count = countBefore;
     feed.changedTopics = 0x105;
     const PatRecord announcing = patRecord(0);
-    EXPECT_EQ(receive(published(patBit, announcing)),
+    EXPECT_EQ(receive(published(patTopic, announcing)),
               patLines + "PAT Newstream Flag 0 PIDs 0\n" + newStreamText + "= -2\n");
     EXPECT_EQ(feed.receivedMask, 0U);
     EXPECT_EQ(feed.changedTopics, 0x105);
@@ -241,7 +238,7 @@ TEST_F(Reception, APatWithoutPidsAnnouncesANewStream) {
 
 TEST_F(Reception, APatWithTheNewStreamMarkAnnouncesANewStream) {
     feed.receivedMask = 0xB1;
-    EXPECT_EQ(receive(published(patBit, patRecord(4, -31))),
+    EXPECT_EQ(receive(published(patTopic, patRecord(4, -31))),
               patLines + "PAT Newstream Flag -31 PIDs 4\n" + newStreamText + "= -2\n");
     EXPECT_EQ(feed.receivedMask, 0U);
     EXPECT_EQ(feed.changedTopics, 0);
@@ -250,16 +247,17 @@ TEST_F(Reception, APatWithTheNewStreamMarkAnnouncesANewStream) {
 }
 
 TEST_F(Reception, OtherNewStreamFlagsAreAnEstablishedStream) {
-    EXPECT_EQ(receive(published(patBit, patRecord(4, -30))),
+    EXPECT_EQ(receive(published(patTopic, patRecord(4, -30))),
               patLines + "PAT Newstream Flag -30 PIDs 4\n= 0\n");
-    EXPECT_EQ(receive(published(patBit, patRecord(4, 31))), patLines + "PAT Newstream Flag 31 PIDs 4\n= 0\n");
+    EXPECT_EQ(receive(published(patTopic, patRecord(4, 31))),
+              patLines + "PAT Newstream Flag 31 PIDs 4\n= 0\n");
     EXPECT_EQ(feed.receivedMask, 0x11U);
 }
 
 TEST_F(Reception, ABrokenPatAnnouncesNoNewStream) {
     feed.receivedMask = 0xB1;
     failMoreQuery(3, 1);
-    EXPECT_EQ(receive(published(patBit, patRecord(0))),
+    EXPECT_EQ(receive(published(patTopic, patRecord(0))),
               patLines + "Error: More than 3 part MPEG PUB PAT\n= -1\n");
     EXPECT_EQ(feed.receivedMask, 0xB1U);
 }
@@ -267,7 +265,7 @@ TEST_F(Reception, ABrokenPatAnnouncesNoNewStream) {
 TEST_F(Reception, AProgramCountIsTakenAsItStands) {
     PatRecord record = patRecord(4);
     record.programCount = -5;
-    receive(published(patBit, record));
+    receive(published(patTopic, record));
     EXPECT_EQ(count, -5);
 }
 
@@ -364,27 +362,27 @@ TEST_F(Reception, AMissingThirdPartTakesTheNextMessagesTopicForTheRecord) {
 
 TEST_F(Reception, AFailedQueryBehindTheTopicIsABrokenMessage) {
     failCall(Call::option, 1, ETERM);
-    EXPECT_EQ(receive(published(catBit, CatRecord{})), "MPEGtopic received: MPEG-STRUCT-CAT\n= -1\n");
+    EXPECT_EQ(receive(published(catTopic, CatRecord{})), "MPEGtopic received: MPEG-STRUCT-CAT\n= -1\n");
     EXPECT_EQ(feed.receivedMask, 0U);
 }
 
 TEST_F(Reception, AFailedQueryBehindTheSecondPartIsABrokenMessage) {
     failMoreQuery(2, 0);
-    EXPECT_EQ(receive(published(catBit, CatRecord{})), "MPEGtopic received: MPEG-STRUCT-CAT\n= -1\n");
+    EXPECT_EQ(receive(published(catTopic, CatRecord{})), "MPEGtopic received: MPEG-STRUCT-CAT\n= -1\n");
     EXPECT_EQ(feed.receivedMask, 0U);
 }
 
 TEST_F(Reception, FailedQueriesThatLeaveTheMoreFlagSetAreNotLookedAtBeforeTheRecord) {
     failMoreQuery(1, 1);
     failMoreQuery(2, 1);
-    receive(published(catBit, CatRecord{}));
+    receive(published(catTopic, CatRecord{}));
     EXPECT_EQ(status, 0);
     EXPECT_EQ(feed.receivedMask, 0x10U);
 }
 
 TEST_F(Reception, AFailedQueryBehindTheRecordThatLeavesTheMoreFlagClearIsNotLookedAt) {
     failMoreQuery(3, 0);
-    receive(published(catBit, CatRecord{}));
+    receive(published(catTopic, CatRecord{}));
     EXPECT_EQ(status, 0);
     EXPECT_EQ(feed.receivedMask, 0x10U);
 }
@@ -405,7 +403,7 @@ TEST_P(ReceptionOfPart, AFailedReceiveIsABrokenMessage) {
     feed.receivedMask = 0x80;
     feed.changedTopics = 0x004;
     failCall(Call::receive, GetParam(), ETERM);
-    receive(published(patBit, patRecord(4)));
+    receive(published(patTopic, patRecord(4)));
     EXPECT_EQ(status, -1);
     EXPECT_EQ(feed.receivedMask, 0x80U);
     EXPECT_EQ(feed.changedTopics, 0x004);

@@ -1,5 +1,5 @@
 // The layouts themselves are proved in records.h; these tests read the records through bytes on the wire.
-#include "feed/records.h"
+#include "wire/records.h"
 #include "support/records.h"
 
 #include <cstring>

@@ -1,13 +1,14 @@
-#include "feed/topics.h"
+#include "feed/receivedTopics.h"
+#include "serviceNames.h"
 
 #include <gtest/gtest.h>
 #include <sstream>
 
-TEST(Topics, AreComparedInTheOrderOfTheContractWithTheirBitsAndSizes) {
+TEST(Topics, AreComparedInThisOrderAndHaveTheseBitsAndSizes) {
     std::ostringstream table;
-    for (const Topic& topic : topics) {
-        table << topic.name << ' ' << std::hex << topic.bit << ' ' << topic.captureBits << ' ' << std::dec
-              << topic.size << '\n';
+    for (const ReceivedTopic& row : receivedTopics) {
+        table << row.topic.name << ' ' << std::hex << row.topic.bit << ' ' << row.captureBits << ' '
+              << std::dec << row.topic.size << '\n';
     }
     EXPECT_EQ(table.str(), "MPEG-STRUCT-PAT 1 11 1240\n"
                            "MPEG-STRUCT-SDT 8 12 5552\n"
@@ -20,20 +21,24 @@ TEST(Topics, AreComparedInTheOrderOfTheContractWithTheirBitsAndSizes) {
                            "MPEG-STRUCT-AVPGM 100 40 29280\n");
 }
 
-TEST(Topics, EachIsFoundByItsBit) {
+TEST(Topics, AreNamedAndUnsubscribedInThisOrder) {
+    std::string names;
     for (const Topic& topic : topics) {
-        EXPECT_STREQ(topicOf(topic.bit).name, topic.name);
+        names += std::string(topic.name) + "\n";
     }
+    EXPECT_EQ(names, "MPEG-STRUCT-PAT\nMPEG-STRUCT-SDT\nMPEG-STRUCT-TS-STATUS\nMPEG-STRUCT-PMT\n"
+                     "MPEG-STRUCT-AVPGM\nMPEG-STRUCT-CAT\nMPEG-STRUCT-NIT\nMPEG-STRUCT-EIT\n"
+                     "MPEG-STRUCT-TDT\n");
 }
 
-TEST(Topics, LeadToTheirRecordInTheStore) {
-    EXPECT_EQ(topicOf(patBit).offset, offsetof(RecordSet, pat));
-    EXPECT_EQ(topicOf(sdtBit).offset, offsetof(RecordSet, sdt));
-    EXPECT_EQ(topicOf(catBit).offset, offsetof(RecordSet, cat));
-    EXPECT_EQ(topicOf(nitBit).offset, offsetof(RecordSet, nit));
-    EXPECT_EQ(topicOf(eitBit).offset, offsetof(RecordSet, eit));
-    EXPECT_EQ(topicOf(tdtBit).offset, offsetof(RecordSet, tdt));
-    EXPECT_EQ(topicOf(pmtBit).offset, offsetof(RecordSet, pmt));
-    EXPECT_EQ(topicOf(tsStatusBit).offset, offsetof(RecordSet, tsStatus));
-    EXPECT_EQ(topicOf(avPgmBit).offset, offsetof(RecordSet, avPgm));
+TEST(Topics, LeadToTheirRecordInARecordSet) {
+    EXPECT_EQ(patTopic.offset, offsetof(RecordSet, pat));
+    EXPECT_EQ(sdtTopic.offset, offsetof(RecordSet, sdt));
+    EXPECT_EQ(catTopic.offset, offsetof(RecordSet, cat));
+    EXPECT_EQ(nitTopic.offset, offsetof(RecordSet, nit));
+    EXPECT_EQ(eitTopic.offset, offsetof(RecordSet, eit));
+    EXPECT_EQ(tdtTopic.offset, offsetof(RecordSet, tdt));
+    EXPECT_EQ(pmtTopic.offset, offsetof(RecordSet, pmt));
+    EXPECT_EQ(tsStatusTopic.offset, offsetof(RecordSet, tsStatus));
+    EXPECT_EQ(avPgmTopic.offset, offsetof(RecordSet, avPgm));
 }

@@ -1,4 +1,5 @@
 #include "model/topicNames.h"
+#include "serviceNames.h"
 #include "support/console.h"
 
 #include <gtest/gtest.h>

@@ -303,7 +303,7 @@ TEST_F(Session, ABrokenMessageInTheFirstWaitForAPatIsPassedOver) {
 }
 
 TEST_F(Session, AnotherRequestCodeInTheQuickWaitIsReportedAndWaitsAgain) {
-    openFeed({patBit, pmtBit, tsStatusBit});
+    openFeed({patTopic, pmtTopic, tsStatusTopic});
     parser.publishNext({pat, pmt, tsStatus, pat});
     EXPECT_EQ(runFrom(stateQuickWait, 2), entered + "Quick send MPEG data, cmd 2 count 0\n" + patReceived +
                                               quickWait(0) + pmtReceived + quickWait(0) + tsStatusReceived +
@@ -318,7 +318,7 @@ TEST_F(Session, AnotherRequestCodeInTheQuickWaitIsReportedAndWaitsAgain) {
 }
 
 TEST_F(Session, AnActualSdtThatHasArrivedNeedsNoWait) {
-    openFeed({patBit, sdtBit, pmtBit, tsStatusBit});
+    openFeed({patTopic, sdtTopic, pmtTopic, tsStatusTopic});
     listPids({{0, 1000}, {17, 2000}});
     newestRecords.sdt.actual = 1;
     feed.receivedMask = 0x01;
@@ -338,7 +338,7 @@ TEST_F(Session, AnActualSdtThatHasArrivedNeedsNoWait) {
 }
 
 TEST_F(Session, WithoutAPatTheProgramListSubscribesNothingFurther) {
-    openFeed({sdtBit});
+    openFeed({sdtTopic});
     listPids({{0, 1000}, {17, 2000}, {256, 3000}});
     parser.publishNext({sdt});
     EXPECT_TRUE(runFrom(stateQuickProgramList, requestPgmData)
@@ -430,7 +430,7 @@ TEST_F(Session, ANewStreamInTheWaitOfAPsiRequestDoesNotLeaveIt) {
 }
 
 TEST_F(Session, ANewStreamWhileStabilisingStartsAgain) {
-    openFeed({patBit, sdtBit, pmtBit, tsStatusBit});
+    openFeed({patTopic, sdtTopic, pmtTopic, tsStatusTopic});
     feed.instructionWord = 0x1FF;
     parser.publishNext({newStreamPat, pat, pmt, tsStatus});
     EXPECT_EQ(runFrom(stateStabilise, requestPidData),
@@ -441,7 +441,7 @@ TEST_F(Session, ANewStreamWhileStabilisingStartsAgain) {
 }
 
 TEST_F(Session, ANewStreamInTheUpdateWaitStartsAgain) {
-    openFeed({patBit, sdtBit, pmtBit, tsStatusBit});
+    openFeed({patTopic, sdtTopic, pmtTopic, tsStatusTopic});
     session.updateCountdown = 1;
     parser.publishNext({tsStatus, newStreamPat, pat, pmt, tsStatus});
     EXPECT_EQ(runFrom(stateUpdate, requestPidData),
@@ -460,7 +460,8 @@ class StabilisingSession : public Session {
   protected:
     // The feed after a first PID list, and the records of the stream.
     StabilisingSession() {
-        openFeed({patBit, sdtBit, pmtBit, tsStatusBit, avPgmBit, catBit, nitBit, eitBit, tdtBit});
+        openFeed({patTopic, sdtTopic, pmtTopic, tsStatusTopic, avPgmTopic, catTopic, nitTopic, eitTopic,
+                  tdtTopic});
         for (const Message& message : {pat, pmt, tsStatus, sdt}) {
             parser.publishNext(message);
             consoleOf([&] { receiveMpegTopic(&feed, &programCount); });
@@ -629,7 +630,7 @@ INSTANTIATE_TEST_SUITE_P(
     });
 
 TEST_P(UpdateWords, NameWhatTheRequestNeeds) {
-    openFeed({patBit});
+    openFeed({patTopic});
     feed.changedTopics = GetParam().changed;
     session.updateCountdown = 2;
     EXPECT_EQ(runFrom(stateUpdate, GetParam().requestCode), entered + GetParam().lines + updating);
@@ -709,7 +710,7 @@ TEST_F(StabilisingSession, ABrokenMessageInTheUpdateWaitRunsTheUpdateAgain) {
 // Stopping, and requests upon requests.
 
 TEST_F(Session, OffStopsTheParserAndClosesTheFeed) {
-    openFeed({patBit});
+    openFeed({patTopic});
     EXPECT_EQ(runFrom(stateStop, requestPidData), entered +
                                                       "Send MPEG Stop reply ACK to Client\n"
                                                       "Send Stop Topics Instructions to Parser 1\n"

@@ -13,7 +13,7 @@ class SessionTick : public StreamTest {
 };
 
 TEST_F(SessionTick, ASessionThatStabilisesAdvancesAtEveryTick) {
-    openFeed({patBit});
+    openFeed({patTopic});
     session.requestCode = requestPidData;
     session.state = stateStabilise;
     feed.previousChanged = 0x1FF; // so that the stream is not stable yet
@@ -27,7 +27,7 @@ TEST_F(SessionTick, ASessionThatStabilisesAdvancesAtEveryTick) {
 }
 
 TEST_F(SessionTick, ASessionThatUpdatesAdvancesAtEverySecondTick) {
-    openFeed({patBit});
+    openFeed({patTopic});
     session.requestCode = requestPidData;
     session.state = stateUpdate;
     session.updateCountdown = 100;

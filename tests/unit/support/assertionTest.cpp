@@ -1,4 +1,5 @@
 #include "support/assertion.h"
+#include "serviceNames.h"
 
 #include <csignal>
 #include <gmock/gmock.h>

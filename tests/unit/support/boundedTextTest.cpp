@@ -1,4 +1,5 @@
 #include "support/boundedText.h"
+#include "serviceNames.h"
 
 #include <cstdint>
 #include <gtest/gtest.h>

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "documents/documentText.h"
+#include "serviceNames.h"
 
 #include <cstring>
 #include <gtest/gtest.h>

@@ -1,4 +1,5 @@
 #include "support/jsonText.h"
+#include "serviceNames.h"
 
 #include <gtest/gtest.h>
 #include <string>

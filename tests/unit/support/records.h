@@ -2,8 +2,9 @@
 #pragma once
 
 #include "feed/recordStore.h"
-#include "feed/records.h"
-#include "feed/topics.h"
+#include "serviceNames.h"
+#include "wire/records.h"
+#include "wire/topics.h"
 
 #include <cstdint>
 #include <cstring>

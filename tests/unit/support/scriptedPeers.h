@@ -4,8 +4,9 @@
 // transcript.
 #pragma once
 
-#include "feed/topics.h"
+#include "serviceNames.h"
 #include "support/zmqFaults.h"
+#include "wire/topics.h"
 
 #include <cstddef>
 #include <deque>
@@ -18,11 +19,11 @@
 using Message = std::vector<std::string>;
 
 // The message that publishes this record of the newest ones as it stands now.
-Message publishedNow(TopicBits bit);
+Message publishedNow(const Topic& topic);
 
 template <typename Record>
-Message published(TopicBits bit, const Record& record) {
-    return {topicOf(bit).name, "1", {reinterpret_cast<const char*>(&record), sizeof record}};
+Message published(const Topic& topic, const Record& record) {
+    return {topic.name, "1", {reinterpret_cast<const char*>(&record), sizeof record}};
 }
 
 // A context with sockets that libzmq's callers in the service do not see.

@@ -98,27 +98,27 @@ StreamTest::StreamTest() {
     newestRecords.nit.tableId = 0x40;
     newestRecords.eit.tableId = 0x4E;
     newestRecords.tdt.tableId = 0x70;
-    pat = publishedNow(patBit);
-    pmt = publishedNow(pmtBit);
-    tsStatus = publishedNow(tsStatusBit);
-    sdt = publishedNow(sdtBit);
-    avPgm = publishedNow(avPgmBit);
-    cat = publishedNow(catBit);
-    nit = publishedNow(nitBit);
-    eit = publishedNow(eitBit);
-    tdt = publishedNow(tdtBit);
+    pat = publishedNow(patTopic);
+    pmt = publishedNow(pmtTopic);
+    tsStatus = publishedNow(tsStatusTopic);
+    sdt = publishedNow(sdtTopic);
+    avPgm = publishedNow(avPgmTopic);
+    cat = publishedNow(catTopic);
+    nit = publishedNow(nitTopic);
+    eit = publishedNow(eitTopic);
+    tdt = publishedNow(tdtTopic);
     newestRecords.pat.newStreamFlag = newStreamMark;
-    newStreamPat = publishedNow(patBit);
+    newStreamPat = publishedNow(patTopic);
     newestRecords.pat.newStreamFlag = 0;
     newestRecords.pat.pidList[1] = 18;
     newestRecords.pat.sectionProgramCount = 1;
     newestRecords.pat.sectionPrograms[0] = {501, 256};
-    patWithoutSdtPid = publishedNow(patBit);
+    patWithoutSdtPid = publishedNow(patTopic);
     clearProcessState();
     session.docSocket = trufios.documentSocket();
 }
 
-void StreamTest::openFeed(std::initializer_list<TopicBits> subscribed) {
+void StreamTest::openFeed(std::initializer_list<Topic> subscribed) {
     consoleOf([&] {
         init_mpeg_zmq_sub_context(&feed);
         subscribeTopics(&feed, subscribed);

@@ -3,6 +3,7 @@
 
 #include "feed/feedChannels.h"
 #include "mpegSession.h"
+#include "serviceNames.h"
 #include "support/scriptedPeers.h"
 
 #include <string>
@@ -13,7 +14,7 @@ class StreamTest : public PeersTest {
     StreamTest();
 
     // Opens the feed and subscribes as an earlier call would have left it, without a trace in the transcript.
-    void openFeed(std::initializer_list<TopicBits> subscribed);
+    void openFeed(std::initializer_list<Topic> subscribed);
 
     // The transcript of a call of sendMpegData.
     std::string run();

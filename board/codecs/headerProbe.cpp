@@ -1,0 +1,100 @@
+#include "codecs/headerProbe.h"
+
+#include "codecs/codecHeaders.h"
+#include "packets/packetFields.h"
+
+#include <bitstream/mpeg/pes.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace board {
+
+HeaderProbe::HeaderProbe(const ElementaryStream& stream)
+    : pid_(stream.pid), kind_(stream.kind), streamType_(stream.streamType), audioCoding_(stream.audioCoding) {
+}
+
+bool HeaderProbe::suits(const ElementaryStream& stream) const {
+    return stream.kind == kind_ && stream.streamType == streamType_ && stream.audioCoding == audioCoding_;
+}
+
+// Collects the start of a PES packet, as much of it as is searched for headers.
+void HeaderProbe::payload(std::span<const std::uint8_t> bytes, bool unitStart, Ticks now,
+                          StreamModel& model) {
+    if (unitStart) {
+        if (kind_ == StreamKind::video) {
+            timePictures(bytes, model);
+        }
+        if (collecting_) {
+            readHeaders(now, model);
+        }
+        data_.clear();
+        collecting_ = now >= quietUntil_ && startsPes(bytes);
+        if (!collecting_) {
+            return;
+        }
+        const std::size_t start = pesFixedBytes + pes_get_headerlength(bytes.data());
+        bytes = bytes.subspan(std::min(start, bytes.size()));
+    }
+    if (!collecting_) {
+        return;
+    }
+    data_.insert(data_.end(), bytes.begin(), bytes.end());
+    if (data_.size() >= tunables::headerBytes) {
+        readHeaders(now, model);
+    }
+}
+
+// Measures the picture rate by the decoding times of successive PES packets, one picture each. Where they are
+// uneven, they are not one picture each, and there is no rate.
+void HeaderProbe::timePictures(std::span<const std::uint8_t> bytes, StreamModel& model) {
+    if (steps_ >= tunables::timedPictures) {
+        return;
+    }
+    const auto stamp = timeStampOf(bytes);
+    const auto last = std::exchange(lastStamp_, stamp);
+    if (!stamp || !last || *stamp <= *last || *stamp - *last > ticksPerSecond) {
+        return;
+    }
+    const Ticks step = *stamp - *last;
+    timed_ += step;
+    shortestStep_ = steps_ == 0 ? step : std::min(shortestStep_, step);
+    longestStep_ = std::max(longestStep_, step);
+    ++steps_;
+    const bool even = longestStep_ - shortestStep_ <= tunables::stampJitter;
+    model.pictureRates[pid_] =
+        even && steps_ >= tunables::fewestPictures
+            ? static_cast<float>(static_cast<double>(steps_) * static_cast<double>(ticksPerSecond) /
+                                 static_cast<double>(timed_))
+            : 0.0F;
+}
+
+void HeaderProbe::readHeaders(Ticks now, StreamModel& model) {
+    collecting_ = false;
+    bool found = false;
+    if (kind_ == StreamKind::video) {
+        if (const auto format = readVideoFormat(streamType_, data_)) {
+            model.videoFormats[pid_] = *format;
+            found = true;
+        }
+    } else if (const auto format = readAudioFormat(audioCoding_, data_)) {
+        model.audioFormats[pid_] = *format;
+        found = true;
+    }
+    if (found) {
+        quietUntil_ = now + tunables::headerRecheck;
+    }
+}
+
+void HeaderProbe::lost() {
+    collecting_ = false;
+    lastStamp_.reset();
+}
+
+void HeaderProbe::finish(Ticks now, StreamModel& model) {
+    if (collecting_) {
+        readHeaders(now, model);
+    }
+}
+
+} // namespace board

@@ -1,0 +1,336 @@
+#include "publish/publisher.h"
+
+#include "boardError.h"
+#include "stop.h"
+#include "tunables.h"
+
+#include "wire/instructionWord.h"
+
+#include <zmq.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <span>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+namespace board {
+
+namespace {
+
+// A round ends with the records that a client waits for, so that whoever has those has the others of the same
+// round: AVPGM before PMT and TS-STATUS, and the PAT last.
+constexpr std::array<wire::Topic, 9> roundOrder{wire::sdtTopic, wire::avPgmTopic,    wire::catTopic,
+                                                wire::nitTopic, wire::eitTopic,      wire::tdtTopic,
+                                                wire::pmtTopic, wire::tsStatusTopic, wire::patTopic};
+
+// Messages kept for a client that does not read: as many as it may fall behind, or next to none where it is
+// waited for anyway, so that little is left to send at the end.
+constexpr int sendQueue = 100;
+constexpr int waitingSendQueue = 1;
+
+// Bytes of what a client may send at once; no topic and no handshake is longer. Who sends more is cut off.
+constexpr std::int64_t longestClientMessage = 1024;
+
+void setInt(void* socket, int option, int value) {
+    zmq_setsockopt(socket, option, &value, sizeof value);
+}
+
+int inMilliseconds(std::chrono::milliseconds time) {
+    return static_cast<int>(time.count());
+}
+
+bool moreFollows(void* socket) {
+    int more = 0;
+    std::size_t size = sizeof more;
+    return zmq_getsockopt(socket, ZMQ_RCVMORE, &more, &size) == 0 && more != 0;
+}
+
+std::span<const std::uint8_t> bytesOf(const wire::Topic& topic, const wire::RecordSet& records) {
+    return {reinterpret_cast<const std::uint8_t*>(&records) + topic.offset, topic.size};
+}
+
+// A subscription is to every topic that begins with it.
+bool selects(std::string_view subscription, std::string_view topic) {
+    return topic.starts_with(subscription);
+}
+
+bool selectsAny(std::string_view subscription) {
+    return std::ranges::any_of(
+        wire::topics, [subscription](const wire::Topic& topic) { return selects(subscription, topic.name); });
+}
+
+std::string namesOf(wire::TopicBits bits) {
+    std::string names;
+    for (const wire::Topic& topic : wire::topics) {
+        if ((bits & topic.bit) != 0) {
+            names += " ";
+            names += topic.name;
+        }
+    }
+    return names.empty() ? " nothing" : names;
+}
+
+} // namespace
+
+// Everything that must be closed, in the order of opening.
+struct Publisher::Sockets {
+    int lock = -1;
+    void* context = nullptr;
+    void* records = nullptr;
+    void* instructions = nullptr;
+    SlowClient slowClient;
+
+    explicit Sockets(SlowClient kind) : slowClient(kind) {}
+    Sockets(const Sockets&) = delete;
+    Sockets& operator=(const Sockets&) = delete;
+    ~Sockets() {
+        if (slowClient == SlowClient::isWaitedFor && records != nullptr && !stopRequested()) {
+            setInt(records, ZMQ_LINGER, inMilliseconds(tunables::slowClientPatience));
+        }
+        for (void* socket : {records, instructions}) {
+            if (socket != nullptr) {
+                zmq_close(socket);
+            }
+        }
+        if (context != nullptr) {
+            zmq_ctx_term(context); // a signal ends the wait; the end of the process does the rest
+        }
+        if (lock >= 0) {
+            ::close(lock);
+        }
+    }
+
+    // Two programs can bind the same ipc endpoint without an error, so a lock comes first.
+    void takeLock() {
+        struct stat status {};
+        if (::stat(wire::directory, &status) != 0) {
+            throw BoardError({"cannot open the instruction endpoint",
+                              std::string("the directory ") + wire::directory, std::strerror(errno),
+                              std::string("make it with: mkdir -p ") + wire::directory});
+        }
+        lock = ::open(lockFile, O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+        if (lock < 0) {
+            throw BoardError({std::string("cannot open ") + lockFile, "a writable file", std::strerror(errno),
+                              "check who owns the directory"});
+        }
+        if (::flock(lock, LOCK_EX | LOCK_NB) != 0) {
+            throw BoardError({std::string("cannot lock ") + lockFile, "no other board on this machine",
+                              "one that is running", "stop it first"});
+        }
+    }
+
+    void* bindSocket(int type, const char* endpoint, const std::string& meaning) const {
+        void* socket = zmq_socket(context, type);
+        // What was published last still goes out, to whoever reads. Said at the opening: a connection that
+        // breaks just before the closing would else wait for ever for a reader, and the end with it.
+        setInt(socket, ZMQ_LINGER, inMilliseconds(tunables::closePatience));
+        if (type == ZMQ_XPUB) {
+            setInt(socket, ZMQ_XPUB_MANUAL, 1); // a subscription counts when acceptClients says so
+            zmq_setsockopt(socket, ZMQ_MAXMSGSIZE, &longestClientMessage, sizeof longestClientMessage);
+            const bool waits = slowClient == SlowClient::isWaitedFor;
+            setInt(socket, ZMQ_SNDHWM, waits ? waitingSendQueue : sendQueue);
+            setInt(socket, ZMQ_XPUB_NODROP, waits ? 1 : 0);
+            setInt(socket, ZMQ_SNDTIMEO, inMilliseconds(tunables::changeInterval));
+        }
+        if (zmq_bind(socket, endpoint) != 0) {
+            const std::string got = zmq_strerror(zmq_errno());
+            zmq_close(socket);
+            throw BoardError({std::string("cannot bind ") + endpoint, "a free endpoint", got, meaning});
+        }
+        return socket;
+    }
+};
+
+Publisher::Publisher(std::chrono::milliseconds interval, SlowClient slowClient)
+    : sockets_(std::make_unique<Sockets>(slowClient)), interval_(interval),
+      published_(std::make_unique<wire::RecordSet>()) {
+    sockets_->takeLock();
+    sockets_->context = zmq_ctx_new();
+    sockets_->records = sockets_->bindSocket(ZMQ_XPUB, publishEndpoint,
+                                             "another program uses port " WIRE_PARSER_PORT
+                                             "; find it with: ss -ltnp 'sport = :" WIRE_PARSER_PORT "'");
+    sockets_->instructions = sockets_->bindSocket(ZMQ_REP, wire::instructionEndpoint,
+                                                  std::string("check who owns ") + wire::directory);
+}
+
+Publisher::~Publisher() = default;
+
+void Publisher::attend(std::chrono::milliseconds longest, int descriptor, const Now& now) {
+    if (serve(longest, descriptor) && !joinDue_) {
+        joinDue_ = now() + tunables::joinPause;
+    }
+}
+
+void Publisher::awaitClient() {
+    while (!clientReady() && !stopRequested()) {
+        serve(tunables::changeInterval, -1);
+        acceptClients();
+    }
+}
+
+bool Publisher::serve(std::chrono::milliseconds longest, int descriptor) {
+    std::array<zmq_pollitem_t, 3> items{{{sockets_->instructions, 0, ZMQ_POLLIN, 0},
+                                         {nullptr, descriptor, ZMQ_POLLIN, 0},
+                                         {sockets_->records, 0, ZMQ_POLLIN, 0}}};
+    if (descriptor < 0) { // polled twice instead of not at all: the order of the items stays
+        items[1] = items[0];
+    }
+    const int watched = subscriptionsWait_ ? 2 : 3;
+    if (zmq_poll(items.data(), watched, static_cast<long>(longest.count())) <= 0) {
+        return false;
+    }
+    const bool instructed = (items[0].revents & ZMQ_POLLIN) != 0 && takeInstruction();
+    const bool subscribed = (items[2].revents & ZMQ_POLLIN) != 0;
+    subscriptionsWait_ = subscriptionsWait_ || subscribed;
+    return instructed || subscribed;
+}
+
+// An instruction word is 2 bytes, little-endian, in one part; the reply echoes it. Whatever else comes is
+// taken off the socket whole and replied to as well, so that the next word is understood. It never waits: a
+// request without an envelope makes the socket readable, but cannot be received.
+bool Publisher::takeInstruction() {
+    wire::InstructionWord word{};
+    void* socket = sockets_->instructions;
+    const int length = zmq_recv(socket, word.data(), word.size(), ZMQ_DONTWAIT);
+    if (length < 0) {
+        return false;
+    }
+    int parts = 1;
+    for (; moreFollows(socket); ++parts) {
+        zmq_recv(socket, nullptr, 0, ZMQ_DONTWAIT);
+    }
+    zmq_send(socket, word.data(), word.size(), ZMQ_DONTWAIT);
+    if (parts > 1 || length != static_cast<int>(word.size())) {
+        say("cannot use an instruction: expected 2 bytes, got " +
+            (parts > 1 ? std::to_string(parts) + " parts" : std::to_string(length)) +
+            "; the topics stay as they were");
+        return true;
+    }
+    const auto bits = wire::topicBits(word);
+    if (bits != requested_) {
+        say("publishing" + namesOf(bits));
+    }
+    requested_ = bits;
+    return true;
+}
+
+// Subscriptions that arrived together count together, between two rounds. With each message libzmq gives the
+// client that a subscription now is for. A client may also send what is no subscription. Behind such a
+// message libzmq gives the clients too early, each with a message before its own, until none waits: whoever
+// is given then gets every topic, because it may be any of those that subscribe, and a subscriber drops what
+// it did not ask for.
+void Publisher::acceptClients() {
+    std::array<char, longestClientMessage> message{};
+    subscriptionsWait_ = false;
+    joinDue_.reset();
+    bool clientKnown = true;
+    for (int length = 0;
+         (length = zmq_recv(sockets_->records, message.data(), message.size(), ZMQ_DONTWAIT)) >= 0;) {
+        const std::string_view text(message.data(),
+                                    std::min(static_cast<std::size_t>(length), message.size()));
+        const bool joins = text.starts_with('\1');
+        const bool leaves = text.starts_with('\0');
+        clientKnown = clientKnown && (joins || leaves);
+        if (!clientKnown) {
+            zmq_setsockopt(sockets_->records, ZMQ_SUBSCRIBE, "", 0);
+        }
+        if ((joins || leaves) && selectsAny(text.substr(1))) {
+            countSubscription(text.substr(1), joins);
+            if (clientKnown) {
+                zmq_setsockopt(sockets_->records, joins ? ZMQ_SUBSCRIBE : ZMQ_UNSUBSCRIBE, text.data() + 1,
+                               text.size() - 1);
+            }
+        }
+    }
+}
+
+void Publisher::countSubscription(std::string_view topic, bool joins) {
+    int& count = subscriptions_[std::string(topic)];
+    count = std::max(0, count + (joins ? 1 : -1));
+    if (count == 0) {
+        subscriptions_.erase(std::string(topic));
+    }
+}
+
+bool Publisher::subscribed(std::string_view topic) const {
+    return std::ranges::any_of(subscriptions_,
+                               [topic](const auto& entry) { return selects(entry.first, topic); });
+}
+
+bool Publisher::clientReady() const {
+    return requested_ != 0 && std::ranges::all_of(wire::topics, [this](const wire::Topic& topic) {
+               return (requested_ & topic.bit) == 0 || subscribed(topic.name);
+           });
+}
+
+std::chrono::milliseconds Publisher::untilDue(Instant now) const {
+    const Instant next = std::min({nextRound_, nextComparison_, joinDue_.value_or(nextRound_)});
+    return std::max(std::chrono::ceil<std::chrono::milliseconds>(next - now), std::chrono::milliseconds(0));
+}
+
+void Publisher::publish(const wire::RecordSet& records, Instant now) {
+    if (now >= nextRound_ || clientJoined(now)) {
+        publishRound(records, wire::allTopicBits, now);
+        return;
+    }
+    if (now < nextComparison_) {
+        return;
+    }
+    nextComparison_ = now + tunables::changeInterval;
+    for (const wire::Topic& topic : roundOrder) {
+        const auto fresh = bytesOf(topic, records);
+        if (!std::ranges::equal(fresh, bytesOf(topic, *published_))) {
+            publishTopic(topic, fresh);
+        }
+    }
+}
+
+bool Publisher::clientJoined(Instant now) const {
+    return joinDue_ && now >= *joinDue_;
+}
+
+void Publisher::publishRound(const wire::RecordSet& records, wire::TopicBits known, Instant now) {
+    if (clientJoined(now)) { // not one that still subscribes: it would miss topics of this round
+        acceptClients();
+    }
+    for (const wire::Topic& topic : roundOrder) {
+        if ((known & topic.bit) != 0) {
+            publishTopic(topic, bytesOf(topic, records));
+        }
+    }
+    nextRound_ = now + interval_ - std::min(interval_ / 2, tunables::publishMargin);
+    nextComparison_ = now + tunables::changeInterval;
+}
+
+// Three parts: topic, a running number of at most 10 digits, record.
+void Publisher::publishTopic(const wire::Topic& topic, std::span<const std::uint8_t> record) {
+    if ((requested_ & topic.bit) == 0 || !sendTopic(topic)) {
+        return;
+    }
+    const std::string number = std::to_string(sequence_++);
+    zmq_send(sockets_->records, number.data(), number.size(), ZMQ_SNDMORE);
+    zmq_send(sockets_->records, record.data(), record.size(), 0);
+    std::copy(record.begin(), record.end(), reinterpret_cast<std::uint8_t*>(published_.get()) + topic.offset);
+}
+
+// Only the first part of a message can meet a full queue. While a client is waited for, it may instruct: it
+// might read on only when it has the reply.
+bool Publisher::sendTopic(const wire::Topic& topic) {
+    while (zmq_send(sockets_->records, topic.name, std::strlen(topic.name), ZMQ_SNDMORE) < 0) {
+        if (takeInstruction()) {
+            joinDue_ = joinDue_.value_or(Instant(0)); // its round follows at once
+        }
+        if (stopRequested() || (requested_ & topic.bit) == 0) {
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace board
