@@ -1,8 +1,8 @@
 #include "requests.h"
 
+#include "psiRequests.h"
 #include "session/session.h"
 #include "support/jsonText.h"
-#include "wire/records.h"
 
 #include <algorithm>
 #include <array>
@@ -16,10 +16,12 @@ namespace mpegfe {
 namespace {
 
 struct RequestRow;
-using Handler = int (*)(const RequestRow& row, json_t* request, MpegSession* session, FeedContext* feed);
+using Handler = RequestResult (*)(const RequestRow& row, json_t* request, MpegSession* session,
+                                  FeedContext* feed);
 
-int handleStream(const RequestRow& row, json_t* request, MpegSession* session, FeedContext* feed);
-int handleProgramDetail(const RequestRow& row, json_t* request, MpegSession* session, FeedContext* feed);
+RequestResult handleStream(const RequestRow& row, json_t* request, MpegSession* session, FeedContext* feed);
+RequestResult handleProgramDetail(const RequestRow& row, json_t* request, MpegSession* session,
+                                  FeedContext* feed);
 
 constexpr std::int32_t noTable = -1;
 
@@ -32,24 +34,28 @@ struct RequestRow {
     const char* offText;
 };
 
-constexpr char psiOnText[] = "Client Request PSI Request Recognized, send ACK: ack";
-constexpr char psiOffText[] = "Stop PSI Request Recognized, send ACK: ack";
-
-// What a client can ask for, by the request's "dataStream".
-constexpr std::array<RequestRow, 9> requestRows{{
+constexpr std::array<RequestRow, 3> streamRows{{
     {"pidData", requestPidData, noTable, handleStream, "GUI Requests All PIDs", nullptr},
     {"pgmData", requestPgmData, noTable, handleStream, "Client Requests All PGMs", nullptr},
     {"pgmDetail", requestPgmDetail, noTable, handleProgramDetail, nullptr, nullptr},
-    {"PAT", requestPat, wire::patPid, handleStream, psiOnText, psiOffText},
-    {"CAT", requestCat, wire::catPid, handleStream, psiOnText, psiOffText},
-    {"NIT", requestNit, wire::nitPid, handleStream, psiOnText, psiOffText},
-    {"SDT", requestSdt, wire::sdtPid, handleStream, psiOnText, psiOffText},
-    {"EIT", requestEit, wire::eitPid, handleStream, psiOnText, psiOffText},
-    {"TDT", requestTdt, wire::tdtPid, handleStream, psiOnText, psiOffText},
 }};
 
-constexpr int requestServed = 0;
-constexpr int requestRefused = 1;
+constexpr RequestRow tableRow(const PsiRequest& table) {
+    return {table.dataStream,
+            table.code,
+            table.tablePid,
+            handleStream,
+            "Client Request PSI Request Recognized, send ACK: ack",
+            "Stop PSI Request Recognized, send ACK: ack"};
+}
+
+// What a client can ask for, by the request's "dataStream".
+constexpr auto requestRows = [] {
+    std::array<RequestRow, streamRows.size() + psiRequests.size()> rows{};
+    std::copy(streamRows.begin(), streamRows.end(), rows.begin());
+    std::transform(psiRequests.begin(), psiRequests.end(), rows.begin() + streamRows.size(), tableRow);
+    return rows;
+}();
 
 // The text under this key, empty when the request has none.
 const char* textOrEmpty(json_t* request, const char* key) {
@@ -57,7 +63,8 @@ const char* textOrEmpty(json_t* request, const char* key) {
     return text != nullptr ? text : "";
 }
 
-int runSession(std::int32_t state, RequestCode requestCode, MpegSession* session, FeedContext* feed) {
+RequestResult runSession(std::int32_t state, RequestCode requestCode, MpegSession* session,
+                         FeedContext* feed) {
     session->state = state;
     session->requestCode = requestCode;
     sendMpegData(session, feed);
@@ -65,7 +72,7 @@ int runSession(std::int32_t state, RequestCode requestCode, MpegSession* session
 }
 
 // Every request that a client starts with "status" "on" and stops with "off".
-int handleStream(const RequestRow& row, json_t* request, MpegSession* session, FeedContext* feed) {
+RequestResult handleStream(const RequestRow& row, json_t* request, MpegSession* session, FeedContext* feed) {
     const char* status = textOrEmpty(request, "status");
     const bool on = std::strcmp(status, "on") == 0;
     if (!on && std::strcmp(status, "off") != 0) {
@@ -89,7 +96,8 @@ std::int32_t programIndexOf(const char* text) {
         std::clamp<long>(std::strtol(text, nullptr, 10), Limits::min(), Limits::max()));
 }
 
-int handleProgramDetail(const RequestRow& row, json_t* request, MpegSession* session, FeedContext* feed) {
+RequestResult handleProgramDetail(const RequestRow& row, json_t* request, MpegSession* session,
+                                  FeedContext* feed) {
     const char* patIndex = textOf(request, "patIndex");
     if (patIndex == nullptr) {
         std::puts("Client Requests Detail without a patindex");
@@ -102,7 +110,7 @@ int handleProgramDetail(const RequestRow& row, json_t* request, MpegSession* ses
 
 } // namespace
 
-int dispatchClientRequest(json_t* request, MpegSession* session, FeedContext* feed) {
+RequestResult dispatchClientRequest(json_t* request, MpegSession* session, FeedContext* feed) {
     const char* dataStream = textOrEmpty(request, "dataStream");
     session->state = 0;
     for (const RequestRow& row : requestRows) {

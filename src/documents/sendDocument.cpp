@@ -5,6 +5,7 @@
 #include "documents/pidListDocument.h"
 #include "documents/psiDocument.h"
 #include "feed/recordStore.h"
+#include "psiRequests.h"
 #include "trufios/trufiosChannels.h"
 #include "trufios/trufiosReplies.h"
 
@@ -58,16 +59,10 @@ struct DocumentRow {
     std::size_t (*build)(const MpegSession* session, DocumentBuffer& out);
 };
 
-constexpr std::array<DocumentRow, 9> documentRows{{
+constexpr std::array<DocumentRow, 3> documentRows{{
     {requestPidData, buildPidList},
     {requestPgmData, buildPgmList},
     {requestPgmDetail, buildPgmDetail},
-    {requestPat, buildPsiTable},
-    {requestCat, buildPsiTable},
-    {requestNit, buildPsiTable},
-    {requestSdt, buildPsiTable},
-    {requestEit, buildPsiTable},
-    {requestTdt, buildPsiTable},
 }};
 
 std::size_t buildDocument(const MpegSession* session, DocumentBuffer& out) {
@@ -75,6 +70,9 @@ std::size_t buildDocument(const MpegSession* session, DocumentBuffer& out) {
         if (row.requestCode == session->requestCode) {
             return row.build(session, out);
         }
+    }
+    if (findPsiRequest(&PsiRequest::code, session->requestCode) != nullptr) {
+        return buildPsiTable(session, out);
     }
     std::printf("Illegal MPEG REQ %d\n", session->requestCode);
     return nothingToSend;

@@ -16,10 +16,13 @@ namespace {
 
 constexpr std::size_t maxSecondPart = 10; // bytes of the part between topic and record
 
-// The part structure of the message being received, as the socket tells it.
+// What the socket last told of the message being received: whether more parts follow. A message of too few or
+// too many parts is received all the same, as parsers of every age have been: the parts that are missing are
+// taken from the next message, those too many are the next topic. Only a socket that cannot tell is broken,
+// and then its last word counts.
 struct PartFlags {
     void* socket;
-    int more; // keeps its last value when a query fails
+    int more;
 };
 
 bool queryFails(PartFlags& flags) {
@@ -50,12 +53,18 @@ char* recordOf(wire::RecordSet& records, const wire::Topic& topic) {
 
 // The PAT's own flag, and an empty PID list, tell that the parser has lost or changed its stream.
 bool announcesNewStream(const wire::PatRecord& pat) {
+    return pat.pidListCount == 0 || pat.newStreamFlag == wire::newStreamMark;
+}
+
+// Takes the PAT's word for whether the stream goes on. newStream when it does not.
+CaptureStatus judgeStream(FeedContext* ptx, const wire::PatRecord& pat) {
     std::printf("PAT Newstream Flag %d PIDs %d\n", pat.newStreamFlag, pat.pidListCount);
-    if (pat.pidListCount != 0 && pat.newStreamFlag != wire::newStreamMark) {
-        return false;
+    if (!announcesNewStream(pat)) {
+        return captured;
     }
     std::puts("\n\n\nNewstream in MPEGdata\n\n");
-    return true;
+    ptx->receivedMask = 0;
+    return newStream;
 }
 
 // Compares only what has arrived: a short record says nothing about the rest of its layout.
@@ -70,8 +79,8 @@ void trackChange(FeedContext* ptx, const wire::Topic& topic, std::size_t length)
     }
 }
 
-std::int32_t receiveRecord(FeedContext* ptx, const ReceivedTopic& row, PartFlags& flags,
-                           std::int32_t* programCountOut) {
+CaptureStatus receiveRecord(FeedContext* ptx, const ReceivedTopic& row, PartFlags& flags,
+                            std::int32_t* programCountOut) {
     const wire::Topic& topic = row.topic;
     if (row.announce != nullptr) {
         row.announce(ptx->currentTopic);
@@ -87,8 +96,7 @@ std::int32_t receiveRecord(FeedContext* ptx, const ReceivedTopic& row, PartFlags
         std::puts(row.brokenText);
         return brokenMessage;
     }
-    if (topic.bit == wire::patBit && announcesNewStream(newestRecords.pat)) {
-        ptx->receivedMask = 0;
+    if (topic.bit == wire::patBit && judgeStream(ptx, newestRecords.pat) == newStream) {
         return newStream;
     }
     trackChange(ptx, topic, static_cast<std::size_t>(clampCount(length, static_cast<int>(topic.size))));
@@ -101,7 +109,7 @@ std::int32_t receiveRecord(FeedContext* ptx, const ReceivedTopic& row, PartFlags
 
 } // namespace
 
-std::int32_t receiveMpegTopic(FeedContext* ptx, std::int32_t* programCountOut) {
+CaptureStatus receiveMpegTopic(FeedContext* ptx, std::int32_t* programCountOut) {
     PartFlags flags{ptx->subscribers[ptx->activeChannel], 0};
     if (!receiveText(flags.socket, ptx->currentTopic)) {
         return brokenMessage;

@@ -8,9 +8,11 @@
 namespace mpegfe {
 
 // What one call of receiveMpegTopic met.
-inline constexpr std::int32_t captured = 0;       // the record is stored, or its topic is unknown
-inline constexpr std::int32_t brokenMessage = -1; // the message's parts are not what they should be
-inline constexpr std::int32_t newStream = -2;     // the PAT announces a new stream
+enum CaptureStatus : std::int32_t {
+    captured = 0,       // the record is stored, or its topic is unknown
+    brokenMessage = -1, // a part, or what follows it, could not be had
+    newStream = -2,     // the PAT announces a new stream
+};
 
 // Receives one published message (topic, a part that is not used, record) from the active channel, blocking
 // as long as it takes. The record goes into newestRecords, at most its size; a shorter one leaves the bytes
@@ -19,6 +21,6 @@ inline constexpr std::int32_t newStream = -2;     // the PAT announces a new str
 // also stores its program count through programCountOut. Prints the console lines of the topic. Returns
 // captured, brokenMessage or newStream (which clears ptx->receivedMask and takes no part in change
 // detection). The record of an unknown topic stays queued, and the next call takes it for a topic.
-std::int32_t receiveMpegTopic(FeedContext* ptx, std::int32_t* programCountOut);
+CaptureStatus receiveMpegTopic(FeedContext* ptx, std::int32_t* programCountOut);
 
 } // namespace mpegfe

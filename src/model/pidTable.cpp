@@ -73,8 +73,9 @@ void takeFromPsi(int position, RateSums& sums) {
     sums.psi -= pidTable[position].pidRate;
 }
 
-// A PID at place 0 counts as absent for every builder that uses this.
-bool isListed(int position) {
+// Place 0 is left to the tables and to a PCR: whatever else claims a PID takes one that stands there for
+// absent.
+bool standsBehindFirst(int position) {
     return position > 0;
 }
 
@@ -100,7 +101,7 @@ void collectEmm(RateSums& sums) {
     for (int k = 0; k < caCount; ++k) {
         const std::uint16_t pid = cat.caEntries[k].caPid;
         const int position = pidPosition(pid);
-        if (!isListed(position)) {
+        if (!standsBehindFirst(position)) {
             std::printf("EMM Missing PID %d p %d\n", pid, position);
             continue;
         }
@@ -168,7 +169,7 @@ void claimForProgram(int position, std::uint16_t pid, const Component& component
 void collectPmt(const Program& program, RateSums& sums) {
     const std::uint16_t pid = program.pmt.pmtPid;
     const int position = pidPosition(pid);
-    if (isListed(position)) {
+    if (standsBehindFirst(position)) {
         claimForProgram(position, pid, pmtComponent, program, sums);
     }
 }
@@ -176,7 +177,7 @@ void collectPmt(const Program& program, RateSums& sums) {
 void collectVideo(const Program& program, RateSums& sums) {
     const std::uint16_t pid = program.av.videoPid;
     const int position = pidPosition(pid);
-    if (isListed(position)) {
+    if (standsBehindFirst(position)) {
         claimForProgram(position, pid, videoComponent, program, sums);
     }
 }
@@ -200,7 +201,7 @@ void collectEcm(const Program& program, RateSums& sums) {
     for (int e = 0; e < count; ++e) {
         const std::uint16_t pid = program.pmt.ecmPids[e];
         const int position = pidPosition(pid);
-        if (!isListed(position)) {
+        if (!standsBehindFirst(position)) {
             continue;
         }
         if (pid == program.av.pmtPid) {
@@ -217,7 +218,7 @@ void collectAudio(const Program& program, RateSums& sums) {
     for (int t = 0; t < count; ++t) {
         const std::uint16_t pid = program.av.audio[t].pid;
         const int position = pidPosition(pid);
-        if (isListed(position)) {
+        if (standsBehindFirst(position)) {
             claimForProgram(position, pid, audioComponent, program, sums);
         }
     }
@@ -228,7 +229,7 @@ void collectPrivate(const Program& program, RateSums& sums) {
     for (int p = 0; p < count; ++p) {
         const std::uint16_t pid = program.av.privatePids[p].pid;
         const int position = pidPosition(pid);
-        if (!isListed(position)) {
+        if (!standsBehindFirst(position)) {
             continue;
         }
         if (measuredRate(position) > maxPrivateRate) {

@@ -20,20 +20,17 @@ void startAgain(Run& run) {
     run.session->state = stateSubscribe;
 }
 
-// Whether the call ends in this state, said on the console.
-bool rests(std::int32_t state) {
+// The console line of a state in which a call ends; null for any other.
+const char* restingLine(std::int32_t state) {
     switch (state) {
     case stateInitFeed:
-        std::puts("Exit MPEG Processing");
-        return true;
+        return "Exit MPEG Processing";
     case stateStabilise:
-        std::puts("Stabilize GUI/WEB MPEG Metadata");
-        return true;
+        return "Stabilize GUI/WEB MPEG Metadata";
     case stateUpdate:
-        std::puts("Update GUI/WEB MPEG Metadata");
-        return true;
+        return "Update GUI/WEB MPEG Metadata";
     default:
-        return false;
+        return nullptr;
     }
 }
 
@@ -48,7 +45,8 @@ void sendMpegData(MpegSession* session, FeedContext* feed) {
         }
         if (run.captureStatus == newStream) {
             startAgain(run);
-        } else if (rests(session->state)) {
+        } else if (const char* line = restingLine(session->state); line != nullptr) {
+            std::puts(line);
             return;
         }
     }

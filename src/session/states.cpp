@@ -6,6 +6,7 @@
 #include "model/pidTable.h"
 #include "model/sdtSummary.h"
 #include "model/topicNames.h"
+#include "psiRequests.h"
 
 #include <array>
 #include <cstdio>
@@ -18,7 +19,7 @@ bool hasAll(CaptureBits mask, CaptureBits wanted) {
     return (mask & wanted) == wanted;
 }
 
-std::int32_t receiveOne(Run& run) {
+CaptureStatus receiveOne(Run& run) {
     run.captureStatus = receiveMpegTopic(run.feed, &programCount);
     return run.captureStatus;
 }
@@ -79,31 +80,16 @@ Next subscribeForStream(Run& run) {
     return Next::stepEnd;
 }
 
-struct PsiTopic {
-    std::int32_t tablePid;
-    wire::Topic topic;
-};
-
-constexpr std::array<PsiTopic, 6> psiTopics{{
-    {wire::patPid, wire::patTopic},
-    {wire::catPid, wire::catTopic},
-    {wire::nitPid, wire::nitTopic},
-    {wire::sdtPid, wire::sdtTopic},
-    {wire::eitPid, wire::eitTopic},
-    {wire::tdtPid, wire::tdtTopic},
-}};
-
 // Subscribes to the topic of the table on this PID. Returns its bit, or 0 for a PID without a table.
 wire::TopicBits subscribePsiTable(FeedContext* feed, std::int32_t tablePid) {
-    for (const PsiTopic& row : psiTopics) {
-        if (row.tablePid == tablePid) {
-            subscribeTopics(feed, {row.topic});
-            expectTopic(feed, row.topic);
-            return row.topic.bit;
-        }
+    const PsiRequest* row = findPsiRequest(&PsiRequest::tablePid, tablePid);
+    if (row == nullptr) {
+        std::printf("Illegal PSI %d\n", tablePid);
+        return 0;
     }
-    std::printf("Illegal PSI %d\n", tablePid);
-    return 0;
+    subscribeTopics(feed, {row->topic});
+    expectTopic(feed, row->topic);
+    return row->topic.bit;
 }
 
 // The PAT counts as the PSI table too, so what is waited for is the PAT and TS-STATUS. A new stream does not
@@ -138,7 +124,7 @@ Next quickWait(Run& run) {
     MpegSession* session = run.session;
     std::printf("Quick send MPEG data, cmd %d count %d\n", session->requestCode, programCount);
     do {
-        const std::int32_t status = receiveOne(run);
+        const CaptureStatus status = receiveOne(run);
         std::printf("Quick Wait to Capture Loop, capt status %d\n", status);
         if (status == newStream) {
             return Next::stepEnd;
@@ -265,33 +251,24 @@ Next stabilise(Run& run) {
     return Next::stepEnd;
 }
 
-struct UpdateTopics {
-    std::int32_t requestCode;
-    wire::TopicBits bits;
-};
-
-constexpr wire::TopicBits updateAlways = wire::patBit | wire::tsStatusBit;
-
-constexpr std::array<UpdateTopics, 7> updateTopics{{
-    {requestPidData, updateAlways | wire::pmtBit | wire::avPgmBit},
-    {requestPgmData, updateAlways | wire::pmtBit | wire::sdtBit},
-    {requestCat, updateAlways | wire::catBit},
-    {requestNit, updateAlways | wire::nitBit},
-    {requestSdt, updateAlways | wire::sdtBit},
-    {requestEit, updateAlways | wire::eitBit},
-    {requestTdt, updateAlways | wire::tdtBit},
-}};
+// The topics that this request's document is made from, besides those that every update needs.
+wire::TopicBits ownTopics(std::int32_t requestCode) {
+    switch (requestCode) {
+    case requestPidData:
+        return wire::pmtBit | wire::avPgmBit;
+    case requestPgmData:
+        return wire::pmtBit | wire::sdtBit;
+    default:
+        const PsiRequest* table = findPsiRequest(&PsiRequest::code, requestCode);
+        return table != nullptr ? table->topic.bit : wire::TopicBits{0};
+    }
+}
 
 // The topics that keep this request's document current. AVPGM is not asked for while it does not change.
 wire::TopicBits topicsToUpdate(std::int32_t requestCode, wire::TopicBits changedTopics) {
-    wire::TopicBits bits = updateAlways;
-    for (const UpdateTopics& row : updateTopics) {
-        if (row.requestCode == requestCode) {
-            bits = row.bits;
-        }
-    }
-    return (changedTopics & wire::avPgmBit) != 0 ? bits
-                                                 : static_cast<wire::TopicBits>(bits & ~wire::avPgmBit);
+    const wire::TopicBits bits = wire::patBit | wire::tsStatusBit | ownTopics(requestCode);
+    const wire::TopicBits unchanged = wire::avPgmBit & ~changedTopics;
+    return static_cast<wire::TopicBits>(bits & ~unchanged);
 }
 
 Next update(Run& run) {

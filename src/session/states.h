@@ -2,6 +2,7 @@
 #pragma once
 
 #include "feed/feedChannels.h"
+#include "feed/reception.h"
 #include "mpegSession.h"
 
 #include <cstdint>
@@ -15,7 +16,7 @@ inline constexpr std::int32_t passesPerUpdate = 2;
 struct Run {
     MpegSession* session;
     FeedContext* feed;
-    std::int32_t captureStatus; // of the last reception: captured, brokenMessage or newStream
+    CaptureStatus captureStatus; // of the last reception
 };
 
 // Where the machine goes after a state's step.

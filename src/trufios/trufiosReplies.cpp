@@ -58,7 +58,7 @@ json_t* parseReply(const char* text) {
     return reply;
 }
 
-int judgeReply(json_t* reply, const char* text, ReplyText* ackText) {
+ReplyResult judgeReply(json_t* reply, const char* text, ReplyText* ackText) {
     const char* verdict = textOf(reply, "reply");
     if (verdict == nullptr) {
         return replyNak;
@@ -79,7 +79,7 @@ int judgeReply(json_t* reply, const char* text, ReplyText* ackText) {
     return replyNak;
 }
 
-int awaitReply(void* socket, ReplyText* ackText) {
+ReplyResult awaitReply(void* socket, ReplyText* ackText) {
     ReplyText text;
     if (!receiveReply(socket, text)) {
         return replyTimeout;
@@ -88,7 +88,7 @@ int awaitReply(void* socket, ReplyText* ackText) {
     if (reply == nullptr) {
         return replyNak;
     }
-    const int result = judgeReply(reply, text, ackText);
+    const ReplyResult result = judgeReply(reply, text, ackText);
     json_decref(reply);
     return result;
 }
@@ -111,11 +111,11 @@ void sendReplyNak(void* socket, const char* reason) {
     sendObject(socket, object);
 }
 
-int waitReply(void* socket) {
+ReplyResult waitReply(void* socket) {
     return awaitReply(socket, nullptr);
 }
 
-int waitReplyText(void* socket, ReplyText& out) {
+ReplyResult waitReplyText(void* socket, ReplyText& out) {
     return awaitReply(socket, &out);
 }
 

@@ -12,9 +12,11 @@ inline constexpr std::size_t maxReplyLength = 50;
 using ReplyText = char[maxReplyLength + 1];
 
 // Result of a wait for a reply.
-inline constexpr int replyAck = 0;
-inline constexpr int replyNak = 1; // "nak", or a reply that cannot be understood
-inline constexpr int replyTimeout = 2;
+enum ReplyResult : int {
+    replyAck = 0,
+    replyNak = 1, // "nak", or a reply that cannot be understood
+    replyTimeout = 2,
+};
 
 // Sends {"reply": "ack"} on the socket.
 void sendReplyAck(void* socket);
@@ -28,11 +30,11 @@ void sendReplyNak(void* socket, const char* reason);
 // Waits for Trufios's reply on the socket: 501 tries, 10 ms apart, about 5 s in all. Prints why when the
 // reply is no plain "ack": "5s Abort", the parse error, or the reason of a "nak". Returns replyAck, replyNak
 // or replyTimeout.
-int waitReply(void* socket);
+ReplyResult waitReply(void* socket);
 
 // As waitReply, and copies the text under "ack" into out if the reply is an "ack" with such a text; otherwise
 // out stays as it was.
-int waitReplyText(void* socket, ReplyText& out);
+ReplyResult waitReplyText(void* socket, ReplyText& out);
 
 // Sends {"request": "event", "module": module, "event": event, "topic": topic} and waits for the reply as
 // waitReply does.

@@ -17,22 +17,22 @@ namespace {
 constexpr std::size_t mostTries = 501;
 constexpr char unanswered[] = "nothing was copied";
 
-int waitForText(void* socket) {
+ReplyResult waitForText(void* socket) {
     ReplyText out;
     std::memset(out, 0x7F, sizeof out);
     std::memcpy(out, unanswered, sizeof unanswered);
-    const int result = waitReplyText(socket, out);
+    const ReplyResult result = waitReplyText(socket, out);
     check(std::memchr(out, '\0', sizeof out) != nullptr, "the text is terminated");
     check(result == replyAck || std::strcmp(out, unanswered) == 0, "only an ack brings a text");
     return result;
 }
 
-int notifyOfEvent(void* socket) {
+ReplyResult notifyOfEvent(void* socket) {
     sendEvent(socket, "mpegFE", "changed", "PAT");
     return replyAck;
 }
 
-constexpr std::array<int (*)(void*), 3> waits{waitReply, waitForText, notifyOfEvent};
+constexpr std::array<ReplyResult (*)(void*), 3> waits{waitReply, waitForText, notifyOfEvent};
 
 // Bounded in tries, each followed by a sleep.
 void waitOnce(FuzzInput& input) {
