@@ -46,19 +46,12 @@ inline constexpr std::size_t keptPresentEvents = 32'768;   // of all services' p
 inline constexpr std::size_t probedStreams = 1'024;        // whose headers are looked at
 
 // The stream clock.
-inline constexpr Ticks longestPcrStep = ticksPerSecond; // a larger step must agree with the packet rate,
-inline constexpr Ticks longestFirstStep = 30 * ticksPerSecond; // or be shorter than this when there is none
-inline constexpr Ticks silentReference = ticksPerSecond / 2;   // then another PID's PCR becomes the clock
-inline constexpr Ticks estimatedTick = ticksPerSecond / 10;    // clock reading where no PCR arrives
-inline constexpr std::uint64_t pcrPatience = 5'000;            // packets; then PES time stamps are the clock
-inline constexpr std::uint64_t largestPicture = 20'000;        // packets between two PCRs, at most
-inline constexpr std::uint64_t stampPatience = 20'000;         // packets; then the clock is the assumed rate
-inline constexpr std::uint64_t secondPcrPatience = 200'000;    // packets; the same for a stream with one PCR
-inline constexpr int fewestRivalSteps = 3;                     // of a PID that takes over
-inline constexpr int stuckRepetitions = 10;                    // of a PCR; then it does not count any more
-inline constexpr Ticks longestGap = 2 * ticksPerSecond;        // between bursts of a live stream
-inline constexpr double fadingGap = 0.5;                       // of the time; then a gap is forgotten
-inline constexpr double assumedBitRate = 10e6; // bit/s of a stream that carries no time at all
+inline constexpr Ticks plausibleStep = ticksPerSecond; // of a PCR; a longer one must agree with the packets,
+inline constexpr Ticks longestStep = 30 * ticksPerSecond; // and none is longer than this
+inline constexpr std::uint64_t stampPatience = 5'000;     // packets without a PCR; then PES time stamps count
+inline constexpr std::uint64_t clockPatience = 20'000;    // the same of any time; no picture has more packets
+inline constexpr double assumedBitRate = 10e6;            // bit/s of a stream that shows no time at all
+inline constexpr Ticks longestGap = 2 * ticksPerSecond;   // between bursts of a live stream
 
 // Reading.
 inline constexpr std::size_t readSize = 64 * 1024;      // bytes a read

@@ -105,7 +105,7 @@ bool Analyser::packet(const std::uint8_t* bytes) {
     const bool unitStart = ts_get_unitstart(bytes);
     const bool scrambled = ts_get_scrambling(bytes) != 0;
 
-    const bool needsStamp = clock_.wantsTimeStamps() && unitStart && !scrambled;
+    const bool needsStamp = unitStart && !scrambled;
     const bool reading = clock_.packet(pid, pcrOf(bytes), needsStamp ? timeStampOf(content) : std::nullopt);
     if (reading) {
         readClock(number);
@@ -495,7 +495,9 @@ void Analyser::judgeScrambling() {
 }
 
 void Analyser::seam() {
-    clock_.seam();
+    if (clock_.passEnded()) {
+        readClock(packets_);
+    }
     for (PidState& state : model_.pids) {
         state.continuity.reset();
     }
@@ -522,7 +524,7 @@ void Analyser::restart() {
     streamStart_ = clock_.now();
     streamPackets_ = 0;
     model_ = StreamModel{};
-    rates_ = RateMeter(ratePeriod_);
+    rates_ = RateMeter(ratePeriod_, clock_.now(), packets_);
     for (PidSlot& slot : slots_) {
         slot.position = -1;
         slot.probe.reset();
@@ -539,7 +541,7 @@ void Analyser::restart() {
     scheduleRoom_.kept = 0;
     lastJudgement_.reset();
     knownSections_.clear();
-    clock_.seam();
+    clock_.startOver();
     assignPids();
 }
 
@@ -549,7 +551,7 @@ void Analyser::finish() {
             probe->finish(clock_.now(), model_);
         }
     }
-    clock_.sourceEnded();
+    clock_.passEnded();
     rates_.finish(clock_.now(), packets_);
     judgeScrambling();
 }

@@ -1,99 +1,50 @@
 #include "timing/rateMeter.h"
 
-#include <algorithm>
-
 namespace board {
 
-namespace {
-
-constexpr double bitsPerPacket = 188 * 8;
-constexpr Ticks stepsPerPeriod = 10;
-
-} // namespace
-
 bool RateMeter::reading(Ticks now, std::uint64_t packetNumber) {
-    if (steps_.empty()) { // packets before the first reading lie in no known time
-        sinceReading_.assign(sinceReading_.size(), 0);
-        begin(now, packetNumber);
+    last_ = {now, packetNumber, counts_};
+    if (now == past_.front().time) {
+        past_.front() = last_;
         return false;
     }
-    takeUpTo(now, packetNumber);
-    if (period_ == 0 || now - steps_.back().start < period_ / stepsPerPeriod) {
+    constexpr Ticks stepsPerPeriod = 10;
+    const Ticks step = now - past_.back().time;
+    if (period_ == 0 || step < period_ / stepsPerPeriod) {
         return false;
     }
-    dropOldSteps();
-    if (measured_ || !hasRoomForAnotherStep()) {
+    // Until the next step the window gets older by about the length of the last one.
+    const Ticks longest = period_ - step;
+    while (past_.size() > 1 && now - past_.front().time > longest) {
+        past_.pop_front();
+    }
+    if (measured() || now - past_.front().time + step > longest) {
         measure();
     }
-    begin(now, packetNumber);
-    return measured_;
+    past_.push_back(last_);
+    return measured();
 }
 
 void RateMeter::finish(Ticks now, std::uint64_t packetNumber) {
-    if (measured_) {
-        return;
+    if (last_.time == past_.front().time) {
+        last_ = {now, packetNumber, counts_};
     }
-    if (steps_.empty()) {
-        begin(0, 0);
-    }
-    if (lastReading_ == steps_.front().start) {
-        takeUpTo(now, packetNumber);
-    }
-    if (lastReading_ > steps_.front().start) {
+    if (!measured() && last_.time > past_.front().time) {
         measure();
     }
 }
 
-// Adds what has been counted since the last reading to the current step.
-void RateMeter::takeUpTo(Ticks now, std::uint64_t packetNumber) {
-    std::vector<std::uint64_t>& packets = steps_.back().packets;
-    packets.resize(sinceReading_.size());
-    for (std::size_t k = 0; k < packets.size(); ++k) {
-        packets[k] += sinceReading_[k];
-    }
-    sinceReading_.assign(sinceReading_.size(), 0);
-    lastReading_ = now;
-    lastPacket_ = packetNumber;
-}
-
-void RateMeter::begin(Ticks now, std::uint64_t packetNumber) {
-    lastReading_ = now;
-    lastPacket_ = packetNumber;
-    steps_.push_back({now, packetNumber, {}});
-}
-
-// Between now and the next step the window gets older by about the length of the last one.
-Ticks RateMeter::longestWindow() const {
-    return period_ - (lastReading_ - steps_.back().start);
-}
-
-void RateMeter::dropOldSteps() {
-    while (steps_.size() > 1 && lastReading_ - steps_.front().start > longestWindow()) {
-        steps_.pop_front();
-    }
-}
-
-bool RateMeter::hasRoomForAnotherStep() const {
-    const Ticks step = lastReading_ - steps_.back().start;
-    return lastReading_ - steps_.front().start + step <= longestWindow();
-}
-
 void RateMeter::measure() {
-    const Ticks start = steps_.front().start;
-    const double seconds = static_cast<double>(lastReading_ - start) / static_cast<double>(ticksPerSecond);
-    std::vector<std::uint64_t> packets;
-    for (const Step& step : steps_) { // the newest knows most PIDs, except when it has only just begun
-        packets.resize(std::max(packets.size(), step.packets.size()));
-        for (std::size_t k = 0; k < step.packets.size(); ++k) {
-            packets[k] += step.packets[k];
-        }
+    constexpr double bitsPerPacket = 188 * 8;
+    const Reading& first = past_.front();
+    window_ = {first.packet, last_.packet, last_.time - first.time};
+    const double seconds = static_cast<double>(window_.elapsed) / static_cast<double>(ticksPerSecond);
+    rates_.resize(last_.counts.size());
+    for (std::size_t k = 0; k < rates_.size(); ++k) {
+        const std::uint64_t before = k < first.counts.size() ? first.counts[k] : 0;
+        rates_[k] =
+            static_cast<float>(static_cast<double>(last_.counts[k] - before) * bitsPerPacket / seconds);
     }
-    rates_.resize(packets.size());
-    for (std::size_t k = 0; k < packets.size(); ++k) {
-        rates_[k] = static_cast<float>(static_cast<double>(packets[k]) * bitsPerPacket / seconds);
-    }
-    window_ = {steps_.front().firstPacket, lastPacket_, lastReading_ - start};
-    measured_ = true;
 }
 
 } // namespace board

@@ -23,23 +23,26 @@ struct RateWindow {
 
 class RateMeter {
   public:
-    // Period in stream time; 0 measures the whole stream at once.
-    explicit RateMeter(Ticks period) : period_(period) {}
+    // Period in stream time; 0 measures the whole stream at once. The stream begins at this time, with the
+    // packet of this number.
+    explicit RateMeter(Ticks period, Ticks start = 0, std::uint64_t firstPacket = 0)
+        : period_(period), past_{{start, firstPacket, {}}}, last_(past_.front()) {}
 
     // Counts one packet of the PID at this position of the PID list.
     void count(std::size_t position) {
-        if (position >= sinceReading_.size()) {
-            sinceReading_.resize(position + 1);
+        if (position >= counts_.size()) {
+            counts_.resize(position + 1);
         }
-        ++sinceReading_[position];
+        ++counts_[position];
     }
 
-    // The clock reads now, at the packet that is counted next and has this number. Returns whether the window
-    // has moved, so that the rates are new.
+    // The clock reads now, at the packet that is counted next and has this number. Packets before time has
+    // begun to run are left out. Returns whether the window has moved, so that the rates are new.
     bool reading(Ticks now, std::uint64_t packetNumber);
 
-    // Takes what there is up to the last reading when no window has been full before. Without two readings,
-    // that is everything up to now, at which the clock is set at the end, and the packet of this number.
+    // Takes what there is up to the last reading when no window has been full before. Where time has not run
+    // up to there, that is everything up to now, at which the clock is set at the end, and the packet of this
+    // number.
     void finish(Ticks now, std::uint64_t packetNumber);
 
     // Rate in bit/s of the PID at this position; 0 before the first window is full.
@@ -47,33 +50,25 @@ class RateMeter {
         return position < rates_.size() ? rates_[position] : 0.0F;
     }
     bool measured() const {
-        return measured_;
+        return window_.elapsed > 0;
     }
     const RateWindow& window() const {
         return window_;
     }
 
   private:
-    // What was counted between two readings, by position in the PID list.
-    struct Step {
-        Ticks start = 0;
-        std::uint64_t firstPacket = 0;
-        std::vector<std::uint64_t> packets;
+    struct Reading {
+        Ticks time;
+        std::uint64_t packet;
+        std::vector<std::uint64_t> counts; // so far, by position in the PID list
     };
 
-    void takeUpTo(Ticks now, std::uint64_t packetNumber);
-    void begin(Ticks now, std::uint64_t packetNumber);
-    void dropOldSteps();
-    Ticks longestWindow() const;
-    bool hasRoomForAnotherStep() const;
     void measure();
 
     Ticks period_;
-    bool measured_ = false;
-    std::deque<Step> steps_; // of the window; the last is being counted
-    Ticks lastReading_ = 0;
-    std::uint64_t lastPacket_ = 0;
-    std::vector<std::uint32_t> sinceReading_; // packets since the last reading
+    std::vector<std::uint64_t> counts_;
+    std::deque<Reading> past_; // a step apart, the first where the window begins
+    Reading last_;
     std::vector<float> rates_;
     RateWindow window_;
 };

@@ -8,14 +8,16 @@ namespace {
 
 constexpr Ticks modulus = (Ticks{1} << 33) * 300; // of PCRs, and of time stamps given in the same ticks
 constexpr double bitsPerPacket = 188 * 8;
+constexpr Ticks shortestPacket = 4; // ticks that one takes at 10 Gbit/s; none comes faster
+constexpr double readingPeriod = static_cast<double>(ticksPerSecond) / 10;
 
 // Ticks from one reading of a clock to the next; a damaged reading may lie outside of the clock's range.
 Ticks between(Ticks before, Ticks after) {
     return ((after - before) % modulus + modulus) % modulus;
 }
 
-// How long the reference may be silent before real time stands in for it: longer than a network's bursts are
-// apart, and short enough for the rates to be at 0 within their period.
+// How long a live stream may show no time before real time stands in for it: longer than a network's bursts
+// are apart, and short enough for the rates to be at 0 within their period.
 Ticks longestPause(Ticks ratePeriod) {
     const Ticks period = ratePeriod > 0 ? std::min(ratePeriod, tunables::ratePeriod) : tunables::ratePeriod;
     return period * 6 / 10;
@@ -28,219 +30,170 @@ StreamClock::StreamClock(SourceKind source, Ticks ratePeriod)
 
 bool StreamClock::packet(std::uint16_t pid, std::optional<Ticks> pcr, std::optional<Ticks> timeStamp) {
     ++packets_;
-    ++packetsSinceAnchor_;
-    now_ = std::max(now_, anchorTime_ + estimate());
-    if (pcr ? pcrReading(pid, *pcr) : stampReading(pid, timeStamp)) {
-        return true;
+    now_ = std::max(now_, estimate());
+    bool due = now_ - std::max(lastRead_, anchorTime_) >= readingPeriod;
+    if (timeStamp && read(stamps_, pid, *timeStamp)) {
+        due = true;
     }
-    if (now_ - std::max(lastEstimate_, anchorTime_) >= static_cast<double>(tunables::estimatedTick)) {
-        lastEstimate_ = now_;
-        return true;
+    if (pcr && read(pcrs_, pid, *pcr)) {
+        due = true;
     }
-    return false;
-}
-
-void StreamClock::seam() {
-    anchorTime_ = now_;
-    anchorValue_.reset();
-    packetsSinceAnchor_ = 0;
-    repetitions_ = 0;
-    borrowed_ = 0;
-    rivals_.clear();
-    returningPcrs_.clear();
+    if (due) {
+        lastRead_ = now_;
+    }
+    return due;
 }
 
 bool StreamClock::realTime(Ticks elapsed) {
     const double owed = arrival_.owed(elapsed, now_);
     now_ += owed;
-    borrowed_ += owed;
     return owed > 0;
 }
 
-void StreamClock::sourceEnded() {
-    if (!timed()) {
-        chooseBase();
-        now_ += static_cast<double>(packets_) * ticksPerPacket_;
-        anchorTime_ = now_;
+bool StreamClock::passEnded() {
+    if (timed()) {
+        return false;
     }
+    assumeRate();
+    now_ = std::max(now_, estimate());
+    return true;
 }
 
-// A PCR beats every other time; one that comes late has to run.
-bool StreamClock::pcrReading(std::uint16_t pid, Ticks value) {
-    if (base_ == TimeBase::none) {
-        base_ = TimeBase::pcr;
-    } else if (base_ != TimeBase::pcr) {
-        if (readRival(returningPcrs_, pid, value).steps == 0) {
-            return false;
-        }
-        base_ = TimeBase::pcr;
-        follow(pid);
-    }
-    return reference(pid, value);
-}
-
-bool StreamClock::stampReading(std::uint16_t pid, std::optional<Ticks> value) {
-    if (!timed()) {
-        lookElsewhere(value.has_value());
-    }
-    return base_ == TimeBase::timeStamps && value && reference(pid, *value);
-}
-
-// Time has not begun to run: gives up waiting for the PCR, and later for time stamps. A stream that has shown
-// a PCR gets longer to show the second.
-void StreamClock::lookElsewhere(bool hasTimeStamp) {
-    const std::uint64_t patience =
-        base_ == TimeBase::pcr ? tunables::secondPcrPatience : tunables::stampPatience;
-    if (packets_ >= patience) {
-        chooseBase();
-    } else if (base_ != TimeBase::timeStamps && packets_ >= tunables::pcrPatience && hasTimeStamp) {
-        base_ = TimeBase::timeStamps;
-        referencePid_.reset();
-    }
-}
-
-void StreamClock::chooseBase() {
-    base_ = TimeBase::assumedRate;
-    ticksPerPacket_ = bitsPerPacket * static_cast<double>(ticksPerSecond) / tunables::assumedBitRate;
-    lastStep_ = 0;
+void StreamClock::startOver() {
+    pcrs_.clear();
+    stamps_.clear();
+    leader_ = nullptr;
+    ticksPerPacket_ = recentTicks_ = recentPackets_ = 0;
+    expectedStep_ = 0;
+    lastMove_ = lastPcrMove_ = anchorPacket_ = packets_;
     anchorTime_ = now_;
-    packetsSinceAnchor_ = 0;
 }
 
-// Takes a reading of the reference clock. Returns whether it is one: another PID's reading counts only when
-// the reference has fallen silent, and a value that is repeated says nothing new.
-bool StreamClock::reference(std::uint16_t pid, Ticks value) {
-    if (referencePid_ != pid) {
-        if (referencePid_ && !takesOver(pid, value)) {
+// Takes a reading of one PID's clock. Returns whether the stream's clock is to be read.
+bool StreamClock::read(Lines& lines, std::uint16_t pid, Ticks value) {
+    const auto [place, isNew] = lines.try_emplace(pid, Line{value, now_, packets_});
+    Line& line = place->second;
+    const bool counts = &lines == &pcrs_ || stampsCount();
+    if (isNew) {
+        if (counts && leader_ == nullptr) {
+            anchor(line, now_);
+        }
+        return leader_ == &line;
+    }
+    const Ticks step = between(line.value, value);
+    if (step == 0) { // written twice, or stuck: what is expected next is expected from here
+        if (timed() && leader_ == &line) {
+            anchor(line, now_);
+        }
+        return false;
+    }
+    const std::uint64_t packets = packets_ - line.packet;
+    const bool plausible = isPlausible(line, step, packets);
+    const bool late = lags(line, step);
+    line.value = value;
+    line.packet = packets_;
+    line.lastStep = step <= tunables::longestStep ? step : 0;
+    if (!plausible) {
+        startAnew(line);
+        return false;
+    }
+    line.time = late ? now_ : line.time + static_cast<double>(step);
+    if (&lines == &pcrs_) {
+        lastPcrMove_ = packets_;
+    }
+    return counts && moveTo(line, step, packets);
+}
+
+// Whether a clock can have run by these ticks. A long step is at most twice the one before, or twice as long
+// as the packets since take, where that has been measured.
+bool StreamClock::isPlausible(const Line& line, Ticks step, std::uint64_t packets) const {
+    if (step < static_cast<Ticks>(packets) * shortestPacket || step > tunables::longestStep) {
+        return false;
+    }
+    if (step <= tunables::plausibleStep || recentTicks_ == 0) {
+        return true;
+    }
+    const double expected =
+        std::max(static_cast<double>(packets) * ticksPerPacket_, static_cast<double>(line.lastStep));
+    return static_cast<double>(step) <= 2 * expected;
+}
+
+// Whether time has gone on without this line, by more than an estimate may be wrong.
+bool StreamClock::lags(const Line& line, Ticks step) const {
+    return now_ - line.time - static_cast<double>(step) >
+           2 * static_cast<double>(std::max(step, line.lastStep));
+}
+
+void StreamClock::startAnew(Line& line) {
+    line.time = now_;
+    if (leader_ == &line && timed()) {
+        anchor(line, now_);
+    }
+}
+
+// A line has run on, and moves time if it leads. Returns whether it does.
+bool StreamClock::moveTo(Line& line, Ticks step, std::uint64_t packets) {
+    lastMove_ = packets_;
+    arrival_.streamRan();
+    if (leader_ != &line) {
+        if (!leaderIsLate(line)) {
             return false;
         }
-        follow(pid);
+        line.time = std::max(now_, line.time);
     }
-    if (anchorValue_ == value) {
-        ++repetitions_;
-        return false;
-    }
-    double time = now_;
-    if (anchorValue_) {
-        const Ticks ticks = between(*anchorValue_, value);
-        if (isStep(ticks, packetsSinceAnchor_, std::max(lastStep_, refusedStep_))) {
-            time = step(ticks);
-        } else {
-            refusedStep_ = ticks <= tunables::longestFirstStep ? ticks : 0;
-        }
-    }
-    anchor(time, value);
+    learnRate(step, packets);
+    anchor(line, line.time);
+    expectedStep_ = step;
+    now_ = std::max(now_, line.time);
     return true;
 }
 
-// Another PID's clock takes over when it has run on for long without a step of the reference.
-bool StreamClock::takesOver(std::uint16_t pid, Ticks value) {
-    const Rival& rival = readRival(rivals_, pid, value);
-    if (!timed()) {
-        return packetsSinceAnchor_ >= tunables::pcrPatience;
-    }
-    if (rival.ran <= longestSilence() || rival.steps < tunables::fewestRivalSteps) {
-        return false;
-    }
-    now_ = std::max(now_, rival.start + static_cast<double>(rival.ran));
-    return true;
+// Whether the leader has missed two readings by this line's time, or has had one only and long ago.
+bool StreamClock::leaderIsLate(const Line& line) const {
+    return expectedStep_ > 0 ? line.time > anchorTime_ + 2 * static_cast<double>(expectedStep_)
+                             : packets_ - anchorPacket_ >= tunables::stampPatience;
 }
 
-const StreamClock::Rival& StreamClock::readRival(Rivals& rivals, std::uint16_t pid, Ticks value) const {
-    Rival& rival = rivals.try_emplace(pid, Rival{now_, value, packets_}).first->second;
-    const Ticks ticks = between(rival.value, value);
-    if (ticks > 0 && isStep(ticks, packets_ - rival.packet, rival.lastStep)) {
-        rival.lastStep = ticks;
-        rival.ran += ticks;
-        ++rival.steps;
-    }
-    rival.value = value;
-    rival.packet = packets_;
-    return rival;
-}
-
-void StreamClock::follow(std::uint16_t pid) {
-    referencePid_ = pid;
-    anchorValue_.reset();
-    lastStep_ = 0;
-    refusedStep_ = 0;
-    recentTicks_ = 0;
-    recentPackets_ = 0;
-    rivals_.clear();
-    returningPcrs_.clear();
-}
-
-void StreamClock::anchor(double time, Ticks value) {
-    now_ = std::max(now_, time);
+void StreamClock::anchor(const Line& line, double time) {
+    leader_ = &line;
     anchorTime_ = time;
-    anchorValue_ = value;
-    packetsSinceAnchor_ = 0;
-    repetitions_ = 0;
-    borrowed_ = 0;
+    anchorPacket_ = packets_;
 }
 
-// The reference has run on. Returns the time that it tells.
-double StreamClock::step(Ticks ticks) {
-    const bool ran = !stoodStill(ticks);
-    const double time = ran ? anchorTime_ + static_cast<double>(ticks) : now_;
-    lastStep_ = ticks;
-    refusedStep_ = 0;
-    rivals_.clear();
-    arrival_.streamRan();
-    if (ran) {
-        recentTicks_ += static_cast<double>(ticks);
-        recentPackets_ += static_cast<double>(packetsSinceAnchor_);
-        ticksPerPacket_ = recentTicks_ / recentPackets_;
-    }
-    if (recentTicks_ > static_cast<double>(tunables::longestPcrStep)) {
+void StreamClock::learnRate(Ticks step, std::uint64_t packets) {
+    recentTicks_ += static_cast<double>(step);
+    recentPackets_ += static_cast<double>(packets);
+    ticksPerPacket_ = recentTicks_ / recentPackets_;
+    if (recentTicks_ > static_cast<double>(ticksPerSecond)) {
         recentTicks_ /= 2;
         recentPackets_ /= 2;
     }
-    return time;
 }
 
-// Whether a clock has run by these ticks, or leapt: a long step is at most twice the step before, or twice as
-// long as the packets that have come in between take. Before that is known there is nothing to compare with.
-bool StreamClock::isStep(Ticks ticks, std::uint64_t packets, Ticks lastStep) const {
-    if (ticks <= tunables::longestPcrStep) {
-        return true;
+void StreamClock::assumeRate() {
+    ticksPerPacket_ = bitsPerPacket * static_cast<double>(ticksPerSecond) / tunables::assumedBitRate;
+}
+
+// Whether it is known, or assumed, how long a packet takes.
+bool StreamClock::timed() const {
+    return ticksPerPacket_ > 0;
+}
+
+bool StreamClock::stampsCount() const {
+    return packets_ - lastPcrMove_ >= tunables::stampPatience;
+}
+
+// The time by the packets since the leader's last reading. While it lives its next reading is not passed by:
+// many packets in a row are a large picture rather than much time. A live source's packets tell nothing
+// further.
+double StreamClock::estimate() {
+    const bool gone = packets_ - lastMove_ >= tunables::clockPatience && source_ == SourceKind::stored;
+    if (!timed() && gone) {
+        assumeRate();
     }
-    if (!timed()) {
-        return ticks <= tunables::longestFirstStep;
-    }
-    const double expected =
-        std::max(static_cast<double>(packets) * ticksPerPacket_, static_cast<double>(lastStep));
-    return static_cast<double>(ticks) <= 2 * expected;
-}
-
-// Whether the reference stood still while real time, or the packets, stood in for it, instead of running on
-// unseen.
-bool StreamClock::stoodStill(Ticks ticks) const {
-    const double stoodIn = std::max(borrowed_, referenceGone() ? byPackets() : 0.0);
-    return static_cast<double>(ticks) < stoodIn / 2;
-}
-
-Ticks StreamClock::longestSilence() const {
-    return std::max(tunables::silentReference, 2 * lastStep_);
-}
-
-// Silent for long, and through more packets than any picture has, or stuck.
-bool StreamClock::referenceGone() const {
-    return byPackets() > static_cast<double>(longestSilence()) &&
-           (packetsSinceAnchor_ >= tunables::largestPicture || repetitions_ >= tunables::stuckRepetitions);
-}
-
-// Time since the anchor if packets came as fast as of late.
-double StreamClock::byPackets() const {
-    return static_cast<double>(packetsSinceAnchor_) * ticksPerPacket_;
-}
-
-// Time since the anchor. While the reference lives it is not passed by: many packets in a row are a large
-// picture rather than much time.
-double StreamClock::estimate() const {
-    const bool alone = base_ == TimeBase::assumedRate || referenceGone();
-    return alone && source_ == SourceKind::stored ? byPackets()
-                                                  : std::min(byPackets(), static_cast<double>(lastStep_));
+    const double byPackets = static_cast<double>(packets_ - anchorPacket_) * ticksPerPacket_;
+    return anchorTime_ +
+           (gone || expectedStep_ == 0 ? byPackets : std::min(byPackets, static_cast<double>(expectedStep_)));
 }
 
 } // namespace board

@@ -1,7 +1,11 @@
-// The time of the stream itself: read from the PCR (ISO/IEC 13818-1, 2.4.3.5), from the time stamps of PES
-// packets where a stream has no PCR, and from an assumed bit rate where it has neither. It runs from 0,
-// never backwards, and through discontinuities and the seam of a looped file. Where a source that plays in
-// real time shows no time, real time stands in for it.
+// The time of the stream itself, in ticks from 0 on, never backwards.
+//
+// Every PID that carries a PCR (ISO/IEC 13818-1, 2.4.3.5) has a line: its last value, and the time at which
+// it was read. A plausible step from there moves time on; anything else starts the line anew at the time that
+// it is. The line that is furthest leads, and between its readings time goes on by packets. The time stamps
+// of PES packets have such lines too, which count where no PCR does. Where a stream shows no time at all,
+// packets take as long as at an assumed bit rate, or, when the source is live, as long as they take to
+// arrive.
 #pragma once
 
 #include "timing/arrivalTime.h"
@@ -13,9 +17,6 @@
 
 namespace board {
 
-// What keeps the time.
-enum class TimeBase { none, pcr, timeStamps, assumedRate };
-
 // A source that cannot wait, a network, is live: what it does not time is timed by its arrival.
 enum class SourceKind { stored, live };
 
@@ -24,86 +25,64 @@ class StreamClock {
     // Rates are measured over ratePeriod; 0 is the whole stream.
     explicit StreamClock(SourceKind source = SourceKind::stored, Ticks ratePeriod = tunables::ratePeriod);
 
-    // Counts one packet of pid. Returns whether the clock can be read exactly now: the packet carried the
-    // reference, or the reference is silent and a tenth of a second has passed by estimation.
+    // Counts one packet of pid, with the PCR and the decoding time in it. Returns whether the clock is to be
+    // read now: a line has started or moved time, or time has gone on by a tenth of a second without.
     bool packet(std::uint16_t pid, std::optional<Ticks> pcr, std::optional<Ticks> timeStamp);
 
-    // The next reference is a new start, and time goes on from where it is: the seam of a looped file.
-    void seam();
-
     // So much real time has passed since the last call, for a source that can be silent. Returns whether time
-    // has moved because the reference is silent.
+    // has moved because the stream shows none.
     bool realTime(Ticks elapsed);
 
-    // The source has ended: a stream that has shown no time so far has taken the assumed one from its
-    // beginning.
-    void sourceEnded();
+    // The source has ended, or starts over. A stream that has shown no time takes the assumed one, from its
+    // beginning. Returns whether time has moved.
+    bool passEnded();
 
-    // Ticks since the first reference; between references by estimation.
+    // Another stream begins, at the time that it is.
+    void startOver();
+
     Ticks now() const {
         return static_cast<Ticks>(now_);
     }
-    TimeBase base() const {
-        return base_;
-    }
-
-    // Whether the time stamps of PES packets may be of use.
-    bool wantsTimeStamps() const {
-        return base_ != TimeBase::pcr || !timed();
-    }
 
   private:
-    // The clock of a PID that is not the reference.
-    struct Rival {
-        double start; // time at its first reading
-        Ticks value;
-        std::uint64_t packet; // at its last reading
-        Ticks lastStep = 0;
-        Ticks ran = 0; // in all
-        int steps = 0;
+    struct Line {
+        Ticks value; // at its last reading
+        double time;
+        std::uint64_t packet;
+        Ticks lastStep = 0; // to its last reading; 0 when that was beyond every step
     };
-    using Rivals = std::map<std::uint16_t, Rival>; // by PID
+    using Lines = std::map<std::uint16_t, Line>; // by PID
 
-    // Whether it is known how long a packet takes.
-    bool timed() const {
-        return ticksPerPacket_ > 0;
-    }
-    bool pcrReading(std::uint16_t pid, Ticks value);
-    bool stampReading(std::uint16_t pid, std::optional<Ticks> value);
-    bool reference(std::uint16_t pid, Ticks value);
-    bool takesOver(std::uint16_t pid, Ticks value);
-    const Rival& readRival(Rivals& rivals, std::uint16_t pid, Ticks value) const;
-    void follow(std::uint16_t pid);
-    void anchor(double time, Ticks value);
-    double step(Ticks ticks);
-    bool isStep(Ticks ticks, std::uint64_t packets, Ticks lastStep) const;
-    bool stoodStill(Ticks ticks) const;
-    Ticks longestSilence() const;
-    bool referenceGone() const;
-    double byPackets() const;
-    double estimate() const;
-    void lookElsewhere(bool hasTimeStamp);
-    void chooseBase();
+    bool read(Lines& lines, std::uint16_t pid, Ticks value);
+    bool isPlausible(const Line& line, Ticks step, std::uint64_t packets) const;
+    bool lags(const Line& line, Ticks step) const;
+    void startAnew(Line& line);
+    bool moveTo(Line& line, Ticks step, std::uint64_t packets);
+    bool leaderIsLate(const Line& line) const;
+    void anchor(const Line& line, double time);
+    void learnRate(Ticks step, std::uint64_t packets);
+    void assumeRate();
+    bool timed() const;
+    bool stampsCount() const;
+    double estimate();
 
     SourceKind source_;
     ArrivalTime arrival_;
-    TimeBase base_ = TimeBase::none;
+    Lines pcrs_;
+    Lines stamps_;
+    double now_ = 0;
+    double lastRead_ = 0;
     std::uint64_t packets_ = 0;
-    std::optional<std::uint16_t> referencePid_;
-    std::optional<Ticks> anchorValue_; // of the reference, modulo its width
-    double anchorTime_ = 0;
-    std::uint64_t packetsSinceAnchor_ = 0;
-    int repetitions_ = 0;    // of the anchor's value
-    double borrowed_ = 0;    // of real time, since the anchor
-    Ticks lastStep_ = 0;     // between two readings of the reference
-    Ticks refusedStep_ = 0;  // as a leap, just before; a second one like it is the way it runs
-    Rivals rivals_;          // since the reference last ran on
-    Rivals returningPcrs_;   // while something else keeps the time
+    std::uint64_t lastMove_ = 0;    // packet at which a line moved time
+    std::uint64_t lastPcrMove_ = 0; // the same of a PCR's
+    const Line* leader_ = nullptr;
+    double anchorTime_ =
+        0; // of the leader's last reading, or of a new start since; the estimate goes on from here
+    std::uint64_t anchorPacket_ = 0;
+    Ticks expectedStep_ = 0; // of the leader; 0 while none has led
     double recentTicks_ = 0; // of the last steps, a second or two
     double recentPackets_ = 0;
-    double ticksPerPacket_ = 0;
-    double now_ = 0;
-    double lastEstimate_ = 0;
+    double ticksPerPacket_ = 0; // 0 while it is not known
 };
 
 } // namespace board
