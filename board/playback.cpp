@@ -163,7 +163,7 @@ class Session {
         if (options_.deterministic) {
             publisher_.awaitClient();
         }
-        lastRead_ = realTime();
+        lastRead_ = unsettledSince_ = realTime();
         while (!stopRequested()) {
             const auto outcome = reader_.read([this](const std::uint8_t* bytes) { arrival(bytes); });
             if (outcome == Reader::Outcome::ended && !startOver()) {
@@ -205,7 +205,7 @@ class Session {
     }
 
     void settle() {
-        if (!settled_ && analyser_.settled()) {
+        if (!settled_ && (analyser_.settled() || waitedLong())) {
             settled_ = true;
             if (!everSettled_) {
                 everSettled_ = true;
@@ -215,9 +215,15 @@ class Session {
         }
     }
 
+    // Streams that follow one another so fast that none of them settles are published as they are.
+    bool waitedLong() const {
+        return !options_.deterministic && realTime() - unsettledSince_ >= asInstant(tunables::settlePatience);
+    }
+
     // A PAT that says so and nothing else comes before the records of a new stream.
     void announceNewStream() {
         announcedStream_ = analyser_.streamNumber();
+        unsettledSince_ = settled_ ? realTime() : unsettledSince_;
         settled_ = false;
         const auto pat = std::make_unique<wire::PatRecord>();
         pat->newStreamFlag = wire::newStreamMark;
@@ -322,6 +328,7 @@ class Session {
     std::uint32_t announcedStream_ = 1;
     bool settled_ = false;
     bool everSettled_ = false;
+    Instant unsettledSince_{0};
     std::optional<Instant> silentSince_;
     bool silenceTold_ = false;
     Instant lastRead_{0};

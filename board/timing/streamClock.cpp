@@ -31,7 +31,7 @@ StreamClock::StreamClock(SourceKind source, Ticks ratePeriod)
 bool StreamClock::packet(std::uint16_t pid, std::optional<Ticks> pcr, std::optional<Ticks> timeStamp) {
     ++packets_;
     now_ = std::max(now_, estimate());
-    bool due = now_ - std::max(lastRead_, anchorTime_) >= readingPeriod;
+    bool due = now_ - lastRead_ >= readingPeriod;
     if (timeStamp && read(stamps_, pid, *timeStamp)) {
         due = true;
     }
