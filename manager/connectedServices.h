@@ -5,7 +5,7 @@
 
 namespace manager {
 
-// Requests go to the connected services by turns, and no service knows of another: only here it shows that
+// A request goes to one of the connected services, and no service knows of another: only here it shows that
 // there are two. A connection counts from its handshake on, and no longer once it has ended; as both ends are
 // on one machine, that of a service that has gone ends before the next one's handshake.
 class ConnectedServices {

@@ -51,7 +51,7 @@ class Printer {
     static void showSharing() {
         say(describe({"more than one service takes the requests",
                       std::string("one mpegFE at ") + wire::requestEndpoint, "two or more",
-                      "each is sent a request in turn: stop all but one"}));
+                      "a request reaches one of them only: stop all but one"}));
     }
 
     ExitStatus status() const {

@@ -371,7 +371,8 @@ TEST_F(Manager, takesAProgramsNumberForItsDetailOnlyAndNotBesideAnIndex) {
 
 constexpr const char* sharing =
     "mpegfe-manager: more than one service takes the requests: expected one mpegFE at "
-    "ipc:///run/shm/zmq/uRO_MMR_MpegFE, got two or more; each is sent a request in turn: stop all but one\n";
+    "ipc:///run/shm/zmq/uRO_MMR_MpegFE, got two or more; a request reaches one of them only: stop all but "
+    "one\n";
 
 TEST_F(Manager, noticesASecondService) {
     const auto manager = start({"PAT", "on", "--documents", "2"});
