@@ -13,16 +13,20 @@ constexpr const char* description = "Stands in for the media manager: sends mpeg
                                     "that answer it, and acknowledges each.";
 
 constexpr const char* footer = R"(
+A program index is its place in the PAT, counted from 0; "pgmDetail --program NUMBER" finds it out.
 "on" starts the parser feed and brings a document; "off" stops the feed, whichever data stream is named.
 
 Exit status:
   0  acknowledged, and every document arrived
-  1  the answer was not an acknowledgement, or --table met a document that has no table form
+  1  the answer was not an acknowledgement, --table met a document that has no table form, or the stream
+     has no such program
   2  the command line is wrong
   3  nothing acknowledged the request in time
   4  acknowledged, but a document did not arrive in time
   5  the endpoints in /run/shm/zmq cannot be used
   128 + N  ended by signal N)";
+
+constexpr int highestProgramNumber = 65535;
 
 std::string defaultOf(std::chrono::seconds value) {
     return std::to_string(value.count());
@@ -33,6 +37,7 @@ std::string defaultOf(std::chrono::seconds value) {
 std::optional<Options> parseCommandLine(int argumentCount, const char* const* arguments) {
     std::string dataStream;
     std::string value;
+    std::optional<int> program;
     bool table = false;
     std::optional<int> documents;
     int timeout = static_cast<int>(tunables::timeout.count());
@@ -41,7 +46,12 @@ std::optional<Options> parseCommandLine(int argumentCount, const char* const* ar
     app.footer("\nData streams:\n" + dataStreamHelp() + footer);
     app.set_version_flag("--version", "mpegfe-manager " MPEGFE_VERSION);
     app.add_option("DATASTREAM", dataStream, "What to ask for, see below")->required();
-    app.add_option("VALUE", value, "on, off or a program index, see below")->required();
+    auto* const valueOption = app.add_option("VALUE", value, "on, off or a program index, see below");
+    app.add_option("--program", program,
+                   "The program of pgmDetail by its number; its index is asked of the PAT")
+        ->check(CLI::Range(1, highestProgramNumber))
+        ->type_name("NUMBER")
+        ->excludes(valueOption);
     app.add_flag("--table", table, "Print a PID list or a program list as a table");
     app.add_option("--documents", documents, "Documents to wait for (1, and 0 for \"off\")")
         ->check(CLI::Range(0, tunables::mostDocuments))
@@ -52,6 +62,12 @@ std::optional<Options> parseCommandLine(int argumentCount, const char* const* ar
         ->type_name("SECONDS");
     try {
         app.parse(argumentCount, arguments);
+        if (!program && valueOption->count() == 0) {
+            throw CLI::RequiredError("VALUE");
+        }
+        if (program && dataStream != programDetail) {
+            throw CLI::ValidationError("--program", "for " + std::string(programDetail) + " only");
+        }
     } catch (const CLI::Success& helpOrVersion) {
         app.exit(helpOrVersion);
         return std::nullopt;
@@ -63,7 +79,8 @@ std::optional<Options> parseCommandLine(int argumentCount, const char* const* ar
     }
 
     Options options;
-    options.request = makeRequest(dataStream, value);
+    options.request = makeRequest(dataStream, program ? "0" : value);
+    options.program = program;
     options.table = table;
     options.documents = documents.value_or(bringsDocument(options.request) ? 1 : 0);
     options.timeout = std::chrono::seconds(timeout);

@@ -11,7 +11,8 @@
 namespace manager {
 
 struct Options {
-    Request request;
+    Request request;                                  // of a program known by its number, still without index
+    std::optional<int> program;                       // that number, whose index the PAT tells
     bool table = false;                               // a table instead of the documents' texts
     int documents = 0;                                // answers to wait for
     std::chrono::seconds timeout = tunables::timeout; // for each message

@@ -74,7 +74,9 @@ EndpointLock::~EndpointLock() {
     close(descriptor);
 }
 
-Endpoints::Endpoints() : requests(context, zmq::socket_type::req), documents(context, zmq::socket_type::rep) {
+Endpoints::Endpoints()
+    : requests(context, zmq::socket_type::req), documents(context, zmq::socket_type::rep),
+      services(context, requests) {
     requests.set(zmq::sockopt::linger, 0);
     documents.set(zmq::sockopt::linger, static_cast<int>(tunables::farewell.count()));
     bind(requests, wire::requestEndpoint);

@@ -1,6 +1,8 @@
 // The media manager's ends of both channels with the service.
 #pragma once
 
+#include "connectedServices.h"
+
 #include <zmq.hpp>
 
 namespace manager {
@@ -28,6 +30,7 @@ struct Endpoints {
     zmq::context_t context;
     zmq::socket_t requests;  // REQ: requests go out, acknowledgements come back
     zmq::socket_t documents; // REP: documents come in, acknowledgements go back
+    ConnectedServices services;
 };
 
 } // namespace manager

@@ -60,6 +60,7 @@ class Exchange {
         while (!acknowledged || documents < options.documents) {
             waitForMessage();
         }
+        lookForSharing();
     }
 
   private:
@@ -67,10 +68,11 @@ class Exchange {
     // and not in the socket, so that it never reaches a service that starts after this process has given up.
     void waitForMessage() {
         const short requestEvents = sent ? ZMQ_POLLIN : ZMQ_POLLOUT;
-        std::array<zmq::pollitem_t, 3> items{{
+        std::array<zmq::pollitem_t, 4> items{{
             {endpoints.requests.handle(), 0, requestEvents, 0},
             {endpoints.documents.handle(), 0, ZMQ_POLLIN, 0},
             {nullptr, signals.descriptor(), ZMQ_POLLIN, 0},
+            {endpoints.services.handle(), 0, ZMQ_POLLIN, 0},
         }};
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
         if (left.count() <= 0 || zmq::poll(items, left) == 0) {
@@ -79,12 +81,21 @@ class Exchange {
         if (items[2].revents != 0) {
             stopFor(signals.take());
         }
+        if (items[3].revents != 0) {
+            lookForSharing();
+        }
         if (items[0].revents != 0) {
             sent ? takeReply() : send();
         }
         if (items[1].revents != 0) {
             waitForOvertakenReply();
             takeDocument();
+        }
+    }
+
+    void lookForSharing() {
+        if (endpoints.services.newlyShared()) {
+            listener.shared();
         }
     }
 

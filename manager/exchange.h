@@ -16,6 +16,7 @@ struct Listener {
     std::function<void(std::string_view reply)> acknowledged;
     std::function<void(std::string_view document)> answered;
     std::function<void(std::string_view document)> strayed;
+    std::function<void()> shared; // the first time that a second service is connected
 };
 
 // Sends the request and waits until it has been acknowledged and has brought its documents; acknowledges

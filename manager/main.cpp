@@ -4,6 +4,7 @@
 #include "documentTable.h"
 #include "exchange.h"
 #include "managerError.h"
+#include "programIndex.h"
 
 #include <exception>
 #include <iostream>
@@ -47,6 +48,12 @@ class Printer {
         say("the document above answers an earlier request");
     }
 
+    static void showSharing() {
+        say(describe({"more than one service takes the requests",
+                      std::string("one mpegFE at ") + wire::requestEndpoint, "two or more",
+                      "a request reaches one of them only: stop all but one"}));
+    }
+
     ExitStatus status() const {
         if (!std::cout) {
             say("cannot write to standard output: what was printed is incomplete");
@@ -60,13 +67,28 @@ class Printer {
     bool complete = true;
 };
 
-ExitStatus run(const Options& options) {
+// Finds out the program's index in the PAT, without showing how.
+Request requestByNumber(Options options, Endpoints& endpoints, const StopSignals& signals) {
+    std::string pat;
+    options.request = makeRequest("PAT", "on");
+    options.documents = 1;
+    runExchange(endpoints, options, signals,
+                {[](std::string_view) {}, [&](std::string_view document) { pat = document; },
+                 Printer::showStray, Printer::showSharing});
+    return makeRequest(programDetail, std::to_string(programIndex(pat, *options.program)));
+}
+
+ExitStatus run(Options options) {
     const StopSignals signals;
     Endpoints endpoints;
+    if (options.program) {
+        options.request = requestByNumber(options, endpoints, signals);
+    }
     Printer printer(options.table);
     runExchange(endpoints, options, signals,
                 {[&](std::string_view reply) { printer.showReply(reply); },
-                 [&](std::string_view document) { printer.show(document); }, Printer::showStray});
+                 [&](std::string_view document) { printer.show(document); }, Printer::showStray,
+                 Printer::showSharing});
     return printer.status();
 }
 

@@ -9,7 +9,8 @@ namespace manager {
 // Exit statuses; --help tells them to the user.
 enum class ExitStatus {
     success = 0,       // acknowledged, and every document arrived
-    refused = 1,       // the service refused or answered in a way that cannot be understood, or no table form
+    refused = 1,       // the service refused or answered in a way that cannot be understood, no table form,
+                       // or no such program
     usage = 2,         // the command line is wrong
     noAnswer = 3,      // nothing acknowledged the request in time
     noDocument = 4,    // acknowledged, but a document did not arrive in time

@@ -25,7 +25,7 @@ constexpr std::string_view programIndex = "a program index";
 constexpr std::array<DataStream, 9> dataStreams{{
     {"pidData", "status", onOff, "every PID with its type, program and rate"},
     {"pgmData", "status", onOff, "every program with its service name and rate"},
-    {"pgmDetail", "patIndex", programIndex, "one program's video, audio, private data and ECM"},
+    {programDetail, "patIndex", programIndex, "one program's video, audio, private data and ECM"},
     {"PAT", "status", onOff, "program association table"},
     {"CAT", "status", onOff, "conditional access table"},
     {"NIT", "status", onOff, "network information table"},

@@ -13,6 +13,9 @@ struct Request {
     std::string value;      // "on" or "off"; a decimal program index
 };
 
+// The data stream that takes a program index.
+inline constexpr std::string_view programDetail = "pgmDetail";
+
 // Makes a request of the two words of the command line. Throws ManagerError (usage) when there is no such
 // data stream, or when the value is not what the data stream takes.
 Request makeRequest(std::string_view dataStream, std::string_view value);

@@ -6,10 +6,12 @@
 
 namespace mpegfe {
 
-// Runs the session from its state: opens the feed, subscribes and instructs the parser, waits for records
-// without a time limit, sends the document, and narrows or stops what the parser publishes. Returns once the
-// session rests in stateInitFeed (idle), stateStabilise or stateUpdate. A state outside 1 to 10 is reported
-// and ends in stateInitFeed; a new stream starts the request again from stateSubscribe within the same call.
+// Runs the session from its state. From stateInitFeed: opens the feed, subscribes and instructs the parser,
+// waits for records without a time limit, sends the document, and for a list instructs the parser to publish
+// more. From stateStop: has the parser publish only the PAT, and closes the feed. Returns once the session
+// rests in stateInitFeed (idle), stateStabilise or stateUpdate. A state outside 1 to 10 is reported and ends
+// in stateInitFeed. A new stream starts the request again from stateSubscribe within the same call, except
+// during the first wait of a PSI request, which goes on.
 void sendMpegData(MpegSession* session, FeedContext* feed);
 
 // Advances a session that rests: each call in stateStabilise, every second call in stateUpdate. The main loop

@@ -146,7 +146,8 @@ Next quickWait(Run& run) {
     }
 }
 
-// Asks for the topics that the first document did without, once the SDT and the PAT are there.
+// Subscribes to the topics of the passes behind the first document, if the SDT and the PAT have been
+// captured. What is subscribed already counts twice then, and takes two unsubscriptions.
 void widenSubscription(FeedContext* feed, std::initializer_list<wire::Topic> topics) {
     if (hasAll(feed->receivedMask, patCaptured | sdtCaptured)) {
         subscribeTopics(feed, topics);
@@ -168,7 +169,7 @@ Next quickPidList(Run& run) {
     std::printf("Sent Instruction %x\n", feed->instructionWord);
     widenSubscription(feed, {wire::pmtTopic, wire::tsStatusTopic, wire::avPgmTopic, wire::catTopic,
                              wire::nitTopic, wire::eitTopic, wire::tdtTopic});
-    // Printed when both have been captured too; operators know the line as the end of the PID list.
+    // Printed whether or not both have been captured: operators know the line as the end of the PID list.
     std::puts("Error: one or both SDT and PAT not captured yet");
     run.session->state = stateStabilise;
     return Next::stepEnd;

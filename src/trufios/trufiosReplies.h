@@ -27,9 +27,9 @@ void sendReplyAckText(void* socket, const char* text);
 // Sends {"reply": "nak", "reason": reason}.
 void sendReplyNak(void* socket, const char* reason);
 
-// Waits for Trufios's reply on the socket: 501 tries, 10 ms apart, about 5 s in all. Prints why when the
-// reply is no plain "ack": "5s Abort", the parse error, or the reason of a "nak". Returns replyAck, replyNak
-// or replyTimeout.
+// Waits for Trufios's reply on the socket: 501 tries, 10 ms apart, about 5 s in all. Prints why when it is no
+// "ack": "5s Abort", the parse error, or the reason that comes with another "reply"; nothing when it is JSON
+// without a "reply" text. Returns replyAck, replyNak or replyTimeout.
 ReplyResult waitReply(void* socket);
 
 // As waitReply, and copies the text under "ack" into out if the reply is an "ack" with such a text; otherwise

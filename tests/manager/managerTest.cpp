@@ -14,6 +14,8 @@
 #include <memory>
 #include <poll.h>
 #include <string>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 #include <vector>
 
@@ -33,7 +35,11 @@ constexpr const char* emptyPidList =
 constexpr const char* radioDetail =
     R"({"requestReply":"dataStream","dataStream":"pgmDetail","pgmDetail":{"pidCount":"1","details":[{"pidType":"PMT","pidNum":"4096","pgmNum":"1"},,{"pidType":"AUDIO"}]}})";
 
-std::string readToEnd(int descriptor) {
+constexpr const char* patOfTwo =
+    R"({"requestReply":"dataStream","dataStream":"PAT","PAT":{"pgms":"3","pidRate":"   1.500Kbps","details":[{"pgmNum":"0","referencePID":"16"},{"pgmNum":"501","referencePID":"256"},{"pgmNum":"502","referencePID":"512"}]}})";
+
+// Takes what a pipe holds until it ends, or until the text ends in `until`.
+std::string readUntil(int descriptor, const std::string& until) {
     std::string text;
     std::array<char, 4096> buffer{};
     pollfd readable{descriptor, POLLIN, 0};
@@ -45,9 +51,60 @@ std::string readToEnd(int descriptor) {
         if (length > 0) {
             text.append(buffer.data(), static_cast<std::size_t>(length));
         }
+        if (!until.empty() && text.ends_with(until)) {
+            break;
+        }
     }
     return text;
 }
+
+std::string readToEnd(int descriptor) {
+    return readUntil(descriptor, {});
+}
+
+// Somebody who connects to an endpoint and speaks another protocol.
+class Stranger {
+  public:
+    explicit Stranger(const std::string& path) {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        path.copy(address.sun_path, sizeof address.sun_path - 1);
+        connected = connect(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    }
+    Stranger(const Stranger&) = delete;
+    Stranger& operator=(const Stranger&) = delete;
+    ~Stranger() {
+        close(descriptor);
+    }
+
+    // Whether the other side has noticed: it speaks first.
+    bool isGreeted() const {
+        return connected && receive() > 0;
+    }
+    // ZMTP 3.0 with a security mechanism that nobody knows.
+    void askForAnUnknownMechanism() const {
+        std::string words("\xFF\0\0\0\0\0\0\0\1\x7F\3\0UNKNOWN", 19);
+        words.resize(64, '\0');
+        EXPECT_EQ(send(descriptor, words.data(), words.size(), MSG_NOSIGNAL),
+                  static_cast<ssize_t>(words.size()));
+    }
+    bool isHungUpOn() const {
+        ssize_t length = 0;
+        while ((length = receive()) > 0) {
+        }
+        return length == 0 || errno == ECONNRESET;
+    }
+
+  private:
+    ssize_t receive() const {
+        std::array<char, 256> buffer{};
+        pollfd readable{descriptor, POLLIN, 0};
+        return poll(&readable, 1, 20'000) == 1 ? read(descriptor, buffer.data(), buffer.size()) : -1;
+    }
+
+    int descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    bool connected = false;
+};
 
 // Output, then errors, then how it ended.
 std::string transcript(ChildProcess& program) {
@@ -267,6 +324,106 @@ TEST_F(Manager, stopsAtOnceWhenToldTo) {
                       "exit code " +
                       std::to_string(128 + signal) + '\n');
     }
+}
+
+TEST_F(Manager, asksThePatForAProgramsIndex) {
+    const auto manager = start({"pgmDetail", "--program", "501"});
+    ScriptedService service;
+    EXPECT_EQ(service.takeRequest(), R"({"dataStream": "PAT", "status": "on"})");
+    service.reply(ack);
+    service.sendDocument({patOfTwo});
+    EXPECT_EQ(service.takeAcknowledgement(), ack);
+    EXPECT_EQ(service.takeRequest(), R"({"dataStream": "pgmDetail", "patIndex": "1"})");
+    service.reply(ack);
+    service.sendDocument({radioDetail});
+    EXPECT_EQ(service.takeAcknowledgement(), ack);
+    EXPECT_EQ(transcript(*manager), std::string(ack) + '\n' + radioDetail + "\nexit code 0\n");
+}
+
+TEST_F(Manager, saysThatThereIsNoSuchProgram) {
+    const auto manager = start({"pgmDetail", "--program", "16"});
+    ScriptedService service;
+    service.takeRequest();
+    service.reply(ack);
+    service.sendDocument({patOfTwo});
+    EXPECT_EQ(service.takeAcknowledgement(), ack);
+    EXPECT_EQ(transcript(*manager),
+              "mpegfe-manager: there is no such program: expected one of 501, 502, got 16; \"mpegfe-manager "
+              "pgmData on --table\" shows them by their names\n"
+              "exit code 1\n");
+}
+
+TEST_F(Manager, takesAProgramsNumberForItsDetailOnlyAndNotBesideAnIndex) {
+    EXPECT_EQ(
+        transcript(*start({"PAT", "--program", "501"})),
+        "mpegfe-manager: the command line is wrong: expected a data stream and its value, for example "
+        "\"pidData on --table\", got an error: --program: for pgmDetail only; see mpegfe-manager --help\n"
+        "exit code 2\n");
+    EXPECT_EQ(transcript(*start({"pgmDetail", "1", "--program", "501"})),
+              "mpegfe-manager: the command line is wrong: expected a data stream and its value, for example "
+              "\"pidData on --table\", got an error: VALUE excludes --program; see mpegfe-manager --help\n"
+              "exit code 2\n");
+    EXPECT_EQ(transcript(*start({"pgmDetail"})),
+              "mpegfe-manager: the command line is wrong: expected a data stream and its value, for example "
+              "\"pidData on --table\", got an error: VALUE is required; see mpegfe-manager --help\n"
+              "exit code 2\n");
+}
+
+constexpr const char* sharing =
+    "mpegfe-manager: more than one service takes the requests: expected one mpegFE at "
+    "ipc:///run/shm/zmq/uRO_MMR_MpegFE, got two or more; a request reaches one of them only: stop all but "
+    "one\n";
+
+TEST_F(Manager, noticesASecondService) {
+    const auto manager = start({"PAT", "on", "--documents", "2"});
+    ScriptedService service;
+    service.takeRequest();
+    {
+        const ScriptedService second;
+        EXPECT_EQ(readUntil(manager->errorDescriptor(), "\n"), sharing);
+    }
+    const ScriptedService third; // is no news
+    service.reply(ack);
+    for (int i = 0; i < 2; ++i) {
+        service.sendDocument({emptyPat});
+        EXPECT_EQ(service.takeAcknowledgement(), ack);
+    }
+    EXPECT_EQ(transcript(*manager), std::string(ack) + '\n' + emptyPat + '\n' + emptyPat + "\nexit code 0\n");
+}
+
+TEST_F(Manager, doesNotTakeAServiceThatComesBackForASecondOne) {
+    const auto manager = start({"PAT", "on", "--documents", "20"});
+    auto service = std::make_unique<ScriptedService>();
+    service->takeRequest();
+    service->reply(ack);
+    std::string documents;
+    for (int i = 0; i < 20; ++i) {
+        service.reset();
+        service = std::make_unique<ScriptedService>();
+        service->awaitRequestConnection();
+        service->sendDocument({emptyPat});
+        EXPECT_EQ(service->takeAcknowledgement(), ack);
+        documents += std::string(emptyPat) + '\n';
+    }
+    EXPECT_EQ(transcript(*manager), std::string(ack) + '\n' + documents + "exit code 0\n");
+}
+
+TEST_F(Manager, doesNotTakeAStrangerForASecondService) {
+    const auto manager = start({"PAT", "on"});
+    ScriptedService service;
+    service.takeRequest();
+    for (int i = 0; i < 3; ++i) {
+        const Stranger refused("/run/shm/zmq/uRO_MMR_MpegFE");
+        EXPECT_TRUE(refused.isGreeted());
+        refused.askForAnUnknownMechanism();
+        EXPECT_TRUE(refused.isHungUpOn());
+        const Stranger silent("/run/shm/zmq/uRO_MMR_MpegFE");
+        EXPECT_TRUE(silent.isGreeted());
+    }
+    service.reply(ack);
+    service.sendDocument({emptyPat});
+    EXPECT_EQ(service.takeAcknowledgement(), ack);
+    EXPECT_EQ(transcript(*manager), std::string(ack) + '\n' + emptyPat + "\nexit code 0\n");
 }
 
 TEST_F(Manager, leavesTheEndpointsToWhoeverHoldsThem) {

@@ -1,32 +1,50 @@
 #include "scriptedService.h"
 
+#include <gtest/gtest.h>
+
 namespace testSupport {
 namespace {
 
 constexpr int patience = 20'000; // ms
+constexpr const char* nothing = "nothing in time";
 
-zmq::socket_t connected(zmq::context_t& context, zmq::socket_type type, const char* endpoint) {
+zmq::socket_t patient(zmq::context_t& context, zmq::socket_type type) {
     zmq::socket_t socket(context, type);
     socket.set(zmq::sockopt::linger, 0);
     socket.set(zmq::sockopt::rcvtimeo, patience);
     socket.set(zmq::sockopt::sndtimeo, patience);
-    socket.connect(endpoint);
     return socket;
+}
+
+zmq::socket_t handshakesOf(zmq::context_t& context, zmq::socket_t& watched) {
+    constexpr const char* endpoint = "inproc://handshakes";
+    EXPECT_EQ(zmq_socket_monitor(watched.handle(), endpoint, ZMQ_EVENT_HANDSHAKE_SUCCEEDED), 0);
+    zmq::socket_t events = patient(context, zmq::socket_type::pair);
+    events.connect(endpoint);
+    return events;
 }
 
 std::string take(zmq::socket_t& socket) {
     zmq::message_t message;
-    return socket.recv(message) ? message.to_string() : "nothing in time";
+    return socket.recv(message) ? message.to_string() : nothing;
 }
 
 } // namespace
 
 ScriptedService::ScriptedService()
-    : requests(connected(context, zmq::socket_type::rep, "ipc:///run/shm/zmq/uRO_MMR_MpegFE")),
-      documents(connected(context, zmq::socket_type::req, "ipc:///run/shm/zmq/uRO_MpegFE_MMR")) {}
+    : requests(patient(context, zmq::socket_type::rep)), takenOver(handshakesOf(context, requests)),
+      documents(patient(context, zmq::socket_type::req)) {
+    requests.connect("ipc:///run/shm/zmq/uRO_MMR_MpegFE");
+    documents.connect("ipc:///run/shm/zmq/uRO_MpegFE_MMR");
+}
 
 std::string ScriptedService::takeRequest() {
     return take(requests);
+}
+
+void ScriptedService::awaitRequestConnection() {
+    EXPECT_NE(take(takenOver), nothing); // the event,
+    take(takenOver);                     // and its endpoint
 }
 
 void ScriptedService::reply(const std::string& text) {

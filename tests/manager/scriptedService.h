@@ -14,6 +14,8 @@ class ScriptedService {
     ScriptedService();
 
     std::string takeRequest();
+    // Until the manager has taken the connection over which requests come.
+    void awaitRequestConnection();
     void reply(const std::string& text);
 
     void sendDocument(const std::vector<std::string>& parts);
@@ -22,6 +24,7 @@ class ScriptedService {
   private:
     zmq::context_t context;
     zmq::socket_t requests;  // REP
+    zmq::socket_t takenOver; // PAIR: an event for each connection of it that the manager has taken over
     zmq::socket_t documents; // REQ
 };
 

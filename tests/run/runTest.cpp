@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <arpa/inet.h>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -148,6 +149,16 @@ TEST_F(RunRefuses, twoStreams) {
               "run: one transport stream only, not a.ts and b.ts (see ./run --help)\nexit code 2\n");
 }
 
+TEST_F(RunRefuses, aPatienceWithoutSeconds) {
+    for (const char* seconds : {"0", "-1", "soon", ""}) {
+        const std::string given = *seconds == '\0' ? "nothing" : seconds;
+        EXPECT_EQ(result({"--patience", seconds}), "run: --patience takes seconds, 1 to 99999, not " + given +
+                                                       " (see ./run --help)\nexit code 2\n");
+    }
+    EXPECT_EQ(result({"--patience"}),
+              "run: --patience takes seconds, 1 to 99999, not nothing (see ./run --help)\nexit code 2\n");
+}
+
 TEST_F(RunRefuses, streamsThatAreNotThere) {
     EXPECT_EQ(
         result({"/nowhere/a.ts"}),
@@ -212,6 +223,22 @@ TEST_F(RunRefuses, aSecondRun) {
     EXPECT_TRUE(fs::exists(endpoints / "mpegfe-run.lock"));
 }
 
+TEST_F(RunRefuses, toStopWhatIsAtWork) {
+    fs::create_directories(endpoints);
+    ChildProcess other(
+        {"flock", "--no-fork", endpoints / "mpegfe-run.lock", "sh", "-c", "echo locked; exec sleep 600"}, {});
+    EXPECT_EQ(readPipe(other.outputDescriptor(), "locked"), "locked\n");
+    std::ofstream(endpoints / "mpegfe-run.lock") << "kill 1000001\n";
+    EXPECT_EQ(result({"--stop"}),
+              "run: another ./run is at work: stop it first (kill 1000001)\nexit code 1\n");
+    EXPECT_TRUE(fs::exists(endpoints / "mpegfe-run.lock"));
+}
+
+TEST_F(RunRefuses, aStreamToStop) {
+    EXPECT_EQ(result({"--stop", "a.ts"}),
+              "run: --stop takes no transport stream (see ./run --help)\nexit code 2\n");
+}
+
 TEST_F(RunRefuses, anEndpointDirectoryItMayNotWrite) {
     fs::create_directories(endpoints);
     fs::permissions(endpoints, fs::perms::none);
@@ -241,6 +268,45 @@ TEST_F(RunRefuses, toGoOnAfterAFailedBuildAndShowsItsEnd) {
     EXPECT_THAT(text, HasSubstr("no compiler today\nrun: the build failed; the end of "));
     EXPECT_THAT(text, HasSubstr("build/run/build.log is above\nexit code 1\n"));
     expectNothingLeft();
+}
+
+// A checkout of ./run alone, whose build folder was configured for a source folder.
+class BuildFolder : public Run {
+  protected:
+    // What ./run asks of CMake, which fails.
+    std::string asked(const fs::path& sourceFolder) const {
+        const fs::path copy = folder / "copy";
+        fs::create_directories(copy / "build/release");
+        fs::copy_file(root / "run", copy / "run", fs::copy_options::overwrite_existing);
+        fs::copy(root / "packaging", copy / "packaging",
+                 fs::copy_options::recursive | fs::copy_options::overwrite_existing);
+        std::ofstream(copy / "build/release/CMakeCache.txt")
+            << "CMAKE_HOME_DIRECTORY:INTERNAL=" << sourceFolder.string() << '\n';
+        std::ofstream(copy / "build/release/build.ninja") << "# of " << sourceFolder.string() << '\n';
+        std::ofstream(copy / "a.ts") << "G";
+        fs::create_directories(folder / "bin");
+        std::ofstream(folder / "bin/cmake") << "#!/bin/sh\necho asked: \"$@\"\nexit 1\n";
+        fs::permissions(folder / "bin/cmake", fs::perms::owner_all);
+        ChildProcess run(withCommands(folder / "bin", {copy / "run", copy / "a.ts"}), {});
+        return transcript(run);
+    }
+};
+
+TEST_F(BuildFolder, isConfiguredAnewInACopiedCheckout) {
+    const std::string text = asked("/nowhere/original");
+    EXPECT_THAT(text, HasSubstr("Configuring build/release anew: it was made for /nowhere/original\n"));
+    EXPECT_THAT(text, HasSubstr("asked: --preset release\n"));
+    EXPECT_FALSE(fs::exists(folder / "copy/build/release/CMakeCache.txt"));
+}
+
+TEST_F(BuildFolder, isConfiguredOnlyOnce) {
+    fs::create_directory_symlink(folder, folder / "by-another-name");
+    for (const fs::path& name : {folder / "copy", folder / "by-another-name/copy"}) {
+        const std::string text = asked(name);
+        EXPECT_THAT(text, testing::Not(HasSubstr("Configuring")));
+        EXPECT_THAT(text, HasSubstr("asked: --build --preset release --target "));
+        EXPECT_TRUE(fs::exists(folder / "copy/build/release/CMakeCache.txt"));
+    }
 }
 
 TEST_F(RunRefuses, toBuildOnWhenItIsStopped) {
@@ -368,7 +434,16 @@ TEST_F(RunShows, whyTheBoardEnded) {
     expectNothingLeft();
 }
 
-// A stream of nothing but null packets: the service has no program to tell about, and ./run waits.
+TEST_F(RunShows, emmPidsAsSuch) {
+    const std::string text = withoutRates(result({(root / "samples/all-tables.ts").string()}));
+    EXPECT_THAT(text, HasSubstr("\n  1552  0x0610  EMM            -      -        - #  no\n"));
+    EXPECT_THAT(text, HasSubstr("\n  1553  0x0611  EMM            -      -        - #  no\n"));
+    EXPECT_THAT(text, HasSubstr("\n  1537  0x0601  ECM          101      1     4352 #  no\n"));
+    EXPECT_THAT(text, testing::Not(HasSubstr("Unk")));
+    expectNothingLeft();
+}
+
+// A stream of nothing but null packets: it has no program to tell about.
 std::string nullPackets() {
     std::string packet(188, '\xff');
     packet.replace(0, 4, "\x47\x1f\xff\x10");
@@ -377,6 +452,127 @@ std::string nullPackets() {
         stream += packet;
     }
     return stream;
+}
+
+TEST_F(RunShows, whatThereIsOfAStreamWithoutPrograms) {
+    const std::string stream = file("null.ts", nullPackets());
+    EXPECT_EQ(withoutRates(result({stream})), "Showing " + stream + R"(
+
+PID list: 1 PID, #
+
+   PID  hex     type  program  index  PMT PID #  scrambled
+  8191  0x1FFF  NULL        -      -        - #  no
+
+No program list: neither a PAT nor an SDT of this stream names a program.
+exit code 0
+)");
+    expectNothingLeft();
+}
+
+// The packets of a stream but those of a PID.
+std::string streamWithout(const fs::path& path, unsigned unwanted) {
+    constexpr std::size_t packetSize = 188;
+    std::stringstream whole;
+    whole << std::ifstream(path).rdbuf();
+    const std::string bytes = whole.str();
+    std::string rest;
+    for (std::size_t at = 0; at + packetSize <= bytes.size(); at += packetSize) {
+        const auto high = static_cast<unsigned char>(bytes[at + 1]);
+        const auto low = static_cast<unsigned char>(bytes[at + 2]);
+        if (((high & 0x1FU) << 8 | low) != unwanted) {
+            rest += bytes.substr(at, packetSize);
+        }
+    }
+    return rest;
+}
+
+TEST_F(RunShows, theServicesOfAStreamWithoutAPat) {
+    const std::string text =
+        result({file("no-pat.ts", streamWithout(root / "samples/three-programs.ts", 0))});
+    EXPECT_THAT(text, HasSubstr("\nProgram list: 3 programs, "));
+    EXPECT_THAT(text, HasSubstr("  Harbour One   Harbour Media  TV "));
+    EXPECT_THAT(text, testing::EndsWith("\nexit code 0\n"));
+}
+
+TEST_F(RunShows, theProgramsOfAStreamWithoutAnSdt) {
+    const std::string text =
+        result({file("no-sdt.ts", streamWithout(root / "samples/three-programs.ts", 17))});
+    EXPECT_THAT(text, HasSubstr("(the stream has no SDT: the names are made from the PAT)\n"));
+    EXPECT_THAT(text, HasSubstr("      101      1  Program 101  "));
+    EXPECT_THAT(text, testing::EndsWith("\nexit code 0\n"));
+}
+
+// Sends a stream to a UDP port of this machine, over and over, as long as it lives.
+class Sender {
+  public:
+    Sender(const fs::path& stream, std::uint16_t port) {
+        std::stringstream whole;
+        whole << std::ifstream(stream).rdbuf();
+        bytes = whole.str();
+        address.sin_family = AF_INET;
+        address.sin_port = htons(port);
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        thread = std::thread([this] { send(); });
+    }
+    Sender(const Sender&) = delete;
+    Sender& operator=(const Sender&) = delete;
+    ~Sender() {
+        stopping = true;
+        thread.join();
+    }
+
+  private:
+    static constexpr std::size_t datagramSize = std::size_t{7} * 188;
+    static constexpr auto pause = 4463us; // at the 2.36 Mbit/s of the sample
+
+    void send() const {
+        const int sender = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+        for (std::size_t at = 0; !stopping; at = at + datagramSize < bytes.size() ? at + datagramSize : 0) {
+            const std::string datagram = bytes.substr(at, datagramSize);
+            sendto(sender, datagram.data(), datagram.size(), 0, reinterpret_cast<const sockaddr*>(&address),
+                   sizeof address);
+            std::this_thread::sleep_for(pause);
+        }
+        close(sender);
+    }
+
+    std::string bytes;
+    sockaddr_in address{};
+    std::atomic<bool> stopping = false;
+    std::thread thread;
+};
+
+TEST_F(RunShows, aLiveSource) {
+    const Sender sender(root / "samples/three-programs.ts", 5000);
+    const std::string text = withoutRates(result({"udp://127.0.0.1:5000"}));
+    EXPECT_THAT(text,
+                testing::StartsWith("Showing udp://127.0.0.1:5000, once it comes; waiting 60 s for it\n\n"
+                                    "PID list: 14 PIDs, #\n"));
+    EXPECT_THAT(text, HasSubstr("\n   273  0x0111  VID+PCR      101      1     4352 #  no\n"));
+    EXPECT_THAT(
+        text, HasSubstr("\n      103      3  Radio Küste   Küstenfunk     TV       4354     1 #  no  no\n"));
+    EXPECT_THAT(text, testing::EndsWith("\nexit code 0\n"));
+    expectNothingLeft();
+}
+
+TEST_F(RunShows, thatNobodySendsALiveSource) {
+    const std::string text = result({"--patience", "3", "rtp://127.0.0.1:5000"});
+    EXPECT_THAT(
+        text, HasSubstr("mpegfe-board: no packets yet: expected a running stream, got silence; waiting for "
+                        "it\n"
+                        "run: nothing has come from rtp://127.0.0.1:5000 in 3 s: see that it is sent there; "
+                        "the board's own words are above\n"
+                        "exit code 1\n"));
+    EXPECT_THAT(text, testing::Not(HasSubstr("mpegfe-manager")));
+    expectNothingLeft();
+}
+
+TEST_F(RunShows, whyTheBoardTakesNoSuchAddress) {
+    EXPECT_THAT(
+        result({"file://127.0.0.1:5000"}),
+        testing::ContainsRegex("mpegfe-board: cannot open file://127.0.0.1:5000: .*\nrun: the board has "
+                               "ended; its own words are above\nexit code 1\n"));
+    expectNothingLeft();
 }
 
 TEST_F(RunShows, nothingOnceItIsStopped) {
@@ -391,23 +587,35 @@ TEST_F(RunShows, nothingOnceItIsStopped) {
 
 TEST_F(RunShows, howToGoOnWhenItKeepsBoardAndService) {
     const std::string text = result({"--keep"});
-    std::smatch kill;
-    ASSERT_TRUE(
-        std::regex_search(text, kill, std::regex("Stop them with:\n  (kill [0-9]+ [0-9]+)\nexit code 0\n$")))
-        << text;
+    EXPECT_THAT(text, testing::EndsWith("\nStop them with:\n  ./run --stop\nexit code 0\n"));
     EXPECT_THAT(programsLeftRunning(), testing::UnorderedElementsAre("mpegFE", "mpegfe-board"));
 
     const std::string manager = "build/release/manager/mpegfe-manager";
-    EXPECT_THAT(text, HasSubstr("  " + manager + " pgmDetail 1\n"));
-    ChildProcess request({manager, "pgmDetail", "1"}, {});
+    EXPECT_THAT(text, HasSubstr("  " + manager + " pgmDetail --program 101\n"));
+    ChildProcess request({manager, "pgmDetail", "--program", "101"}, {});
     EXPECT_THAT(transcript(request), HasSubstr(R"("pgmNum":"101")"));
 
-    EXPECT_THAT(result({}), HasSubstr("stop it first (" + kill.str(1) + ")\nexit code 1\n"));
-    EXPECT_EQ(std::system(kill.str(1).c_str()), 0);
-    for (int i = 0; i < 1000 && !programsLeftRunning().empty(); ++i) {
-        std::this_thread::sleep_for(10ms); // nobody tells when a process that is not ours has ended
-    }
-    EXPECT_THAT(programsLeftRunning(), testing::IsEmpty());
+    EXPECT_THAT(result({}), HasSubstr("stop it first (./run --stop)\nexit code 1\n"));
+    EXPECT_EQ(result({"--stop"}), "Board and service are stopped.\nexit code 0\n");
+    expectNothingLeft();
+    EXPECT_EQ(result({"--stop"}), "Nothing is running.\nexit code 0\n");
+}
+
+TEST_F(RunShows, noTracesOfWhatEndedByItselfOnceItIsStopped) {
+    EXPECT_THAT(result({"--keep"}), testing::EndsWith("\nexit code 0\n"));
+    std::ifstream lock(endpoints / "mpegfe-run.lock");
+    std::string how;
+    std::string madeEndpoints;
+    pid_t service = 0;
+    pid_t board = 0;
+    std::getline(lock, how);
+    lock >> madeEndpoints >> service >> board;
+    ASSERT_GT(service, 1);
+    ASSERT_GT(board, 1);
+    kill(service, SIGKILL);
+    kill(board, SIGKILL);
+    EXPECT_EQ(result({"--stop"}), "Board and service are stopped.\nexit code 0\n");
+    expectNothingLeft();
 }
 
 } // namespace

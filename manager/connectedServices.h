@@ -1,0 +1,34 @@
+// How many services are connected to the endpoint that requests go to.
+#pragma once
+
+#include <zmq.hpp>
+
+namespace manager {
+
+// A request goes to one of the connected services, and no service knows of another: only here it shows that
+// there are two. A connection counts from its handshake on, and no longer once it has ended; as both ends are
+// on one machine, that of a service that has gone ends before the next one's handshake.
+class ConnectedServices {
+  public:
+    // Watches a socket of the context. Before it is bound, so that nobody is missed.
+    ConnectedServices(zmq::context_t& context, zmq::socket_t& requests);
+
+    // A ZeroMQ socket to poll: readable when connections have come or gone.
+    void* handle() {
+        return events.handle();
+    }
+
+    // Takes what has happened. Whether two or more have been connected at once by now; true one time only.
+    bool newlyShared();
+
+  private:
+    void take(int event);
+
+    zmq::socket_t events; // PAIR: what the socket's monitor tells
+    bool handshakeFailed = false;
+    int connected = 0;
+    bool shared = false;
+    bool told = false;
+};
+
+} // namespace manager
