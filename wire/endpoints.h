@@ -2,9 +2,11 @@
 // own matter; everything else is the same everywhere.
 #pragma once
 
-// As literals, so that longer texts can be put together from them.
+// Macros, because only literals can be put together to longer ones.
+// NOLINTBEGIN(cppcoreguidelines-macro-usage)
 #define WIRE_DIRECTORY "/run/shm/zmq"
 #define WIRE_PARSER_PORT "5101"
+// NOLINTEND(cppcoreguidelines-macro-usage)
 
 namespace wire {
 
