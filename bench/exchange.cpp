@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <map>
-#include <numeric>
 #include <set>
 #include <stdexcept>
 
@@ -15,18 +14,21 @@ constexpr const char* acknowledgement = R"({"reply": "ack"})";
 constexpr const char* stopRequest = R"({"dataStream": "pidData", "status": "off"})";
 constexpr const char* idleRequest = R"({"dataStream": "nothing"})";
 
-// What both contestants are sent. The members that begin with "bare" tell the bare program, which has no
-// documents of its own, what its exchange looks like; the service has no use for them.
-std::string requestText(const DocumentRequest& request, std::size_t documentLength) {
-    const TopicBits topics = std::accumulate(
-        request.topics.begin(), request.topics.end(), TopicBits{0},
-        [](TopicBits sum, const Topic& topic) { return static_cast<TopicBits>(sum | topic.bit); });
-    return std::string("{") + request.members + ", \"bareTopics\": " + std::to_string(topics) +
-           ", \"bareLength\": " + std::to_string(documentLength) + "}";
-}
-
 // The length of each request's document, as the service made it when it was asked first.
 std::map<const DocumentRequest*, std::size_t> documentLengths;
+
+// What both contestants are sent. The members that begin with "bare" tell the bare program, which has no
+// documents of its own, what its exchange looks like; the service has no use for them.
+std::string requestText(const DocumentRequest& request) {
+    const auto known = documentLengths.find(&request);
+    const std::size_t length = known == documentLengths.end() ? 0 : known->second;
+    unsigned wanted = 0;
+    for (const Topic& topic : request.topics) {
+        wanted |= topic.bit;
+    }
+    return std::string("{") + request.members + ", \"bareTopics\": " + std::to_string(wanted) +
+           ", \"bareLength\": " + std::to_string(length) + "}";
+}
 
 std::set<std::string> distinct(const std::deque<std::string>& topics) {
     return {topics.begin(), topics.end()};
@@ -35,19 +37,11 @@ std::set<std::string> distinct(const std::deque<std::string>& topics) {
 } // namespace
 
 const std::vector<DocumentRequest>& documentRequests() {
+    static const std::vector<Topic> listTopics{patTopic, sdtTopic, pmtTopic, tsStatusTopic};
     static const std::vector<DocumentRequest> requests{
-        {"PID list, programs unknown",
-         R"("dataStream": "pidData", "status": "on")",
-         {patTopic, sdtTopic, pmtTopic, tsStatusTopic},
-         false},
-        {"PID list",
-         R"("dataStream": "pidData", "status": "on")",
-         {patTopic, sdtTopic, pmtTopic, tsStatusTopic},
-         true},
-        {"program list",
-         R"("dataStream": "pgmData", "status": "on")",
-         {patTopic, sdtTopic, pmtTopic, tsStatusTopic},
-         true},
+        {"PID list, programs unknown", R"("dataStream": "pidData", "status": "on")", listTopics, false},
+        {"PID list", R"("dataStream": "pidData", "status": "on")", listTopics, true},
+        {"program list", R"("dataStream": "pgmData", "status": "on")", listTopics, true},
         {"program detail",
          R"("dataStream": "pgmDetail", "patIndex": "1")",
          {patTopic, sdtTopic, pmtTopic, avPgmTopic, tsStatusTopic},
@@ -58,13 +52,8 @@ const std::vector<DocumentRequest>& documentRequests() {
 }
 
 const DocumentRequest& documentRequest(std::string_view name) {
-    const std::vector<DocumentRequest>& requests = documentRequests();
-    const auto found = std::find_if(requests.begin(), requests.end(),
-                                    [=](const DocumentRequest& request) { return request.name == name; });
-    if (found == requests.end()) {
-        throw std::invalid_argument("there is no such document request");
-    }
-    return *found;
+    return *std::find_if(documentRequests().begin(), documentRequests().end(),
+                         [=](const DocumentRequest& request) { return request.name == name; });
 }
 
 std::vector<std::string> silently(const std::string& program, const std::vector<std::string>& environment) {
@@ -74,14 +63,9 @@ std::vector<std::string> silently(const std::string& program, const std::vector<
     return words;
 }
 
-Exchange::Exchange(const std::vector<std::string>& words) : program(words, {}) {}
-
-double Exchange::secondsSinceStart() const {
-    return std::chrono::duration<double>(Clock::now() - started).count();
-}
-
-void Exchange::awaitReady() {
+Exchange::Exchange(const std::vector<std::string>& words) : program(words, {}) {
     sendRequest(idleRequest);
+    startUp = Clock::now() - started;
 }
 
 ExchangeTimes Exchange::run(const DocumentRequest& request) {
@@ -91,8 +75,7 @@ ExchangeTimes Exchange::run(const DocumentRequest& request) {
 }
 
 ExchangeTimes Exchange::start(const DocumentRequest& request) {
-    std::size_t& length = documentLengths[&request];
-    const std::string text = requestText(request, length);
+    const std::string text = requestText(request);
     instructionsAnswered = 0;
     trufios.documents.clear();
 
@@ -102,27 +85,32 @@ ExchangeTimes Exchange::start(const DocumentRequest& request) {
         return parser.subscriptions.size() >= request.topics.size() && instructionsAnswered > 0;
     });
     for (const Topic& topic : request.topics) {
-        const PublishedRecord record = publishedNow(topic);
-        parser.publish({record.topic->name, "1", {record.bytes.data(), record.bytes.size()}});
+        const std::vector<char> record = publishedNow(topic).bytes;
+        parser.publish({topic.name, "1", {record.data(), record.size()}});
     }
     waitUntil("a document", [&] { return !trufios.documents.empty(); });
     const Clock::time_point arrived = Clock::now();
 
-    const std::size_t arrivedLength = trufios.documents.front().size();
-    if (length == 0) {
-        length = arrivedLength;
-    } else if (length != arrivedLength) {
+    const std::size_t length = trufios.documents.front().size();
+    if (documentLengths.try_emplace(&request, length).first->second != length) {
         throw std::runtime_error("the document has another length than before");
     }
     trufios.answerDocument(acknowledgement);
     const Clock::time_point acknowledged = Clock::now();
-    awaitReady();
+    sendRequest(idleRequest);
     return {arrived - sent, Clock::now() - acknowledged};
+}
+
+void Exchange::prepare(const DocumentRequest& request) {
+    if (request.programsKnown) {
+        run(documentRequest("program detail"));
+    }
+    run(request);
 }
 
 void Exchange::stop() {
     sendRequest(stopRequest);
-    awaitReady();
+    sendRequest(idleRequest);
     // The end of the connection takes all subscriptions back, so that none is taken for the next feed's.
     waitUntil("end of its subscriptions",
               [&] { return distinct(parser.unsubscriptions) == distinct(parser.subscriptions); });
@@ -137,10 +125,11 @@ void Exchange::sendRequest(const std::string& text) {
 }
 
 void Exchange::waitUntil(const char* what, const std::function<bool()>& isThere) {
-    std::vector<zmq::pollitem_t> sockets{{trufios.requestSocket.handle(), 0, ZMQ_POLLIN, 0},
-                                         {trufios.documentSocket.handle(), 0, ZMQ_POLLIN, 0},
-                                         {parser.publisher.handle(), 0, ZMQ_POLLIN, 0},
-                                         {parser.instructionSocket.handle(), 0, ZMQ_POLLIN, 0}};
+    std::vector<zmq::pollitem_t> sockets;
+    for (zmq::socket_t* socket :
+         {&trufios.requestSocket, &trufios.documentSocket, &parser.publisher, &parser.instructionSocket}) {
+        sockets.push_back({socket->handle(), 0, ZMQ_POLLIN, 0});
+    }
     const Clock::time_point deadline = Clock::now() + patience;
     while (!isThere()) {
         if (Clock::now() > deadline) {
@@ -149,27 +138,15 @@ void Exchange::waitUntil(const char* what, const std::function<bool()>& isThere)
         zmq::poll(sockets, std::chrono::milliseconds(100));
         trufios.hear();
         parser.hear();
-        answerInstructions();
+        for (; !parser.instructions.empty(); parser.instructions.pop_front()) {
+            ++instructionsAnswered;
+            parser.answerInstruction(parser.instructions.front());
+        }
     }
-}
-
-void Exchange::answerInstructions() {
-    for (; !parser.instructions.empty(); parser.instructions.pop_front()) {
-        ++instructionsAnswered;
-        parser.answerInstruction(parser.instructions.front());
-    }
-}
-
-void prepare(Exchange& exchange, const DocumentRequest& request) {
-    if (request.programsKnown) {
-        exchange.run(documentRequest("program detail"));
-    }
-    exchange.run(request);
 }
 
 void learnDocumentLengths(const std::string& service) {
     for (const DocumentRequest& request : documentRequests()) {
-        Exchange exchange(silently(service));
-        prepare(exchange, request);
+        Exchange(silently(service)).prepare(request);
     }
 }

@@ -4,7 +4,7 @@
 
 #include "childProcess.h"
 #include "peers.h"
-#include "publishedRecords.h"
+#include "workloads.h"
 
 #include <chrono>
 #include <functional>
@@ -25,13 +25,14 @@ struct DocumentRequest {
 // part of each PID list.
 const std::vector<DocumentRequest>& documentRequests();
 
-// The request of this name.
+// The request of this name, one of those.
 const DocumentRequest& documentRequest(std::string_view name);
 
 struct ExchangeTimes {
-    std::chrono::nanoseconds toDocument;   // from the request's send to the document's arrival
-    std::chrono::nanoseconds toNextAnswer; // from the document's acknowledgement until the next request is
-                                           // acknowledged: the reply wait and what follows it
+    std::chrono::duration<double> toDocument; // from the request's send to the document's arrival
+    // From the document's acknowledgement until the next request is acknowledged: the reply wait and what
+    // follows it.
+    std::chrono::duration<double> replyWait;
 };
 
 // The words that start the program with the "NAME=value" texts in its environment and its console to
@@ -42,11 +43,9 @@ std::vector<std::string> silently(const std::string& program,
 // The peers and one program. Throws std::runtime_error when something expected does not come in time.
 class Exchange {
   public:
-    // Binds the peers' endpoints, then starts the program with these words.
+    // Binds the peers' endpoints, then starts the program with these words, and waits until it acknowledges a
+    // request that starts nothing.
     explicit Exchange(const std::vector<std::string>& words);
-
-    // Waits until the program acknowledges a request that starts nothing.
-    void awaitReady();
 
     // Requests the document, publishes its records when the program has subscribed to them all and sent its
     // instruction, and acknowledges the document. Then stops the feed again.
@@ -54,30 +53,30 @@ class Exchange {
 
     // The first half of run: leaves the feed open.
     ExchangeTimes start(const DocumentRequest& request);
-    void stop();
 
-    // Since just before the program was started.
-    double secondsSinceStart() const;
+    // Makes the programs known to the program if the request is to find them so, and runs the request once.
+    void prepare(const DocumentRequest& request);
 
+    double secondsToReady() const {
+        return startUp.count();
+    }
     pid_t processId() const {
         return program.processId();
     }
 
   private:
+    void stop();
     void sendRequest(const std::string& text);
     void waitUntil(const char* what, const std::function<bool()>& isThere);
-    void answerInstructions();
 
     zmq::context_t context;
     testSupport::Trufios trufios{context};
     testSupport::Parser parser{context};
     std::chrono::steady_clock::time_point started = std::chrono::steady_clock::now();
     testSupport::ChildProcess program;
+    std::chrono::duration<double> startUp{};
     int instructionsAnswered = 0; // since the last request for a document
 };
-
-// Makes the programs known to the program if the request is to find them so, and runs the request once.
-void prepare(Exchange& exchange, const DocumentRequest& request);
 
 // Asks the service for each document once, because the bare program must be told how long they are.
 void learnDocumentLengths(const std::string& service);

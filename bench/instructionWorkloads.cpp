@@ -6,10 +6,9 @@
 //
 // usage: instructionWorkloads [--toolchain]     --toolchain: prints what the counts depend on
 #include "benchMain.h"
-#include "documentWorkloads.h"
+#include "documents.h"
 #include "replay/recording.h"
 #include "replayedSockets.h"
-#include "workloads.h"
 
 #include "feed/reception.h"
 #include "feed/recordStore.h"
@@ -39,13 +38,13 @@ void measure(const std::string& name, Work work) {
     CALLGRIND_DUMP_STATS_AT(name.c_str());
 }
 
+DocumentBuffer document;
+
 void measureDocuments() {
-    static DocumentBuffer document;
-    for (const DocumentWorkload& workload : documentWorkloads()) {
-        workload.load();
-        measure(std::string("document/") + workload.name,
-                [&] { benchmark::DoNotOptimize(workload.build(document)); });
-    }
+    forEachDocument([](const char* name, void (*load)(), auto build, auto) {
+        load();
+        measure(std::string("document/") + name, [=] { benchmark::DoNotOptimize(build(document)); });
+    });
 }
 
 void measureCollection(const char* name, const StreamShape& shape) {
@@ -106,11 +105,10 @@ std::vector<PublishedRecord> readRecording(const char* path) {
     board::RecordingReader reader(path);
     std::vector<PublishedRecord> script;
     while (const std::optional<board::RecordedMessage> message = reader.next()) {
-        const auto* topic = std::find_if(topics.begin(), topics.end(), [&](const Topic& candidate) {
-            return candidate.name == message->topic;
-        });
-        if (topic != topics.end()) {
-            script.push_back({topic, {message->record.begin(), message->record.end()}});
+        for (const Topic& topic : topics) {
+            if (topic.name == message->topic) {
+                script.push_back({&topic, {message->record.begin(), message->record.end()}});
+            }
         }
     }
     return script;

@@ -11,7 +11,7 @@ BUILD = ROOT / "build" / "bench"
 RESULTS = ROOT / "bench" / "results"
 SERVICE = BUILD / "src" / "mpegFE"
 BARE_SOCKETS = BUILD / "bench" / "bareSockets"
-ALLOCATION_COUNTER = BUILD / "bench" / "liballocationCounter.so"
+HEAP_COUNTER = BUILD / "tests" / "support" / "libheapCounter.so"
 
 
 @dataclass(frozen=True)
@@ -30,7 +30,7 @@ PROGRAMS = {
     "collection": Program("collectionBench", (), 15, 0.02, "cpu_time"),
     "reception": Program("receptionBench", (), 15, 0, "mpegFE"),
     "requests": Program("requestBench", (SERVICE, BARE_SOCKETS), 15, 0, "toDocument"),
-    "footprint": Program("footprintBench", (SERVICE, BARE_SOCKETS, ALLOCATION_COUNTER), 15, 0, "real_time"),
+    "footprint": Program("footprintBench", (SERVICE, BARE_SOCKETS, HEAP_COUNTER), 15, 0, "real_time"),
 }
 
 

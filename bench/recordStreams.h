@@ -1,47 +1,13 @@
 // Endless streams of published records to receive, all nine topics in rotation.
 #pragma once
 
-#include "publishedRecords.h"
+#include "workloads.h"
 
-#include <zmq.h>
+#include <zmq.hpp>
 
 #include <atomic>
 #include <thread>
 #include <vector>
-
-// A context that ends with its sockets.
-class Context {
-  public:
-    Context();
-    ~Context();
-    Context(const Context&) = delete;
-    Context& operator=(const Context&) = delete;
-
-    void* get() const {
-        return context;
-    }
-
-  private:
-    void* context;
-};
-
-// A socket that is closed without waiting for what is unsent.
-class Socket {
-  public:
-    Socket(const Context& context, int type);
-    ~Socket();
-    Socket(const Socket&) = delete;
-    Socket& operator=(const Socket&) = delete;
-
-    void set(int option, int value);
-    void subscribeToEverything();
-    void* get() const {
-        return socket;
-    }
-
-  private:
-    void* socket;
-};
 
 // Nine records that never change, or in turn nine more that differ from them in the last byte: the change
 // detection reads each record to its end either way.
@@ -49,7 +15,7 @@ class Rotation {
   public:
     explicit Rotation(bool changing);
 
-    void publishAll(void* publisher);
+    void publishAll(zmq::socket_t& publisher);
 
   private:
     bool changes;
@@ -65,26 +31,20 @@ class WireStream {
     static constexpr int rotationsOfATurn = 60;
 
     explicit WireStream(bool changing);
-    ~WireStream();
-    WireStream(const WireStream&) = delete;
-    WireStream& operator=(const WireStream&) = delete;
 
     // Receives what has piled up on the way while the last turn was slower than the publisher.
     void prepareTurn();
-    void* subscriber() const {
-        return receiving.get();
+    void* subscriber() {
+        return receiving.handle();
     }
 
   private:
-    void publishForEver();
-
-    Context publishingContext;
-    Socket publisher{publishingContext, ZMQ_PUB};
-    Context receivingContext;
-    Socket receiving{receivingContext, ZMQ_SUB};
+    zmq::context_t publishingContext;
+    zmq::socket_t publisher{publishingContext, zmq::socket_type::pub};
+    zmq::context_t receivingContext;
+    zmq::socket_t receiving{receivingContext, zmq::socket_type::sub};
     Rotation rotation;
-    std::atomic<bool> stopping = false;
-    std::jthread thread;
+    std::jthread thread; // ended first
 };
 
 // Published within the process before they are received.
@@ -96,13 +56,13 @@ class QueuedStream {
 
     // Publishes what the turn receives.
     void prepareTurn();
-    void* subscriber() const {
-        return receiving.get();
+    void* subscriber() {
+        return receiving.handle();
     }
 
   private:
-    Context context;
-    Socket publisher{context, ZMQ_PUB};
-    Socket receiving{context, ZMQ_SUB};
+    zmq::context_t context;
+    zmq::socket_t publisher{context, zmq::socket_type::pub};
+    zmq::socket_t receiving{context, zmq::socket_type::sub};
     Rotation rotation;
 };

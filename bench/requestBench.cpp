@@ -8,19 +8,12 @@
 #include "benchMain.h"
 #include "exchange.h"
 #include "isolation.h"
-#include "workloads.h"
 
 #include <algorithm>
-#include <array>
-#include <string>
 
 namespace {
 
 constexpr int exchangesPerStart = 20;
-
-double seconds(std::chrono::nanoseconds time) {
-    return std::chrono::duration<double>(time).count();
-}
 
 // The sample that this share of the samples is not above.
 double quantile(std::vector<double>& samples, double share) {
@@ -31,13 +24,13 @@ double quantile(std::vector<double>& samples, double share) {
 
 void measure(benchmark::State& state, const std::string& program, const DocumentRequest& request) {
     Exchange exchange(silently(program));
-    prepare(exchange, request);
+    exchange.prepare(request);
     std::vector<double> toDocument;
     std::vector<double> replyWait;
     for (auto _ : state) {
         const ExchangeTimes times = exchange.run(request);
-        toDocument.push_back(seconds(times.toDocument));
-        replyWait.push_back(seconds(times.toNextAnswer));
+        toDocument.push_back(times.toDocument.count());
+        replyWait.push_back(times.replyWait.count());
         state.SetIterationTime(toDocument.back());
     }
     state.counters["toDocument"] = quantile(toDocument, 0.1);
@@ -47,25 +40,18 @@ void measure(benchmark::State& state, const std::string& program, const Document
 } // namespace
 
 int main(int argc, char** argv) {
-    if (argc < 3) {
-        std::fputs("usage: requestBench MPEGFE BARE-SOCKETS [options of Google Benchmark]\n", stderr);
-        return 2;
-    }
-    sendConsoleNowhere();
+    const std::vector<std::string> programs = takeFiles(argc, argv, 2);
     testSupport::enterIsolation();
     loadFullTables();
-    const std::array<std::pair<const char*, std::string>, 2> contestants{
-        {{"mpegFE", argv[1]}, {"sockets", argv[2]}}};
-    learnDocumentLengths(contestants[0].second);
+    learnDocumentLengths(programs[0]);
     for (const DocumentRequest& request : documentRequests()) {
-        for (const auto& [name, program] : contestants) {
+        for (const std::size_t k : {0, 1}) {
             benchmark::RegisterBenchmark(
-                (std::string("request/") + request.name + "|" + name).c_str(),
-                [&request, &program = program](benchmark::State& state) { measure(state, program, request); })
+                (std::string("request/") + request.name + (k == 0 ? "|mpegFE" : "|sockets")).c_str(),
+                [&, k](benchmark::State& state) { measure(state, programs[k], request); })
                 ->UseManualTime()
                 ->Iterations(exchangesPerStart);
         }
     }
-    argv[2] = argv[0];
-    return runBenchmarks(argc - 2, argv + 2);
+    return runBenchmarks(argc, argv);
 }

@@ -1,7 +1,6 @@
 #include "workloads.h"
 
 #include "feed/recordStore.h"
-#include "serviceNames.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -158,4 +157,17 @@ void loadFullPat() {
     for (int k = 0; k < maxPrograms; ++k) {
         newestRecords.pat.programs[k] = {static_cast<std::uint16_t>(1000 + k), componentPid(k, 0)};
     }
+}
+
+PublishedRecord publishedNow(const Topic& topic) {
+    const char* record = reinterpret_cast<const char*>(&newestRecords) + topic.offset;
+    return {&topic, {record, record + topic.size}};
+}
+
+std::vector<PublishedRecord> allPublishedNow() {
+    std::vector<PublishedRecord> records;
+    for (const Topic& topic : topics) {
+        records.push_back(publishedNow(topic));
+    }
+    return records;
 }

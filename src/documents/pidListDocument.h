@@ -27,9 +27,10 @@ inline constexpr auto listedPid = [](const PidEntry& entry) {
                   field<"description">(entry.description));
 };
 
-constexpr auto pidList(const PidEntry* entries, const int& count, const float& aggRate) {
+// The rate is referred to, as the entries are.
+constexpr auto pidList(const PidEntry* entries, int count, const float& aggRate) {
     return document<"pidData">(
-        number<"pidCount">(count),
+        number<"pidCount">(int{count}),
         rate<"aggStreamRate">(aggRate),
         limitedList<"pids">(entries, clampCount(count, wire::maxPids), "JSON PID Overflow", listedPid));
 }

@@ -4,7 +4,7 @@
 //
 // usage: soak [--short]     --short: a few hundred of each
 #include "../support/isolation.h"
-#include "heapInUse.h"
+#include "../support/sharedHeap.h"
 #include "recordText.h"
 #include "serviceRun.h"
 
@@ -16,10 +16,8 @@
 #include <fstream>
 #include <functional>
 #include <iterator>
-#include <stdexcept>
 #include <string>
 #include <string_view>
-#include <sys/mman.h>
 #include <unistd.h>
 #include <vector>
 
@@ -27,45 +25,14 @@ namespace {
 
 using serviceTest::RecordBook;
 using serviceTest::ServiceRun;
+using testSupport::SharedHeap;
 
 constexpr int warmUp = 100;
 constexpr int shortTimes = 300;
 // What the C library keeps of freed memory differs from one moment to the next.
 constexpr long noiseKilobytes = 1024;
 
-// The memory in which the preloaded counter counts.
-class SharedHeap {
-  public:
-    SharedHeap() {
-        const int file = mkstemp(path.data());
-        if (file < 0 || ftruncate(file, sizeof(HeapInUse)) != 0) {
-            throw std::runtime_error("no file for the heap's counts");
-        }
-        void* const shared = mmap(nullptr, sizeof(HeapInUse), PROT_READ, MAP_SHARED, file, 0);
-        close(file);
-        if (shared == MAP_FAILED) {
-            throw std::runtime_error("the heap's counts cannot be shared");
-        }
-        counts = static_cast<const HeapInUse*>(shared);
-    }
-    ~SharedHeap() {
-        munmap(const_cast<HeapInUse*>(counts), sizeof(HeapInUse));
-        unlink(path.c_str());
-    }
-    SharedHeap(const SharedHeap&) = delete;
-    SharedHeap& operator=(const SharedHeap&) = delete;
-
-    std::vector<std::string> environment() const {
-        return {"LD_PRELOAD=" MPEGFE_HEAP_COUNTER, std::string(heapFileVariable) + '=' + path};
-    }
-    const HeapOfModule& operator[](HeapModule module) const {
-        return counts->modules[module];
-    }
-
-  private:
-    std::string path = "/tmp/mpegfe-heap-XXXXXX";
-    const HeapInUse* counts = nullptr;
-};
+constexpr const char* janssonModule = "libjansson";
 
 // What the process holds while it waits for a request.
 struct Holdings {
@@ -92,7 +59,7 @@ RecordBook readRecords() {
 serviceTest::RunOptions soakOptions(const SharedHeap& heap) {
     serviceTest::RunOptions options;
     options.recorded = false;
-    options.environment = heap.environment();
+    options.environment = heap.environment(MPEGFE_HEAP_COUNTER);
     return options;
 }
 
@@ -136,16 +103,16 @@ class Soak {
         long pages = 0;
         statm >> pages >> held.residentKilobytes;
         held.residentKilobytes *= sysconf(_SC_PAGESIZE) / 1024;
-        held.ownHeap = heap[executableHeap].bytesInUse;
-        held.janssonHeap = heap[janssonHeap].bytesInUse;
+        held.ownHeap = heap[executableModule].bytesInUse;
+        held.janssonHeap = heap[janssonModule].bytesInUse;
         return held;
     }
 
     long ownAllocations() const {
-        return heap[executableHeap].allocations;
+        return heap[executableModule].allocations;
     }
     long janssonAllocations() const {
-        return heap[janssonHeap].allocations;
+        return heap[janssonModule].allocations;
     }
 
   private:
