@@ -25,12 +25,13 @@ class Program:
     cost: str  # key of the figure in Google Benchmark's results
 
 
+PROCESSES = (SERVICE, BARE_SOCKETS, HEAP_COUNTER)
 PROGRAMS = {
     "documents": Program("documentsBench", (), 15, 0.03, "cpu_time"),
     "collection": Program("collectionBench", (), 15, 0.02, "cpu_time"),
     "reception": Program("receptionBench", (), 15, 0, "mpegFE"),
-    "requests": Program("requestBench", (SERVICE, BARE_SOCKETS), 15, 0, "toDocument"),
-    "footprint": Program("footprintBench", (SERVICE, BARE_SOCKETS, HEAP_COUNTER), 15, 0, "real_time"),
+    "requests": Program("processBench", (*PROCESSES, "--benchmark_filter=^request"), 15, 0, "toDocument"),
+    "footprint": Program("processBench", (*PROCESSES, "--benchmark_filter=-^request"), 15, 0, "real_time"),
 }
 
 
