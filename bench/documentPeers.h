@@ -1,5 +1,5 @@
 // The peers that write the same documents from the same shapes: the straightforward way with snprintf and
-// strcat, Jansson, RapidJSON, and the limit of putting a document together piece by piece.
+// strcat, Jansson, and RapidJSON.
 //
 // A writer has
 //   beginDocument(key), endDocument(), beginList(key), endList(), beginEntry(), endEntry()
@@ -17,9 +17,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <string>
 #include <utility>
-#include <vector>
 
 // --- telling a shape to a writer ---------------------------------------------------------------------------
 
@@ -119,19 +117,19 @@ void tell(Writer& out, const shape::Object<Members...>& object) {
     out.endEntry();
 }
 
-template <Literal key, typename Writer, typename List>
-void tellList(Writer& out, const List& list) {
-    out.beginList(keyOf<key>);
+template <typename Writer, typename List>
+void tellList(Writer& out, const Key& key, const List& list) {
+    out.beginList(key);
     tellEntries(out, list.count, [&](int k) { return list.shape(list.entries[k]); });
     out.endList();
 }
 template <typename Writer, Literal key, Literal emptyWord, typename Entry, typename Shape>
 void tell(Writer& out, const shape::List<key, emptyWord, Entry, Shape>& list) {
-    tellList<key>(out, list);
+    tellList(out, keyOf<key>, list);
 }
 template <typename Writer, Literal key, typename Entry, typename Shape>
 void tell(Writer& out, const shape::LimitedList<key, Entry, Shape>& list) {
-    tellList<key>(out, list);
+    tellList(out, keyOf<key>, list);
 }
 
 template <typename Writer, typename Block>
@@ -167,91 +165,44 @@ void tell(Writer& out, const shape::Document<name, Elements...>& document) {
 
 // --- the writers -------------------------------------------------------------------------------------------
 
-// What writers have in common that put the text together themselves, out of constant texts and values. Each
-// appends both in its own way.
-template <typename Writer>
-class TextWriter {
+// Every piece is appended with strcat, which looks for the end of the text each time.
+class PlainWriter {
   public:
+    explicit PlainWriter(char* buffer) : out(buffer) {}
+
     void beginDocument(const Key& key) {
-        constant(key.document);
+        std::strcpy(out, key.document);
         isFirstMember = true;
     }
     void endDocument() {
-        constant("}}");
+        std::strcat(out, "}}");
     }
     void beginList(const Key& key) {
-        constant(key.list);
+        std::strcat(out, key.list);
     }
     void endList() {
-        constant("]");
+        std::strcat(out, "]");
     }
     void comma() {
         isAfterComma = true;
     }
     void beginEntry() {
-        constant(std::exchange(isAfterComma, false) ? ",{" : "{");
+        std::strcat(out, std::exchange(isAfterComma, false) ? ",{" : "{");
         isFirstMember = true;
     }
     void endEntry() {
-        constant("}");
+        std::strcat(out, "}");
     }
     void text(const Key& key, const char* value) {
-        constant(std::exchange(isFirstMember, false) ? key.firstMember : key.furtherMember);
-        static_cast<Writer*>(this)->appendValue(value);
-        constant("\"");
-    }
-
-  private:
-    void constant(const char* piece) {
-        static_cast<Writer*>(this)->appendConstant(piece);
-    }
-
-    bool isAfterComma = false;
-    bool isFirstMember = true;
-};
-
-// Every piece is appended with strcat, which looks for the end of the text each time.
-class PlainWriter : public TextWriter<PlainWriter> {
-  public:
-    explicit PlainWriter(char* buffer) : out(buffer) {
-        *out = '\0';
-    }
-    void appendConstant(const char* piece) {
-        std::strcat(out, piece);
-    }
-    void appendValue(const char* value) {
+        std::strcat(out, std::exchange(isFirstMember, false) ? key.firstMember : key.furtherMember);
         std::strcat(out, value);
+        std::strcat(out, "\"");
     }
 
   private:
     char* out;
-};
-
-// The limit: remembers constant texts and formatted values in turn, so that they can be copied one after the
-// other with nothing left to format.
-class PieceWriter : public TextWriter<PieceWriter> {
-  public:
-    void appendConstant(const char* piece) {
-        constant += piece;
-    }
-    void appendValue(const char* value) {
-        pieces.push_back(std::exchange(constant, {}));
-        pieces.emplace_back(value);
-    }
-
-    // Copies all pieces, and a terminator behind them. Returns the text's length.
-    std::size_t copyTo(char* out) const {
-        char* next = out;
-        for (const std::string& piece : pieces) {
-            next = static_cast<char*>(std::memcpy(next, piece.data(), piece.size())) + piece.size();
-        }
-        std::memcpy(next, constant.c_str(), constant.size() + 1);
-        return static_cast<std::size_t>(next - out) + constant.size();
-    }
-
-  private:
-    std::vector<std::string> pieces;
-    std::string constant; // what stands between two values
+    bool isAfterComma = false;
+    bool isFirstMember = true;
 };
 
 // Builds the whole object, then dumps it.

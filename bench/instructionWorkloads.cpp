@@ -21,7 +21,6 @@
 #include <jansson.h>
 #include <valgrind/callgrind.h>
 
-#include <algorithm>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -47,15 +46,9 @@ void measureDocuments() {
     });
 }
 
-void measureCollection(const char* name, const StreamShape& shape) {
+void measureCollection(const std::string& name, const StreamShape& shape) {
     loadStream(shape);
-    measure(std::string("collection/") + name, [] { collectPids(newestRecords.pat.programCount); });
-}
-
-void changeLastBytes(std::vector<PublishedRecord>& records) {
-    for (PublishedRecord& record : records) {
-        record.bytes.back() = static_cast<char>(record.bytes.back() ^ 1);
-    }
+    measure("collection/" + name, [] { collectPids(newestRecords.pat.programCount); });
 }
 
 // One rotation of the nine topics a run. Two different rotations in turn change every record.
@@ -85,7 +78,7 @@ void serve(const std::string& request, MpegSession& session, FeedContext& feed) 
 }
 
 // A client's request from its parsing to its document, and the stop that follows it.
-void measureSession(const char* name, const char* request, std::initializer_list<Topic> published) {
+void measureSession(const std::string& name, const char* request, std::initializer_list<Topic> published) {
     loadFullTables();
     std::vector<PublishedRecord> script;
     for (const Topic& topic : published) {
@@ -95,7 +88,7 @@ void measureSession(const char* name, const char* request, std::initializer_list
     MpegSession session{};
     session.docSocket = documentSocket();
     FeedContext feed{};
-    measure(std::string("session/") + name, [&] {
+    measure("session/" + name, [&] {
         serve(request, session, feed);
         serve(R"({"dataStream": "pidData", "status": "off"})", session, feed);
     });

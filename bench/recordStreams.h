@@ -5,7 +5,7 @@
 
 #include <zmq.hpp>
 
-#include <atomic>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -13,9 +13,18 @@
 // detection reads each record to its end either way.
 class Rotation {
   public:
-    explicit Rotation(bool changing);
+    explicit Rotation(bool changing) : changes(changing), first(allPublishedNow()), second(first) {
+        changeLastBytes(second);
+    }
 
-    void publishAll(zmq::socket_t& publisher);
+    void publishAll(zmq::socket_t& publisher) {
+        for (const PublishedRecord& record : changes&& turn++ % 2 == 1 ? second : first) {
+            if (publisher.send(zmq::buffer(std::string_view(record.topic->name)), zmq::send_flags::sndmore)) {
+                publisher.send(zmq::str_buffer("1"), zmq::send_flags::sndmore);
+                publisher.send(zmq::buffer(record.bytes), zmq::send_flags::none);
+            }
+        }
+    }
 
   private:
     bool changes;
@@ -24,45 +33,66 @@ class Rotation {
     std::vector<PublishedRecord> second;
 };
 
-// Published over TCP by a thread with a context of its own, as fast as they are taken. The publisher waits
-// for its subscriber, so that nothing is lost, and does not get far ahead of it.
-class WireStream {
+// From the wire, it is published over TCP by a thread with a context of its own, as fast as it is taken: the
+// publisher waits for its subscriber, so that nothing is lost, and does not get far ahead of it. Else it is
+// queued, published within the process before it is received.
+class RecordStream {
   public:
-    static constexpr int rotationsOfATurn = 60;
+    RecordStream(bool wire, bool changing)
+        : fromWire(wire), rotation(changing), receiving(wire ? otherContext : context, ZMQ_SUB) {
+        for (zmq::socket_t* end : {&publisher, &receiving}) {
+            end->set(zmq::sockopt::linger, 0);
+            end->set(zmq::sockopt::sndhwm, fromWire ? messagesOnTheWay : 0);
+            end->set(zmq::sockopt::rcvhwm, fromWire ? messagesOnTheWay : 0);
+            end->set(zmq::sockopt::sndbuf, bytesOnTheWay);
+            end->set(zmq::sockopt::rcvbuf, bytesOnTheWay);
+        }
+        publisher.bind(fromWire ? "tcp://127.0.0.1:*" : "inproc://records");
+        receiving.set(zmq::sockopt::subscribe, "");
+        receiving.connect(publisher.get(zmq::sockopt::last_endpoint));
+        if (fromWire) {
+            publisher.set(zmq::sockopt::xpub_nodrop, true);
+            publisher.set(zmq::sockopt::sndtimeo, 100); // so that the thread sees the end
+            thread = std::jthread([this](const std::stop_token& stopping) {
+                while (!stopping.stop_requested()) {
+                    rotation.publishAll(publisher);
+                }
+            });
+        }
+    }
 
-    explicit WireStream(bool changing);
+    // Few enough that what is queued stays in the cache, as new messages do.
+    int rotationsOfATurn() const {
+        return fromWire ? 60 : 10;
+    }
 
-    // Receives what has piled up on the way while the last turn was slower than the publisher.
-    void prepareTurn();
+    // Publishes what the turn receives, or receives what has piled up on the way while the last turn was
+    // slower than the publisher.
+    void prepareTurn() {
+        for (int k = 0; !fromWire && k < rotationsOfATurn(); ++k) {
+            rotation.publishAll(publisher);
+        }
+        zmq::message_t part;
+        for (std::size_t parts = fromWire ? 3 * rotationsToSettle * topics.size() : 0; parts > 0; --parts) {
+            static_cast<void>(receiving.recv(part));
+        }
+    }
+
     void* subscriber() {
         return receiving.handle();
     }
 
   private:
-    zmq::context_t publishingContext;
-    zmq::socket_t publisher{publishingContext, zmq::socket_type::pub};
-    zmq::context_t receivingContext;
-    zmq::socket_t receiving{receivingContext, zmq::socket_type::sub};
+    // What may pile up at each of the two ends, and more than all that can.
+    static constexpr int messagesOnTheWay = 50;
+    static constexpr int bytesOnTheWay = 128 * 1024;
+    static constexpr int rotationsToSettle = 20;
+
+    bool fromWire;
     Rotation rotation;
-    std::jthread thread; // ended first
-};
-
-// Published within the process before they are received.
-class QueuedStream {
-  public:
-    static constexpr int rotationsOfATurn = 10; // few enough to stay in the cache, as new messages do
-
-    explicit QueuedStream(bool changing);
-
-    // Publishes what the turn receives.
-    void prepareTurn();
-    void* subscriber() {
-        return receiving.handle();
-    }
-
-  private:
     zmq::context_t context;
-    zmq::socket_t publisher{context, zmq::socket_type::pub};
-    zmq::socket_t receiving{context, zmq::socket_type::sub};
-    Rotation rotation;
+    zmq::context_t otherContext;
+    zmq::socket_t publisher{context, ZMQ_PUB};
+    zmq::socket_t receiving;
+    std::jthread thread; // ended first
 };

@@ -39,3 +39,5 @@ PublishedRecord publishedNow(const Topic& topic);
 
 // The newest records of all nine topics, in the order of the topic table.
 std::vector<PublishedRecord> allPublishedNow();
+
+void changeLastBytes(std::vector<PublishedRecord>& records);
