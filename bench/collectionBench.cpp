@@ -24,17 +24,17 @@ struct Subject {
 // the first ones fill it with PIDs that get a type. With PIDs that no program claims, the table is as long,
 // but the console lines about those PIDs are what takes the time, in both collections alike.
 constexpr StreamShape worstCase{maxPids, maxPmtSlots, maxAudioTracks, maxPrivatePids, maxEcmPids, true};
-constexpr StreamShape worstCasePrinted{maxPids,        maxPmtSlots, maxAudioTracks,
-                                       maxPrivatePids, maxEcmPids,  false};
 
 std::vector<Subject> makeSubjects() {
+    StreamShape printed = worstCase;
+    printed.listsComponents = false;
     std::vector<Subject> subjects{
         {"collection/16 PIDs", {16, 3, 1, 0, 0, true}},
         {"collection/64 PIDs", {64, 10, 2, 1, 1, true}},
         {"collection/128 PIDs", {128, 21, 2, 1, 1, true}},
         {"collection/256 PIDs", {256, 50, 2, 1, 0, true}},
         {"collection/worst case", worstCase},
-        {"collection/worst case, 249 PIDs printed", worstCasePrinted},
+        {"collection/worst case, 249 PIDs printed", printed},
     };
     for (int pids = 32; pids <= maxPids; pids += 32) {
         StreamShape shape = worstCase;

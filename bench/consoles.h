@@ -2,81 +2,48 @@
 // to /dev/null.
 #pragma once
 
-#include <fcntl.h>
-#include <sys/types.h>
 #include <unistd.h>
 
-#include <array>
 #include <cstdio>
 #include <cstdlib>
-#include <thread>
 
-enum class Console { file, pipe, null };
+struct Console {
+    const char* name;
+    std::FILE* (*open)();
+    int (*close)(std::FILE* file);
+};
 
-inline const char* nameOf(Console console) {
-    static constexpr std::array names{"file", "pipe", "/dev/null"};
-    return names[static_cast<std::size_t>(console)];
-}
+inline const Console consoles[]{
+    {"file", std::tmpfile, std::fclose},
+    {"pipe", [] { return popen("exec cat >/dev/null", "we"); }, pclose},
+    {"/dev/null", [] { return std::fopen("/dev/null", "we"); }, std::fclose},
+};
 
-// Leads standard output to a console for as long as it lives.
+// Leads standard output to the console for as long as it lives.
 class ConsoleTo {
   public:
-    explicit ConsoleTo(Console console) : saved(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0)) {
-        switch (console) {
-        case Console::file:
-            lead(fileno(require(std::tmpfile())));
-            break;
-        case Console::pipe:
-            leadToPipe();
-            break;
-        case Console::null:
-            lead(fileno(require(std::fopen("/dev/null", "w"))));
-            break;
-        }
+    explicit ConsoleTo(const Console& chosen)
+        : console(chosen), saved(dup(STDOUT_FILENO)), file(console.open()) {
+        lead(fileno(file));
     }
     ~ConsoleTo() {
-        std::fflush(stdout);
-        dup2(saved, STDOUT_FILENO);
+        lead(saved);
         close(saved);
-        if (target != nullptr) {
-            std::fclose(target);
-        }
+        console.close(file);
     }
     ConsoleTo(const ConsoleTo&) = delete;
     ConsoleTo& operator=(const ConsoleTo&) = delete;
 
   private:
-    std::FILE* require(std::FILE* file) {
-        if (file == nullptr) {
+    static void lead(int descriptor) {
+        std::fflush(stdout);
+        if (dup2(descriptor, STDOUT_FILENO) < 0) {
             std::perror("bench: the console cannot be opened");
             std::exit(1);
         }
-        return target = file;
     }
 
-    static void lead(int descriptor) {
-        std::fflush(stdout);
-        dup2(descriptor, STDOUT_FILENO);
-    }
-
-    void leadToPipe() {
-        std::array<int, 2> ends{};
-        if (pipe2(ends.data(), O_CLOEXEC) != 0) {
-            std::perror("bench: no pipe for the console");
-            std::exit(1);
-        }
-        lead(ends[1]);
-        close(ends[1]);
-        // Ends once standard output leads elsewhere.
-        reader = std::jthread([descriptor = ends[0]] {
-            std::array<char, 65536> lines{};
-            while (read(descriptor, lines.data(), lines.size()) > 0) {
-            }
-            close(descriptor);
-        });
-    }
-
+    const Console& console;
     int saved;
-    std::FILE* target = nullptr;
-    std::jthread reader; // ended last, when nobody writes into its pipe any more
+    std::FILE* file;
 };

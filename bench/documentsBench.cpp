@@ -2,17 +2,10 @@
 // the finished text, and memcpy of its pieces one after the other with every value formatted beforehand.
 //
 // Before anything is timed, each peer's text is compared with the builder's, byte for byte, and a difference
-// ends the program. The documents are chosen so that they have none of their irregular commas, which two of
-// the peers could not write.
+// ends the program.
 #include "benchMain.h"
-#include "documentWorkloads.h"
-#include "documentWriters.h"
-#include "pieceWriter.h"
-
-#include "feed/recordStore.h"
-#include "serviceNames.h"
-
-#include <benchmark/benchmark.h>
+#include "documentPeers.h"
+#include "documents.h"
 
 #include <functional>
 #include <string>
@@ -24,109 +17,85 @@ DocumentBuffer built;
 DocumentBuffer peerBuilt;
 rapidjson::StringBuffer rapidJsonBuilt;
 
-// One document, and what the peers write for it.
-struct Subject : DocumentWorkload {
-    std::function<void(PlainWriter& out)> plain;
-    std::function<void(JanssonWriter& out)> jansson;
-    std::function<void(RapidJsonWriter& out)> rapidJson;
-    std::function<void(PieceWriter& out)> pieces;
-};
-
-template <typename Write>
-Subject withPeers(const char* name, Write write) {
-    return {documentWorkload(name), write, write, write, write};
+// Google Benchmark runs each of these by itself, so each loads its own records first.
+void addBenchmark(const std::string& document, const char* contestant, void (*load)(),
+                  const std::function<void()>& run) {
+    benchmark::RegisterBenchmark((document + "|" + contestant).c_str(), [=](benchmark::State& state) {
+        load();
+        for (auto _ : state) {
+            run();
+            benchmark::ClobberMemory();
+        }
+    });
 }
 
-Subject pidListOf(const char* name, int pids) {
-    return withPeers(name, [pids](auto& out) { writePidList(out, pids, aggStreamRate); });
-}
+std::string peerText;
+using Take = void (*)(const char* text);
 
-const std::vector<Subject> subjects{
-    pidListOf("PidList/1", 1),
-    pidListOf("PidList/16", 16),
-    pidListOf("PidList/64", 64),
-    pidListOf("PidList/108", 108),
-    withPeers("PgmList/60", [](auto& out) { writePgmList(out, newestRecords.sdt); }),
-    withPeers(
-        "PgmDetail",
-        [](auto& out) { writePgmDetail(out, newestRecords.pmt.slots[1], newestRecords.avPgm.slots[1]); }),
-    withPeers("PAT/60", [](auto& out) { writePat(out, newestRecords.pat); }),
-    withPeers("CAT/10", [](auto& out) { writeCat(out, newestRecords.cat); }),
-    withPeers("NIT/10", [](auto& out) { writeNit(out, newestRecords.nit); }),
-    withPeers("SDT/60", [](auto& out) { writeSdt(out, newestRecords.sdt); }),
-    withPeers("EIT/60", [](auto& out) { writeEit(out, newestRecords.eit); }),
-    withPeers("TDT", [](auto& out) { writeTdt(out, newestRecords.tdt); }),
-};
-
-void requireSame(const Subject& subject, const char* peer, const char* text) {
-    if (std::strcmp(text, built) != 0) {
-        std::fprintf(stderr, "%s: %s writes another document\n%s\n%s\n", subject.name, peer, text, built);
+// A peer. write hands over its text, which is there until take returns.
+void addPeer(const std::string& document, const char* peer, void (*load)(),
+             const std::function<void(Take take)>& write) {
+    write([](const char* text) { peerText = text; });
+    if (peerText != built) {
+        std::fprintf(stderr, "%s: %s writes another document\n%s\n%s\n", document.c_str(), peer,
+                     peerText.c_str(), built);
         std::exit(1);
     }
+    addBenchmark(document, peer, load,
+                 [=] { write([](const char* text) { benchmark::DoNotOptimize(text); }); });
 }
 
-void requireSameDocuments(const Subject& subject) {
-    subject.load();
-    subject.build(built);
-    PlainWriter plain(peerBuilt);
-    subject.plain(plain);
-    requireSame(subject, "snprintf and strcat", peerBuilt);
-    JanssonWriter jansson;
-    subject.jansson(jansson);
-    requireSame(subject, "Jansson", jansson.result());
-    RapidJsonWriter rapidJson(rapidJsonBuilt);
-    subject.rapidJson(rapidJson);
-    requireSame(subject, "RapidJSON", rapidJson.result());
-    PieceWriter pieces;
-    subject.pieces(pieces);
-    pieces.copyTo(peerBuilt);
-    requireSame(subject, "copy of pieces", peerBuilt);
+// Constant texts and values in turn. Behind the envelope, a value stands between "\":\"" and a quote.
+std::vector<std::string> piecesOf(const std::string& text) {
+    std::vector<std::string> pieces;
+    std::size_t begin = 0;
+    std::size_t name = text.find("\":{");
+    while ((name = text.find("\":\"", name)) != std::string::npos) {
+        const std::size_t value = name + 3;
+        name = text.find('"', value);
+        pieces.push_back(text.substr(begin, value - begin));
+        pieces.push_back(text.substr(value, name - value));
+        begin = name;
+    }
+    pieces.push_back(text.substr(begin));
+    return pieces;
 }
 
-// Google Benchmark runs each of these by itself, so each loads its own records first.
-void addBenchmark(const Subject& subject, const char* contestant, const std::function<void()>& run) {
-    benchmark::RegisterBenchmark((std::string(subject.name) + "|" + contestant).c_str(),
-                                 [load = subject.load, run](benchmark::State& state) {
-                                     load();
-                                     for (auto _ : state) {
-                                         run();
-                                         benchmark::ClobberMemory();
-                                     }
-                                 });
-}
-
-void addSubject(const Subject& subject) {
-    addBenchmark(subject, "mpegFE", [&subject] { benchmark::DoNotOptimize(subject.build(built)); });
-    addBenchmark(subject, "snprintf+strcat", [&subject] {
+template <typename Build, typename ShapeOf>
+void addDocument(const char* name, void (*load)(), Build build, ShapeOf shapeOf) {
+    load();
+    const std::size_t length = build(built);
+    addBenchmark(name, "mpegFE", load, [=] { benchmark::DoNotOptimize(build(built)); });
+    addPeer(name, "snprintf+strcat", load, [=](Take take) {
         PlainWriter writer(peerBuilt);
-        subject.plain(writer);
-        benchmark::DoNotOptimize(writer.length());
+        tell(writer, shapeOf());
+        take(peerBuilt);
     });
-    addBenchmark(subject, "Jansson", [&subject] {
+    addPeer(name, "Jansson", load, [=](Take take) {
         JanssonWriter writer;
-        subject.jansson(writer);
-        benchmark::DoNotOptimize(writer.result());
+        tell(writer, shapeOf());
+        take(writer.result());
     });
-    addBenchmark(subject, "RapidJSON", [&subject] {
+    addPeer(name, "RapidJSON", load, [=](Take take) {
         RapidJsonWriter writer(rapidJsonBuilt);
-        subject.rapidJson(writer);
-        benchmark::DoNotOptimize(writer.result());
+        tell(writer, shapeOf());
+        take(writer.result());
     });
-    subject.load();
-    PieceWriter pieces;
-    subject.pieces(pieces);
-    addBenchmark(subject, "pieces", [pieces] { benchmark::DoNotOptimize(pieces.copyTo(peerBuilt)); });
-    const std::size_t length = subject.build(built);
-    addBenchmark(subject, "memcpy", [length] { std::memcpy(peerBuilt, built, length + 1); });
+    addPeer(name, "pieces", load, [pieces = piecesOf(built)](Take take) {
+        char* next = peerBuilt;
+        for (const std::string& piece : pieces) {
+            next = static_cast<char*>(std::memcpy(next, piece.data(), piece.size())) + piece.size();
+        }
+        *next = '\0';
+        take(peerBuilt);
+    });
+    addBenchmark(name, "memcpy", load, [=] { std::memcpy(peerBuilt, built, length + 1); });
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
     sendConsoleNowhere();
-    for (const Subject& subject : subjects) {
-        requireSameDocuments(subject);
-        addSubject(subject);
-    }
+    forEachDocument([](auto... document) { addDocument(document...); });
     return runBenchmarks(argc, argv);
 }

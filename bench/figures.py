@@ -13,7 +13,7 @@ MEGABYTE = 1e6
 
 @dataclass(frozen=True)
 class Figure:
-    """One cell of a table. A target is a sense, ">=" or "<=", and a limit; without one it only informs."""
+    """One cell of a table. A target is a sense, ">=" or "<=", and a limit; without a sense it only informs."""
 
     subject: str
     against: str

@@ -6,10 +6,9 @@
 //
 // usage: instructionWorkloads [--toolchain]     --toolchain: prints what the counts depend on
 #include "benchMain.h"
-#include "documentWorkloads.h"
+#include "documents.h"
 #include "replay/recording.h"
 #include "replayedSockets.h"
-#include "workloads.h"
 
 #include "feed/reception.h"
 #include "feed/recordStore.h"
@@ -22,7 +21,6 @@
 #include <jansson.h>
 #include <valgrind/callgrind.h>
 
-#include <algorithm>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -39,24 +37,18 @@ void measure(const std::string& name, Work work) {
     CALLGRIND_DUMP_STATS_AT(name.c_str());
 }
 
+DocumentBuffer document;
+
 void measureDocuments() {
-    static DocumentBuffer document;
-    for (const DocumentWorkload& workload : documentWorkloads()) {
-        workload.load();
-        measure(std::string("document/") + workload.name,
-                [&] { benchmark::DoNotOptimize(workload.build(document)); });
-    }
+    forEachDocument([](const char* name, void (*load)(), auto build, auto) {
+        load();
+        measure(std::string("document/") + name, [=] { benchmark::DoNotOptimize(build(document)); });
+    });
 }
 
-void measureCollection(const char* name, const StreamShape& shape) {
+void measureCollection(const std::string& name, const StreamShape& shape) {
     loadStream(shape);
-    measure(std::string("collection/") + name, [] { collectPids(newestRecords.pat.programCount); });
-}
-
-void changeLastBytes(std::vector<PublishedRecord>& records) {
-    for (PublishedRecord& record : records) {
-        record.bytes.back() = static_cast<char>(record.bytes.back() ^ 1);
-    }
+    measure("collection/" + name, [] { collectPids(newestRecords.pat.programCount); });
 }
 
 // One rotation of the nine topics a run. Two different rotations in turn change every record.
@@ -86,7 +78,7 @@ void serve(const std::string& request, MpegSession& session, FeedContext& feed) 
 }
 
 // A client's request from its parsing to its document, and the stop that follows it.
-void measureSession(const char* name, const char* request, std::initializer_list<Topic> published) {
+void measureSession(const std::string& name, const char* request, std::initializer_list<Topic> published) {
     loadFullTables();
     std::vector<PublishedRecord> script;
     for (const Topic& topic : published) {
@@ -96,7 +88,7 @@ void measureSession(const char* name, const char* request, std::initializer_list
     MpegSession session{};
     session.docSocket = documentSocket();
     FeedContext feed{};
-    measure(std::string("session/") + name, [&] {
+    measure("session/" + name, [&] {
         serve(request, session, feed);
         serve(R"({"dataStream": "pidData", "status": "off"})", session, feed);
     });
@@ -106,11 +98,10 @@ std::vector<PublishedRecord> readRecording(const char* path) {
     board::RecordingReader reader(path);
     std::vector<PublishedRecord> script;
     while (const std::optional<board::RecordedMessage> message = reader.next()) {
-        const auto* topic = std::find_if(topics.begin(), topics.end(), [&](const Topic& candidate) {
-            return candidate.name == message->topic;
-        });
-        if (topic != topics.end()) {
-            script.push_back({topic, {message->record.begin(), message->record.end()}});
+        for (const Topic& topic : topics) {
+            if (topic.name == message->topic) {
+                script.push_back({&topic, {message->record.begin(), message->record.end()}});
+            }
         }
     }
     return script;

@@ -11,7 +11,7 @@ BUILD = ROOT / "build" / "bench"
 RESULTS = ROOT / "bench" / "results"
 SERVICE = BUILD / "src" / "mpegFE"
 BARE_SOCKETS = BUILD / "bench" / "bareSockets"
-ALLOCATION_COUNTER = BUILD / "bench" / "liballocationCounter.so"
+HEAP_COUNTER = BUILD / "tests" / "support" / "libheapCounter.so"
 
 
 @dataclass(frozen=True)
@@ -25,12 +25,13 @@ class Program:
     cost: str  # key of the figure in Google Benchmark's results
 
 
+PROCESSES = (SERVICE, BARE_SOCKETS, HEAP_COUNTER)
 PROGRAMS = {
     "documents": Program("documentsBench", (), 15, 0.03, "cpu_time"),
     "collection": Program("collectionBench", (), 15, 0.02, "cpu_time"),
     "reception": Program("receptionBench", (), 15, 0, "mpegFE"),
-    "requests": Program("requestBench", (SERVICE, BARE_SOCKETS), 15, 0, "toDocument"),
-    "footprint": Program("footprintBench", (SERVICE, BARE_SOCKETS, ALLOCATION_COUNTER), 15, 0, "real_time"),
+    "requests": Program("processBench", (*PROCESSES, "--benchmark_filter=^request"), 15, 0, "toDocument"),
+    "footprint": Program("processBench", (*PROCESSES, "--benchmark_filter=-^request"), 15, 0, "real_time"),
 }
 
 

@@ -3,19 +3,17 @@
 //
 // "from the wire" is the service's own way: PUB and SUB over TCP, the publisher sending as fast as it is
 // taken. "queued" has the messages wait in the socket already, so that it shows what reception costs by
-// itself. A third contestant is the bare loop that prints the same console lines, which the contract asks for
-// whoever receives.
+// itself. A third contestant is the bare loop that prints the same console lines, which whoever receives has
+// to print.
 //
 // The contestants take short turns at the same stream within one benchmark, so that whatever else goes on
 // meets them all alike. The counters are seconds for a message, the median of a contestant's turns.
 #include "benchMain.h"
 #include "consoles.h"
 #include "recordStreams.h"
-#include "workloads.h"
 
 #include "feed/reception.h"
 #include "feed/recordStore.h"
-#include "serviceNames.h"
 
 #include <zmq.h>
 
@@ -32,42 +30,39 @@ constexpr int turns = 15; // of each contestant in a repetition
 
 // --- the contestants: each receives one message ----------------------------------------------------------
 
-struct ReceivedMessage {
-    std::array<char, maxTopicLength + 1> topic;
-    std::array<char, 10> secondPart;
-    std::array<char, sizeof(AvPgmRecord)> record; // the longest of the nine
-    int topicLength;
-    int recordLength;
-};
+char receivedTopic[maxTopicLength + 1];
+char receivedRecord[sizeof(AvPgmRecord)]; // the longest of the nine
 
-ReceivedMessage received;
+// Returns the record's length.
+int receiveParts(void* socket) {
+    const int topicLength = zmq_recv(socket, receivedTopic, maxTopicLength, 0);
+    receivedTopic[std::max(topicLength, 0)] = '\0';
+    char secondPart[10];
+    zmq_recv(socket, secondPart, sizeof secondPart, 0);
+    return zmq_recv(socket, receivedRecord, sizeof receivedRecord, 0);
+}
 
 void receiveBare(void* socket) {
-    received.topicLength = zmq_recv(socket, received.topic.data(), maxTopicLength, 0);
-    zmq_recv(socket, received.secondPart.data(), received.secondPart.size(), 0);
-    received.recordLength = zmq_recv(socket, received.record.data(), received.record.size(), 0);
+    receiveParts(socket);
 }
 
 void receiveBareAndPrint(void* socket) {
-    receiveBare(socket);
-    received.topic[static_cast<std::size_t>(received.topicLength)] = '\0';
-    std::printf("MPEGtopic received: %s\n", received.topic.data());
-    for (const auto& [topic, captureBits, brokenText, announce, report] : receivedTopics) {
-        if (std::strcmp(topic.name, received.topic.data()) != 0) {
-            continue;
-        }
-        if (announce != nullptr) {
-            announce(topic.name);
-        }
-        if (report != nullptr) {
-            report(topic.name, static_cast<int>(topic.size), received.recordLength);
-        }
-        if (topic.bit == patBit) {
-            PatRecord pat;
-            std::memcpy(&pat, received.record.data(), sizeof pat);
-            std::printf("PAT Newstream Flag %d PIDs %d\n", pat.newStreamFlag, pat.pidListCount);
-        }
-        return;
+    const int length = receiveParts(socket);
+    std::printf("MPEGtopic received: %s\n", receivedTopic);
+    const auto* row =
+        std::find_if(receivedTopics.begin(), receivedTopics.end(), [](const ReceivedTopic& candidate) {
+            return std::strcmp(candidate.topic.name, receivedTopic) == 0;
+        });
+    if (row->announce != nullptr) {
+        row->announce(receivedTopic);
+    }
+    if (row->report != nullptr) {
+        row->report(receivedTopic, static_cast<int>(row->topic.size), length);
+    }
+    if (row->topic.bit == patBit) {
+        PatRecord pat;
+        std::memcpy(&pat, receivedRecord, sizeof pat);
+        std::printf("PAT Newstream Flag %d PIDs %d\n", pat.newStreamFlag, pat.pidListCount);
     }
 }
 
@@ -94,16 +89,15 @@ constexpr std::array contestants{
 // --- taking turns ----------------------------------------------------------------------------------------
 
 // Seconds for one message.
-template <typename Stream>
-double timeTurn(Stream& stream, const Contestant& contestant) {
+double timeTurn(RecordStream& stream, const Contestant& contestant) {
     using Clock = std::chrono::steady_clock;
     stream.prepareTurn();
-    constexpr std::size_t messages = Stream::rotationsOfATurn * topics.size();
+    const std::size_t messages = static_cast<std::size_t>(stream.rotationsOfATurn()) * topics.size();
     const Clock::time_point start = Clock::now();
     for (std::size_t message = 0; message < messages; ++message) {
         contestant.receive(stream.subscriber());
     }
-    return std::chrono::duration<double>(Clock::now() - start).count() / messages;
+    return std::chrono::duration<double>(Clock::now() - start).count() / static_cast<double>(messages);
 }
 
 double median(std::vector<double>& samples) {
@@ -112,10 +106,9 @@ double median(std::vector<double>& samples) {
     return *middle;
 }
 
-template <typename Stream>
-void takeTurns(benchmark::State& state, Console console, bool changing) {
+void takeTurns(benchmark::State& state, bool fromWire, bool changing, const Console& console) {
     loadFullTables();
-    Stream stream(changing);
+    RecordStream stream(fromWire, changing);
     const ConsoleTo leading(console);
     for (auto _ : state) {
         std::array<std::vector<double>, contestants.size()> seconds;
@@ -130,25 +123,20 @@ void takeTurns(benchmark::State& state, Console console, bool changing) {
     }
 }
 
-void addBenchmarks(Console console, bool changing) {
-    const std::string circumstances =
-        std::string(changing ? ", changed" : ", unchanged") + ", console to " + nameOf(console) + "|turns";
-    benchmark::RegisterBenchmark(
-        ("reception/from the wire" + circumstances).c_str(),
-        [=](benchmark::State& state) { takeTurns<WireStream>(state, console, changing); })
-        ->Iterations(1);
-    benchmark::RegisterBenchmark(("reception/queued" + circumstances).c_str(), [=](benchmark::State& state) {
-        takeTurns<QueuedStream>(state, console, changing);
-    })->Iterations(1);
-}
-
 } // namespace
 
 int main(int argc, char** argv) {
     sendConsoleNowhere();
-    for (const Console console : {Console::file, Console::pipe, Console::null}) {
+    for (const Console& console : consoles) {
         for (const bool changing : {false, true}) {
-            addBenchmarks(console, changing);
+            for (const bool fromWire : {true, false}) {
+                const std::string name = std::string("reception/") + (fromWire ? "from the wire" : "queued") +
+                                         (changing ? ", changed" : ", unchanged") + ", console to " +
+                                         console.name + "|turns";
+                benchmark::RegisterBenchmark(name.c_str(), [&, fromWire, changing](benchmark::State& state) {
+                    takeTurns(state, fromWire, changing, console);
+                })->Iterations(1);
+            }
         }
     }
     return runBenchmarks(argc, argv);

@@ -1,55 +1,30 @@
 // Endless streams of published records to receive, all nine topics in rotation.
 #pragma once
 
-#include "publishedRecords.h"
+#include "workloads.h"
 
-#include <zmq.h>
+#include <zmq.hpp>
 
-#include <atomic>
+#include <string_view>
 #include <thread>
 #include <vector>
-
-// A context that ends with its sockets.
-class Context {
-  public:
-    Context();
-    ~Context();
-    Context(const Context&) = delete;
-    Context& operator=(const Context&) = delete;
-
-    void* get() const {
-        return context;
-    }
-
-  private:
-    void* context;
-};
-
-// A socket that is closed without waiting for what is unsent.
-class Socket {
-  public:
-    Socket(const Context& context, int type);
-    ~Socket();
-    Socket(const Socket&) = delete;
-    Socket& operator=(const Socket&) = delete;
-
-    void set(int option, int value);
-    void subscribeToEverything();
-    void* get() const {
-        return socket;
-    }
-
-  private:
-    void* socket;
-};
 
 // Nine records that never change, or in turn nine more that differ from them in the last byte: the change
 // detection reads each record to its end either way.
 class Rotation {
   public:
-    explicit Rotation(bool changing);
+    explicit Rotation(bool changing) : changes(changing), first(allPublishedNow()), second(first) {
+        changeLastBytes(second);
+    }
 
-    void publishAll(void* publisher);
+    void publishAll(zmq::socket_t& publisher) {
+        for (const PublishedRecord& record : changes&& turn++ % 2 == 1 ? second : first) {
+            if (publisher.send(zmq::buffer(std::string_view(record.topic->name)), zmq::send_flags::sndmore)) {
+                publisher.send(zmq::str_buffer("1"), zmq::send_flags::sndmore);
+                publisher.send(zmq::buffer(record.bytes), zmq::send_flags::none);
+            }
+        }
+    }
 
   private:
     bool changes;
@@ -58,51 +33,66 @@ class Rotation {
     std::vector<PublishedRecord> second;
 };
 
-// Published over TCP by a thread with a context of its own, as fast as they are taken. The publisher waits
-// for its subscriber, so that nothing is lost, and does not get far ahead of it.
-class WireStream {
+// From the wire, it is published over TCP by a thread with a context of its own, as fast as it is taken: the
+// publisher waits for its subscriber, so that nothing is lost, and does not get far ahead of it. Else it is
+// queued, published within the process before it is received.
+class RecordStream {
   public:
-    static constexpr int rotationsOfATurn = 60;
+    RecordStream(bool wire, bool changing)
+        : fromWire(wire), rotation(changing), receiving(wire ? otherContext : context, ZMQ_SUB) {
+        for (zmq::socket_t* end : {&publisher, &receiving}) {
+            end->set(zmq::sockopt::linger, 0);
+            end->set(zmq::sockopt::sndhwm, fromWire ? messagesOnTheWay : 0);
+            end->set(zmq::sockopt::rcvhwm, fromWire ? messagesOnTheWay : 0);
+            end->set(zmq::sockopt::sndbuf, bytesOnTheWay);
+            end->set(zmq::sockopt::rcvbuf, bytesOnTheWay);
+        }
+        publisher.bind(fromWire ? "tcp://127.0.0.1:*" : "inproc://records");
+        receiving.set(zmq::sockopt::subscribe, "");
+        receiving.connect(publisher.get(zmq::sockopt::last_endpoint));
+        if (fromWire) {
+            publisher.set(zmq::sockopt::xpub_nodrop, true);
+            publisher.set(zmq::sockopt::sndtimeo, 100); // so that the thread sees the end
+            thread = std::jthread([this](const std::stop_token& stopping) {
+                while (!stopping.stop_requested()) {
+                    rotation.publishAll(publisher);
+                }
+            });
+        }
+    }
 
-    explicit WireStream(bool changing);
-    ~WireStream();
-    WireStream(const WireStream&) = delete;
-    WireStream& operator=(const WireStream&) = delete;
+    // Few enough that what is queued stays in the cache, as new messages do.
+    int rotationsOfATurn() const {
+        return fromWire ? 60 : 10;
+    }
 
-    // Receives what has piled up on the way while the last turn was slower than the publisher.
-    void prepareTurn();
-    void* subscriber() const {
-        return receiving.get();
+    // Publishes what the turn receives, or receives what has piled up on the way while the last turn was
+    // slower than the publisher.
+    void prepareTurn() {
+        for (int k = 0; !fromWire && k < rotationsOfATurn(); ++k) {
+            rotation.publishAll(publisher);
+        }
+        zmq::message_t part;
+        for (std::size_t parts = fromWire ? 3 * rotationsToSettle * topics.size() : 0; parts > 0; --parts) {
+            static_cast<void>(receiving.recv(part));
+        }
+    }
+
+    void* subscriber() {
+        return receiving.handle();
     }
 
   private:
-    void publishForEver();
+    // What may pile up at each of the two ends, and more than all that can.
+    static constexpr int messagesOnTheWay = 50;
+    static constexpr int bytesOnTheWay = 128 * 1024;
+    static constexpr int rotationsToSettle = 20;
 
-    Context publishingContext;
-    Socket publisher{publishingContext, ZMQ_PUB};
-    Context receivingContext;
-    Socket receiving{receivingContext, ZMQ_SUB};
+    bool fromWire;
     Rotation rotation;
-    std::atomic<bool> stopping = false;
-    std::jthread thread;
-};
-
-// Published within the process before they are received.
-class QueuedStream {
-  public:
-    static constexpr int rotationsOfATurn = 10; // few enough to stay in the cache, as new messages do
-
-    explicit QueuedStream(bool changing);
-
-    // Publishes what the turn receives.
-    void prepareTurn();
-    void* subscriber() const {
-        return receiving.get();
-    }
-
-  private:
-    Context context;
-    Socket publisher{context, ZMQ_PUB};
-    Socket receiving{context, ZMQ_SUB};
-    Rotation rotation;
+    zmq::context_t context;
+    zmq::context_t otherContext;
+    zmq::socket_t publisher{context, ZMQ_PUB};
+    zmq::socket_t receiving;
+    std::jthread thread; // ended first
 };

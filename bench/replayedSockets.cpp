@@ -12,31 +12,7 @@
 
 namespace {
 
-constexpr std::string_view acknowledgement = R"({"reply": "ack"})";
-
-std::vector<PublishedRecord> messages;
-std::size_t nextMessage;
-int nextPart; // of the three of nextMessage
-
-std::vector<std::string> subscriptions; // of the SUB socket: beginnings of topics
-
-bool isSubscribed(const PublishedRecord& message) {
-    return std::any_of(subscriptions.begin(), subscriptions.end(), [&](const std::string& beginning) {
-        return std::string_view(message.topic->name).starts_with(beginning);
-    });
-}
-
-// Goes on to the next message that is subscribed to.
-void findMessage() {
-    for (std::size_t skipped = 0; skipped < messages.size(); ++skipped) {
-        if (isSubscribed(messages[nextMessage])) {
-            return;
-        }
-        nextMessage = (nextMessage + 1) % messages.size();
-    }
-    std::fputs("the script has no message for the subscriptions\n", stderr);
-    std::exit(1);
-}
+using namespace std::string_view_literals;
 
 // The handles that the wrapped calls give out. Nothing is in them.
 int context;
@@ -44,27 +20,44 @@ int subscriber;
 int instructor;
 int documents;
 
+std::vector<PublishedRecord> messages;
+std::size_t nextMessage;
+std::size_t nextPart;                   // of the three of nextMessage
+std::vector<std::string> subscriptions; // beginnings of topics
+
+bool isSubscribed(const PublishedRecord& message) {
+    return std::any_of(subscriptions.begin(), subscriptions.end(), [&](const std::string& beginning) {
+        return std::string_view(message.topic->name).starts_with(beginning);
+    });
+}
+
+void goOn() {
+    nextMessage = (nextMessage + 1) % messages.size();
+}
+
 std::string_view takePart() {
-    if (nextPart == 0) {
-        findMessage();
+    for (std::size_t skipped = 0; nextPart == 0 && !isSubscribed(messages[nextMessage]); ++skipped) {
+        if (skipped == messages.size()) {
+            std::fputs("the script has no message for the subscriptions\n", stderr);
+            std::exit(1);
+        }
+        goOn();
     }
-    const PublishedRecord& message = messages[nextMessage];
-    const std::array<std::string_view, 3> parts{message.topic->name, "1",
-                                                std::string_view(message.bytes.data(), message.bytes.size())};
-    const std::string_view part = parts[static_cast<std::size_t>(nextPart)];
-    nextPart = (nextPart + 1) % static_cast<int>(parts.size());
+    const auto& [topic, bytes] = messages[nextMessage];
+    const std::string_view part = std::array{std::string_view(topic->name), "1"sv,
+                                             std::string_view(bytes.data(), bytes.size())}[nextPart];
+    nextPart = (nextPart + 1) % 3;
     if (nextPart == 0) {
-        nextMessage = (nextMessage + 1) % messages.size();
+        goOn();
     }
     return part;
 }
 
 std::string_view takeAnswer(const void* socket) {
-    using namespace std::string_view_literals;
     if (socket == &subscriber) {
         return takePart();
     }
-    return socket == &documents ? acknowledgement : "\1\0"sv;
+    return socket == &documents ? R"({"reply": "ack"})"sv : "\1\0"sv;
 }
 
 } // namespace
@@ -115,10 +108,7 @@ int __wrap_zmq_setsockopt(void*, int option, const void* value, std::size_t leng
     if (option == ZMQ_SUBSCRIBE) {
         subscriptions.push_back(beginning);
     } else if (option == ZMQ_UNSUBSCRIBE) {
-        const auto found = std::find(subscriptions.begin(), subscriptions.end(), beginning);
-        if (found != subscriptions.end()) {
-            subscriptions.erase(found);
-        }
+        std::erase(subscriptions, beginning); // the service subscribes to none twice
     }
     return 0;
 }

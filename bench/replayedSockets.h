@@ -5,7 +5,7 @@
 // request answered at once, an instruction by two bytes and a document by an "ack".
 #pragma once
 
-#include "publishedRecords.h"
+#include "workloads.h"
 
 #include <vector>
 

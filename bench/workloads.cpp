@@ -1,7 +1,6 @@
 #include "workloads.h"
 
 #include "feed/recordStore.h"
-#include "serviceNames.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -12,6 +11,7 @@ namespace {
 
 constexpr std::uint16_t firstPmtPid = 0x100;
 constexpr std::uint16_t pidsPerProgram = 64;
+constexpr std::uint16_t mjd = 60000; // of the EIT and the TDT
 
 std::uint16_t componentPid(int program, int component) {
     return static_cast<std::uint16_t>(firstPmtPid + program * pidsPerProgram + component);
@@ -122,14 +122,9 @@ void loadFullTables() {
     eit.tableId = 0x4e;
     eit.eventCount = maxEvents;
     for (int k = 0; k < maxEvents; ++k) {
-        EitEvent& event = eit.events[k];
-        event.eventId = static_cast<std::uint16_t>(4096 + k);
-        event.startDateMjd = 60000;
-        std::strcpy(event.startTime, "20:15:00");
-        std::strcpy(event.duration, "01:30:00");
-        std::strcpy(event.language, "eng");
-        setText(event.eventName, "Evening News, edition %d", k);
-        setText(event.description, "Headlines of day %d", k);
+        eit.events[k] = {static_cast<std::uint16_t>(4096 + k), mjd, "20:15:00", "01:30:00", "eng", "", ""};
+        setText(eit.events[k].eventName, "Evening News, edition %d", k);
+        setText(eit.events[k].description, "Headlines of day %d", k);
     }
     CatRecord& cat = newestRecords.cat;
     cat.tableId = 1;
@@ -147,9 +142,7 @@ void loadFullTables() {
         nit.descriptorEntries[k].descriptorType = 0x41;
         setText(nit.descriptorEntries[k].descriptorText, "0x01F5/1 0x01F6/1 0x01F7/1 entry %d", k);
     }
-    newestRecords.tdt.tableId = 0x70;
-    newestRecords.tdt.dateMjd = 60000;
-    std::strcpy(newestRecords.tdt.timeOfDay, "12:34:56");
+    newestRecords.tdt = {{}, mjd, "12:34:56", 0x70, {}, 0.0F};
 }
 
 void loadFullPat() {
@@ -157,5 +150,24 @@ void loadFullPat() {
     newestRecords.pat.programCount = maxPrograms;
     for (int k = 0; k < maxPrograms; ++k) {
         newestRecords.pat.programs[k] = {static_cast<std::uint16_t>(1000 + k), componentPid(k, 0)};
+    }
+}
+
+PublishedRecord publishedNow(const Topic& topic) {
+    const char* record = reinterpret_cast<const char*>(&newestRecords) + topic.offset;
+    return {&topic, {record, record + topic.size}};
+}
+
+std::vector<PublishedRecord> allPublishedNow() {
+    std::vector<PublishedRecord> records;
+    for (const Topic& topic : topics) {
+        records.push_back(publishedNow(topic));
+    }
+    return records;
+}
+
+void changeLastBytes(std::vector<PublishedRecord>& records) {
+    for (PublishedRecord& record : records) {
+        record.bytes.back() = static_cast<char>(record.bytes.back() ^ 1);
     }
 }

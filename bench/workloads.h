@@ -1,7 +1,11 @@
-// Streams that the benches work on, put into the service's own record store.
+// Streams that the benches work on, put into the service's own record store, and the records as the parser
+// board publishes them.
 #pragma once
 
-#include <cstdint>
+#include "serviceNames.h"
+#include "wire/topics.h"
+
+#include <vector>
 
 // What a stream is made of.
 struct StreamShape {
@@ -23,3 +27,17 @@ void loadFullTables();
 
 // The same with 60 programs in the PAT, for its document: most of them have no PMT.
 void loadFullPat();
+
+// A published message, but for its second part, which nobody uses.
+struct PublishedRecord {
+    const Topic* topic;
+    std::vector<char> bytes;
+};
+
+// The newest record of this topic as it stands now.
+PublishedRecord publishedNow(const Topic& topic);
+
+// The newest records of all nine topics, in the order of the topic table.
+std::vector<PublishedRecord> allPublishedNow();
+
+void changeLastBytes(std::vector<PublishedRecord>& records);

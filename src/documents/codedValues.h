@@ -9,13 +9,25 @@
 namespace mpegfe {
 
 // By index.
-inline constexpr std::array<std::string_view, 6> audioTypeNames{"UNK",   "AAC",   "AC3",
-                                                                "MPEG1", "MPEG2", "HEAAC"};
+inline constexpr std::array<std::string_view, 6> audioTypeNames{
+    "UNK", "AAC", "AC3", "MPEG1", "MPEG2", "HEAAC"};
 
 // bitrate_index of MPEG-1 Layer II; 0 is the free format.
-inline constexpr std::array<std::string_view, 15> audioBitRateNames{
-    "0",       "32kbps",  "48kbps",  "56kbps",  "64kbps",  "80kbps",  "96kbps", "112kbps",
-    "128kbps", "160kbps", "192kbps", "224kbps", "256kbps", "320kbps", "384kbps"};
+inline constexpr std::array<std::string_view, 15> audioBitRateNames{"0",
+                                                                    "32kbps",
+                                                                    "48kbps",
+                                                                    "56kbps",
+                                                                    "64kbps",
+                                                                    "80kbps",
+                                                                    "96kbps",
+                                                                    "112kbps",
+                                                                    "128kbps",
+                                                                    "160kbps",
+                                                                    "192kbps",
+                                                                    "224kbps",
+                                                                    "256kbps",
+                                                                    "320kbps",
+                                                                    "384kbps"};
 
 inline constexpr std::array<std::string_view, 3> audioSampleRateNames{"44.1kHz", "48kHz", "32kHz"};
 inline constexpr std::array<std::string_view, 4> audioModeNames{"Stereo", "Joint", "Dual Ch", "Single Ch"};
@@ -23,9 +35,23 @@ inline constexpr std::array<std::string_view, 2> scramblingNames{"Clear", "Scram
 inline constexpr std::array<std::string_view, 2> entropyNames{"CAVLC", "CABAC"};
 
 // aspect_ratio_idc of H.264, but for code 1, which clients know as 16:9.
-inline constexpr std::array<std::string_view, 17> aspectRatioNames{
-    "Unknown", "16:9",  "12:11", "10:11", "16:11",  "40:33", "24:11", "20:11", "32:11",
-    "80:33",   "18:11", "15:11", "64:33", "160:99", "4:3",   "3:2",   "2:1"};
+inline constexpr std::array<std::string_view, 17> aspectRatioNames{"Unknown",
+                                                                   "16:9",
+                                                                   "12:11",
+                                                                   "10:11",
+                                                                   "16:11",
+                                                                   "40:33",
+                                                                   "24:11",
+                                                                   "20:11",
+                                                                   "32:11",
+                                                                   "80:33",
+                                                                   "18:11",
+                                                                   "15:11",
+                                                                   "64:33",
+                                                                   "160:99",
+                                                                   "4:3",
+                                                                   "3:2",
+                                                                   "2:1"};
 
 // The name at this code, "Unknown" outside the table.
 template <std::size_t size>

@@ -28,33 +28,48 @@ struct DocumentText {
     bool truncated;
 };
 
+// All of this is inline so that the compiler keeps the cursor in registers: through a reference, each
+// character stored could have changed it.
+
 // An empty text in this buffer.
-DocumentText startText(DocumentBuffer& buffer);
+inline DocumentText startText(DocumentBuffer& buffer) {
+    return {buffer, buffer, buffer + sizeof buffer - 1, false};
+}
 
 // Characters written so far.
-std::size_t textLength(const DocumentText& text);
+inline std::size_t textLength(const DocumentText& text) {
+    return static_cast<std::size_t>(text.next - text.begin);
+}
 
 // Takes back everything behind a length that textLength returned earlier.
-void rewindText(DocumentText& text, std::size_t length);
+inline void rewindText(DocumentText& text, std::size_t length) {
+    text.next = text.begin + length;
+    text.truncated = false;
+}
 
 // Writes the terminator and returns the text's length without it.
-std::size_t finishText(DocumentText& text);
+inline std::size_t finishText(DocumentText& text) {
+    *text.next = '\0';
+    return textLength(text);
+}
 
 // Characters that can still be written.
 inline std::size_t roomLeft(const DocumentText& text) {
     return static_cast<std::size_t>(text.end - text.next);
 }
 
-// Appends a piece as it stands. This and what follows is inline so that the compiler keeps the cursor in
-// registers: through a reference, each character stored could have changed it.
+// Appends a piece as it stands. What does not fit has a copy of its own, so that the other one has a length
+// that is known when it is compiled.
 inline void append(DocumentText& text, std::string_view piece) {
-    std::size_t length = piece.size();
-    if (length > roomLeft(text)) [[unlikely]] {
-        length = roomLeft(text);
+    const std::size_t room = roomLeft(text);
+    if (piece.size() > room) [[unlikely]] {
+        std::memcpy(text.next, piece.data(), room);
+        text.next = text.end;
         text.truncated = true;
+        return;
     }
-    std::memcpy(text.next, piece.data(), length);
-    text.next += length;
+    std::memcpy(text.next, piece.data(), piece.size());
+    text.next += piece.size();
 }
 
 // Appends a number with one of the functions of numberText.h, which needs room for its longest text.

@@ -21,20 +21,21 @@ struct PsiTable {
     std::size_t (*build)(DocumentBuffer& out);
 };
 
-constexpr std::array<PsiTable, 6> psiTables{{
-    {wire::patPid, &newestRecords.pat.pidRate,
-     [](DocumentBuffer& out) { return buildPatJson(newestRecords.pat, out); }},
-    {wire::catPid, &newestRecords.cat.pidRate,
-     [](DocumentBuffer& out) { return buildCatJson(newestRecords.cat, out); }},
-    {wire::nitPid, &newestRecords.nit.pidRate,
-     [](DocumentBuffer& out) { return buildNitJson(newestRecords.nit, out); }},
-    {wire::sdtPid, &newestRecords.sdt.pidRate,
-     [](DocumentBuffer& out) { return buildSdtJson(newestRecords.sdt, out); }},
-    {wire::eitPid, &newestRecords.eit.pidRate,
-     [](DocumentBuffer& out) { return buildEitJson(newestRecords.eit, out); }},
-    {wire::tdtPid, &newestRecords.tdt.pidRate,
-     [](DocumentBuffer& out) { return buildTdtJson(newestRecords.tdt, out); }},
-}};
+template <auto record, auto build>
+constexpr PsiTable tableOn(std::uint16_t pid) {
+    return {pid, &(newestRecords.*record).pidRate, [](DocumentBuffer& out) {
+                return build(newestRecords.*record, out);
+            }};
+}
+
+constexpr std::array psiTables{
+    tableOn<&wire::RecordSet::pat, buildPatJson>(wire::patPid),
+    tableOn<&wire::RecordSet::cat, buildCatJson>(wire::catPid),
+    tableOn<&wire::RecordSet::nit, buildNitJson>(wire::nitPid),
+    tableOn<&wire::RecordSet::sdt, buildSdtJson>(wire::sdtPid),
+    tableOn<&wire::RecordSet::eit, buildEitJson>(wire::eitPid),
+    tableOn<&wire::RecordSet::tdt, buildTdtJson>(wire::tdtPid),
+};
 
 std::size_t buildEmptyJson(DocumentBuffer& out) {
     DocumentText text = startText(out);

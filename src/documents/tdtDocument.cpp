@@ -1,19 +1,11 @@
 #include "documents/tdtDocument.h"
 
+#include "documents/shapeText.h"
+
 namespace mpegfe {
 
 std::size_t buildTdtJson(const wire::TdtRecord& record, DocumentBuffer& out) {
-    DocumentText text = startText(out);
-    append(text, R"({"requestReply":"dataStream","dataStream":"TDT","TDT":{"tableID":")");
-    appendHex(text, record.tableId);
-    append(text, R"(","Date:MJD":")");
-    appendNumber(text, record.dateMjd);
-    append(text, R"(","TOD":")");
-    appendField(text, record.timeOfDay);
-    append(text, R"(","pidRate":")");
-    appendRateKbps(text, record.pidRate);
-    append(text, R"("}})");
-    return finishText(text);
+    return writeDocument(shape::tdt(record), out);
 }
 
 } // namespace mpegfe

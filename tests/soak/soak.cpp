@@ -3,12 +3,13 @@
 // table; fails when something has grown.
 //
 // usage: soak [--short]     --short: a few hundred of each
+#include "../support/exchange.h"
 #include "../support/isolation.h"
-#include "heapInUse.h"
+#include "../support/sharedHeap.h"
 #include "recordText.h"
-#include "serviceRun.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -16,56 +17,25 @@
 #include <fstream>
 #include <functional>
 #include <iterator>
-#include <stdexcept>
 #include <string>
 #include <string_view>
-#include <sys/mman.h>
+#include <thread>
 #include <unistd.h>
 #include <vector>
 
 namespace {
 
 using serviceTest::RecordBook;
-using serviceTest::ServiceRun;
+using testSupport::Exchange;
+using testSupport::SharedHeap;
+using testSupport::silently;
 
 constexpr int warmUp = 100;
 constexpr int shortTimes = 300;
 // What the C library keeps of freed memory differs from one moment to the next.
 constexpr long noiseKilobytes = 1024;
 
-// The memory in which the preloaded counter counts.
-class SharedHeap {
-  public:
-    SharedHeap() {
-        const int file = mkstemp(path.data());
-        if (file < 0 || ftruncate(file, sizeof(HeapInUse)) != 0) {
-            throw std::runtime_error("no file for the heap's counts");
-        }
-        void* const shared = mmap(nullptr, sizeof(HeapInUse), PROT_READ, MAP_SHARED, file, 0);
-        close(file);
-        if (shared == MAP_FAILED) {
-            throw std::runtime_error("the heap's counts cannot be shared");
-        }
-        counts = static_cast<const HeapInUse*>(shared);
-    }
-    ~SharedHeap() {
-        munmap(const_cast<HeapInUse*>(counts), sizeof(HeapInUse));
-        unlink(path.c_str());
-    }
-    SharedHeap(const SharedHeap&) = delete;
-    SharedHeap& operator=(const SharedHeap&) = delete;
-
-    std::vector<std::string> environment() const {
-        return {"LD_PRELOAD=" MPEGFE_HEAP_COUNTER, std::string(heapFileVariable) + '=' + path};
-    }
-    const HeapOfModule& operator[](HeapModule module) const {
-        return counts->modules[module];
-    }
-
-  private:
-    std::string path = "/tmp/mpegfe-heap-XXXXXX";
-    const HeapInUse* counts = nullptr;
-};
+constexpr const char* janssonModule = "libjansson";
 
 // What the process holds while it waits for a request.
 struct Holdings {
@@ -89,99 +59,63 @@ RecordBook readRecords() {
     return book;
 }
 
-serviceTest::RunOptions soakOptions(const SharedHeap& heap) {
-    serviceTest::RunOptions options;
-    options.recorded = false;
-    options.environment = heap.environment();
-    return options;
-}
-
 // The service between peers that answer everything.
 class Soak {
   public:
-    Soak() : run(soakOptions(heap)) {
-        run.startTrufios();
-        run.startParser();
-        run.startService();
-    }
-
     // A table that is asked for, up to its acknowledged document.
     void tableOn() {
-        startRequest(R"({"dataStream":"PAT","status":"on"})", 3);
-        publish({"PAT", "TS-STATUS"});
-        acknowledgeDocument();
+        document(R"({"dataStream":"PAT","status":"on"})", 3, {"PAT", "TS-STATUS"});
     }
     void tableOff() {
-        startRequest(R"({"dataStream":"PAT","status":"off"})", 0);
+        service.startFeed(R"({"dataStream":"PAT","status":"off"})", 0);
     }
     void programDetail() {
-        startRequest(R"({"dataStream":"pgmDetail","patIndex":"1"})", 5);
-        publish({"AVPGM", "PAT", "PMT", "TS-STATUS"});
-        acknowledgeDocument();
+        document(R"({"dataStream":"pgmDetail","patIndex":"1"})", 5, {"AVPGM", "PAT", "PMT", "TS-STATUS"});
     }
     void refused() {
-        request(R"({"dataStream":"nonsense","status":["on"],"patIndex":"1"})");
+        service.request(R"({"dataStream":"nonsense","status":["on"],"patIndex":"1"})");
     }
 
     // Once the service waits for a request and for nothing else.
     Holdings holdings() {
         refused();
-        run.waitForSleep();
-        const std::string process = "/proc/" + std::to_string(run.processId());
+        while (!service.process().sleeps()) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        const std::string process = "/proc/" + std::to_string(service.process().processId());
         Holdings held;
-        held.descriptors = static_cast<long>(run.descriptorCount());
+        held.descriptors = static_cast<long>(service.process().descriptorCount());
         held.threads = static_cast<long>(std::distance(std::filesystem::directory_iterator(process + "/task"),
                                                        std::filesystem::directory_iterator()));
         std::ifstream statm(process + "/statm");
         long pages = 0;
         statm >> pages >> held.residentKilobytes;
         held.residentKilobytes *= sysconf(_SC_PAGESIZE) / 1024;
-        held.ownHeap = heap[executableHeap].bytesInUse;
-        held.janssonHeap = heap[janssonHeap].bytesInUse;
+        held.ownHeap = heap[executableModule].bytesInUse;
+        held.janssonHeap = heap[janssonModule].bytesInUse;
         return held;
     }
 
     long ownAllocations() const {
-        return heap[executableHeap].allocations;
+        return heap[executableModule].allocations;
     }
     long janssonAllocations() const {
-        return heap[janssonHeap].allocations;
+        return heap[janssonModule].allocations;
     }
 
   private:
-    void request(const std::string& text) {
-        run.trufios().sendRequest({text});
-        run.waitUntil("an acknowledgement", [&] { return !run.trufios().acknowledgements.empty(); });
-        run.trufios().acknowledgements.pop_front();
-    }
-
-    // Up to the answered instruction, when the service has made this many subscriptions.
-    void startRequest(const std::string& text, std::size_t subscriptions) {
-        run.parser().subscriptions.clear();
-        run.parser().unsubscriptions.clear();
-        request(text);
-        run.waitUntil("subscriptions and an instruction", [&] {
-            return run.parser().subscriptions.size() == subscriptions && !run.parser().instructions.empty();
-        });
-        run.parser().answerInstruction(run.parser().instructions.front());
-        run.parser().instructions.pop_front();
-    }
-
-    void publish(std::initializer_list<const char*> topics) {
+    void document(const char* request, std::size_t subscriptions, std::initializer_list<const char*> topics) {
+        service.startFeed(request, subscriptions);
         for (const char* topic : topics) {
             const serviceTest::Record& record = records.at(std::string(topic) + " stream");
-            run.parser().publish({record.topic, "1", record.bytes});
+            service.publish(record.topic, record.bytes);
         }
-    }
-
-    void acknowledgeDocument() {
-        run.waitUntil("a document", [&] { return !run.trufios().documents.empty(); });
-        run.trufios().documents.pop_front();
-        run.trufios().answerDocument(R"({"reply": "ack"})");
+        service.awaitDocument();
+        service.acknowledgeDocument();
     }
 
     SharedHeap heap;
-    ServiceRun run;
+    Exchange service{silently(MPEGFE_PROGRAM, heap.environment(MPEGFE_HEAP_COUNTER))};
     RecordBook records = readRecords();
 };
 

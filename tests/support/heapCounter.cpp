@@ -1,5 +1,7 @@
-// Preloaded into a program, counts the heap that it has in use by the module whose code asked for it: the
-// program itself, Jansson, or any other. Each block has a header in front that remembers who that was.
+// Preloaded into a program, counts its allocations and the heap that it has in use by the module whose code
+// asked for it, the one that calls malloc and its kin or operator new: what libzmq or Jansson takes for
+// itself is told apart from what the program takes. Each block has a header in front that remembers who that
+// was.
 #include "heapInUse.h"
 
 #include <algorithm>
@@ -11,6 +13,7 @@
 #include <fcntl.h>
 #include <link.h>
 #include <new>
+#include <string_view>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -24,11 +27,14 @@ namespace {
 struct alignas(std::max_align_t) Header {
     void* block; // as the C library gave it
     std::size_t size;
-    HeapModule module;
+    std::size_t module; // its place
 };
 
 HeapInUse untold; // until the watcher's memory is there, and without a watcher
-HeapInUse* heap = &untold;
+std::atomic<HeapInUse*> heap = &untold;
+
+// Whose each place is.
+std::array<std::atomic<const link_map*>, std::tuple_size_v<decltype(HeapInUse::modules)>> owners;
 
 // What has been counted by then is taken along.
 [[gnu::constructor]] void share() {
@@ -37,13 +43,14 @@ HeapInUse* heap = &untold;
     if (file < 0) {
         return;
     }
-    void* shared = mmap(nullptr, sizeof *heap, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+    void* shared = mmap(nullptr, sizeof untold, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
     close(file);
     if (shared == MAP_FAILED) {
         return;
     }
     auto* told = static_cast<HeapInUse*>(shared);
     for (std::size_t i = 0; i < told->modules.size(); ++i) {
+        told->modules[i].name = untold.modules[i].name;
         told->modules[i].allocations += untold.modules[i].allocations;
         told->modules[i].bytesInUse += untold.modules[i].bytesInUse;
     }
@@ -51,16 +58,38 @@ HeapInUse* heap = &untold;
 }
 
 // The loader knows the program itself by an empty name.
-HeapModule moduleAt(void* address) {
+std::string_view moduleName(const link_map& module) {
+    const std::string_view path(module.l_name);
+    if (path.empty()) {
+        return executableModule;
+    }
+    const std::string_view file = path.substr(path.rfind('/') + 1);
+    return file.substr(0, file.find(".so"));
+}
+
+// The place of the module that holds this address.
+std::size_t moduleAt(void* address) {
     dl_find_object found{};
+    const std::size_t last = owners.size() - 1;
     if (_dl_find_object(address, &found) != 0) {
-        return otherHeap;
+        return last;
     }
-    const char* name = found.dlfo_link_map->l_name;
-    if (*name == '\0') {
-        return executableHeap;
+    for (std::size_t i = 0; i < last; ++i) {
+        const link_map* owner = nullptr;
+        if (owners[i].compare_exchange_strong(owner, found.dlfo_link_map)) {
+            std::array<char, 40>& name = heap.load()->modules[i].name;
+            moduleName(*found.dlfo_link_map).copy(name.data(), name.size() - 1);
+            return i;
+        }
+        if (owner == found.dlfo_link_map) {
+            return i;
+        }
     }
-    return std::strstr(name, "/libjansson.so") != nullptr ? janssonHeap : otherHeap;
+    return last;
+}
+
+HeapOfModule& counts(std::size_t module) {
+    return heap.load(std::memory_order_relaxed)->modules[module];
 }
 
 // Null when there is no memory. The alignment is a power of two, and at least the header's.
@@ -73,17 +102,17 @@ void* allocate(std::size_t size, void* caller, std::size_t alignment = alignof(H
     }
     const auto behindHeader = reinterpret_cast<std::uintptr_t>(block) + sizeof(Header);
     auto* const memory = reinterpret_cast<char*>((behindHeader + alignment - 1) & ~(alignment - 1));
-    const HeapModule module = moduleAt(caller);
+    const std::size_t module = moduleAt(caller);
     *(reinterpret_cast<Header*>(memory) - 1) = {block, size, module};
-    ++heap->modules[module].allocations;
-    heap->modules[module].bytesInUse += static_cast<std::int64_t>(size);
+    ++counts(module).allocations;
+    counts(module).bytesInUse += static_cast<std::int64_t>(size);
     return memory;
 }
 
 void release(void* memory) {
     if (memory != nullptr) {
         const Header header = *(static_cast<Header*>(memory) - 1);
-        heap->modules[header.module].bytesInUse -= static_cast<std::int64_t>(header.size);
+        counts(header.module).bytesInUse -= static_cast<std::int64_t>(header.size);
         __libc_free(header.block);
     }
 }
