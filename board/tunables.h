@@ -39,11 +39,7 @@ inline constexpr std::uint32_t fewestPictures = 2;            // and at least
 inline constexpr Ticks stampJitter = 2 * ticksPerMillisecond; // between pictures of an even rate
 inline constexpr std::uint64_t settlePackets = 400'000;       // settling never takes more packets than this
 
-// What is kept of a stream; far more than any real one has.
-inline constexpr std::size_t rememberedSections = 131'072; // to be recognised when they are repeated
-inline constexpr std::size_t keptEvents = 32'768;          // of all services' schedules together
-inline constexpr std::size_t keptPresentEvents = 32'768;   // of all services' present/following together
-inline constexpr std::size_t probedStreams = 1'024;        // whose headers are looked at
+inline constexpr std::size_t probedStreams = 1'024; // whose headers are looked at; far more than there are
 
 // The stream clock.
 inline constexpr Ticks longestPcrStep = ticksPerSecond; // a larger step must agree with the packet rate,

@@ -10,7 +10,7 @@
 #include "records/recordPrinter.h"
 #include "records/recordWriter.h"
 #include "streamWriter.h"
-#include "tables/psiTables.h"
+#include "libraries.h"
 #include "target.h"
 
 #include <bitstream/mpeg/psi.h>
