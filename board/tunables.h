@@ -38,8 +38,7 @@ inline constexpr std::uint32_t timedPictures = 100;           // that a picture 
 inline constexpr std::uint32_t fewestPictures = 2;            // and at least
 inline constexpr Ticks stampJitter = 2 * ticksPerMillisecond; // between pictures of an even rate
 inline constexpr std::uint64_t settlePackets = 400'000;       // settling never takes more packets than this
-
-inline constexpr std::size_t probedStreams = 1'024; // whose headers are looked at; far more than there are
+inline constexpr std::size_t probedStreams = 1'024;           // whose headers are looked at, at most
 
 // The stream clock.
 inline constexpr Ticks longestPcrStep = ticksPerSecond; // a larger step must agree with the packet rate,

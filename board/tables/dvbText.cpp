@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstdlib>
 #include <cstring>
 #include <map>
@@ -63,15 +64,16 @@ class Converter {
 
   private:
     bool usable() const {
-        return handle_ != reinterpret_cast<iconv_t>(-1);
+        return std::bit_cast<std::intptr_t>(handle_) != -1;
     }
 
     // Appends the text up to what makes no sense. Returns its length.
     std::size_t convertSound(std::string_view text, std::string& result) {
         constexpr std::size_t longestCharacter = 4;
         std::string converted(text.size() * longestCharacter, '\0');
-        char* from = const_cast<char*>(text.data()); // which iconv only reads
-        std::size_t left = text.size();
+        std::string given(text); // which iconv only reads, but does not say so
+        char* from = given.data();
+        std::size_t left = given.size();
         char* to = converted.data();
         std::size_t room = converted.size();
         iconv(handle_, &from, &left, &to, &room);

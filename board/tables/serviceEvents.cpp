@@ -65,30 +65,42 @@ void ServiceEvents::keepWhatIsShown() {
     events_.events.clear();
     events_.leftOut = 0;
     const auto present = presentStart();
-    const auto isOver = [&](const EventStart& start) { return present && start < *present; };
     std::size_t scheduleRoom = wire::maxEvents;
     for (auto& [tableId, table] : tables_) {
         std::size_t presentRoom = wire::maxEvents;
         std::size_t& room = tableId == presentEventTable ? presentRoom : scheduleRoom;
         std::vector<Event>& shown = events_.events[tableId];
         for (auto& [number, section] : table) {
-            std::erase_if(section.events, [&](const Event& event) {
-                const bool over = tableId != presentEventTable && isOver(startOf(event));
-                if (over) {
-                    section.lastOver = std::max(section.lastOver, std::optional(startOf(event)));
-                }
-                return over;
-            });
-            const std::size_t kept = std::min(section.events.size(), room);
-            section.cut += section.events.size() - kept;
-            section.events.resize(kept);
-            room -= kept;
-            section.missed =
-                (section.cut > 0 && room > 0) || (section.lastOver && !isOver(*section.lastOver));
+            if (present && tableId != presentEventTable) {
+                dropOver(section, *present);
+            }
+            dropWithoutRoom(section, room);
+            const bool wasOver = section.lastOver && (!present || *section.lastOver >= *present);
+            section.missed = wasOver || (section.cut > 0 && room > 0);
             events_.leftOut += section.cut;
             shown.insert(shown.end(), section.events.begin(), section.events.end());
         }
     }
+}
+
+// Drops the events that start before the present one.
+void ServiceEvents::dropOver(Section& section, const EventStart& present) {
+    std::erase_if(section.events, [&](const Event& event) {
+        const EventStart start = startOf(event);
+        const bool over = start < present;
+        if (over) {
+            section.lastOver = std::max(section.lastOver, std::optional(start));
+        }
+        return over;
+    });
+}
+
+// Takes the section's events into the room, as far as it goes, and drops the others.
+void ServiceEvents::dropWithoutRoom(Section& section, std::size_t& room) {
+    const std::size_t kept = std::min(section.events.size(), room);
+    section.cut += section.events.size() - kept;
+    section.events.resize(kept);
+    room -= kept;
 }
 
 } // namespace board

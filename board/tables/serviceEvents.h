@@ -47,6 +47,8 @@ class ServiceEvents {
 
     void endSchedule(std::uint8_t tableId, std::uint8_t lastTable);
     void keepWhatIsShown();
+    static void dropOver(Section& section, const EventStart& present);
+    static void dropWithoutRoom(Section& section, std::size_t& room);
     std::optional<EventStart> presentStart() const;
 
     std::map<std::uint8_t, Table> tables_; // by table_id

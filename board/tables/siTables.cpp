@@ -17,30 +17,39 @@ constexpr std::uint8_t shortEventTag = 0x4D;
 constexpr std::size_t serviceFixedBytes = DESC48_HEADER_SIZE - DESC_HEADER_SIZE + 1;
 constexpr std::size_t shortEventFixedBytes = DESC4D_HEADER_SIZE - DESC_HEADER_SIZE + 1;
 
-// Seconds of six digits of BCD, which are no time of a day where they are none.
-std::uint32_t secondsOf(std::uint32_t bcd) {
-    int seconds = 0;
-    int hours = 0;
-    int minutes = 0;
-    int rest = 0;
-    dvb_time_decode_bcd(bcd, &seconds, &hours, &minutes, &rest);
-    return static_cast<std::uint32_t>(seconds);
-}
-
-bool isTimeOfDay(std::uint32_t bcd) {
+// Hours, minutes and seconds of six digits of BCD.
+struct Clock {
     int hours = 0;
     int minutes = 0;
     int seconds = 0;
-    dvb_time_decode_bcd(bcd, nullptr, &hours, &minutes, &seconds);
-    return hours < 24 && minutes < 60 && seconds < 60;
+    int inSeconds = 0; // all of it
+};
+
+Clock clockOf(std::uint64_t bcd) {
+    Clock clock;
+    dvb_time_decode_bcd(static_cast<std::uint32_t>(bcd & 0xFFFFFF), &clock.inSeconds, &clock.hours,
+                        &clock.minutes, &clock.seconds);
+    return clock;
 }
 
-// The two parts of a date and time of 40 bits (ETSI EN 300 468 annex C).
-std::uint16_t dateOf(std::uint64_t time) {
-    return static_cast<std::uint16_t>(time >> 24);
+// The time of day that a date and time of 40 bits ends with, in seconds (ETSI EN 300 468 annex C); nothing
+// where it is none, as in one that is undefined.
+std::optional<std::uint32_t> timeOf(std::uint64_t dateAndTime) {
+    const Clock clock = clockOf(dateAndTime);
+    if (clock.hours > 23 || clock.minutes > 59 || clock.seconds > 59) {
+        return std::nullopt;
+    }
+    return static_cast<std::uint32_t>(clock.inSeconds);
 }
-std::uint32_t clockOf(std::uint64_t time) {
-    return static_cast<std::uint32_t>(time & 0xFFFFFF);
+
+// The Modified Julian Day that it begins with.
+std::uint16_t dateOf(std::uint64_t dateAndTime) {
+    return static_cast<std::uint16_t>(dateAndTime >> 24);
+}
+
+// Whole seconds of a duration.
+std::uint32_t durationOf(std::uint32_t bcd) {
+    return static_cast<std::uint32_t>(clockOf(bcd).inSeconds);
 }
 
 std::vector<TextDescriptor> textsOf(SectionBytes descriptors) {
@@ -72,10 +81,8 @@ Event eventOf(const std::uint8_t* entry, SectionBytes descriptors) {
     const std::uint64_t start = eitn_get_start_time(entry);
     event.id = eitn_get_event_id(entry);
     event.startDate = dateOf(start);
-    if (isTimeOfDay(clockOf(start))) {
-        event.startTime = secondsOf(clockOf(start));
-    }
-    event.duration = secondsOf(eitn_get_duration_bcd(entry));
+    event.startTime = timeOf(start);
+    event.duration = durationOf(eitn_get_duration_bcd(entry));
     forEachDescriptor(descriptors, [&](const std::uint8_t* descriptor) {
         if (event.language.empty() &&
             isSound(descriptor, shortEventTag, shortEventFixedBytes, desc4d_validate)) {
@@ -150,11 +157,9 @@ std::optional<UtcTime> readTime(SectionBytes section) {
     if (!tdt_validate(bytes) && !tot_validate(bytes)) {
         return std::nullopt;
     }
-    const std::uint64_t time = tdt_get_utc(bytes); // at the same place in both
-    if (!isTimeOfDay(clockOf(time))) {
-        return std::nullopt;
-    }
-    return UtcTime{psi_get_tableid(bytes), dateOf(time), secondsOf(clockOf(time))};
+    const std::uint64_t utc = tdt_get_utc(bytes); // at the same place in both
+    const auto time = timeOf(utc);
+    return time ? std::optional(UtcTime{psi_get_tableid(bytes), dateOf(utc), *time}) : std::nullopt;
 }
 
 } // namespace board

@@ -14,15 +14,15 @@ namespace board {
 // transport stream or network are not read.
 std::optional<ServiceTable> readSdt(SectionBytes section);
 struct NitSection {
-    std::uint16_t networkId;
+    std::uint16_t networkId = 0;
     NetworkPart part;
 };
 std::optional<NitSection> readNit(SectionBytes section);
 struct EitSection {
-    std::uint16_t transportStreamId;
-    std::uint16_t originalNetworkId;
-    std::uint8_t segmentLast; // segment_last_section_number
-    std::uint8_t lastTable;   // last_table_id
+    std::uint16_t transportStreamId = 0;
+    std::uint16_t originalNetworkId = 0;
+    std::uint8_t segmentLast = 0; // segment_last_section_number
+    std::uint8_t lastTable = 0;   // last_table_id
     std::vector<Event> events;
 };
 std::optional<EitSection> readEit(SectionBytes section);
