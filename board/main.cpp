@@ -1,10 +1,10 @@
 #include "boardError.h"
+#include "libraries.h"
 #include "options.h"
 #include "playback.h"
 #include "replay/recorder.h"
 #include "source/packetSource.h"
 #include "stop.h"
-#include "tables/psiTables.h"
 
 #include <cstdio>
 #include <exception>

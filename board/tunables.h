@@ -38,12 +38,7 @@ inline constexpr std::uint32_t timedPictures = 100;           // that a picture 
 inline constexpr std::uint32_t fewestPictures = 2;            // and at least
 inline constexpr Ticks stampJitter = 2 * ticksPerMillisecond; // between pictures of an even rate
 inline constexpr std::uint64_t settlePackets = 400'000;       // settling never takes more packets than this
-
-// What is kept of a stream; far more than any real one has.
-inline constexpr std::size_t rememberedSections = 131'072; // to be recognised when they are repeated
-inline constexpr std::size_t keptEvents = 32'768;          // of all services' schedules together
-inline constexpr std::size_t keptPresentEvents = 32'768;   // of all services' present/following together
-inline constexpr std::size_t probedStreams = 1'024;        // whose headers are looked at
+inline constexpr std::size_t probedStreams = 1'024;           // whose headers are looked at, at most
 
 // The stream clock.
 inline constexpr Ticks plausibleStep = ticksPerSecond; // of a PCR; a longer one must agree with the packets,

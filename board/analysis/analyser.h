@@ -1,21 +1,20 @@
-// Follows a transport stream packet by packet and keeps the stream model, the stream's clock and the rates.
+// Follows a transport stream packet by packet and hands each packet on to those who know it: the stream clock
+// and the rates, the tables, and what reads codec headers. What they find is the stream model.
 #pragma once
 
+#include "analysis/continuity.h"
+#include "analysis/scrambling.h"
+#include "analysis/settling.h"
 #include "codecs/headerProbe.h"
 #include "stream/streamModel.h"
 #include "tables/sectionAssembler.h"
-#include "tables/sectionedTable.h"
+#include "tables/streamTables.h"
 #include "timing/rateMeter.h"
 #include "timing/streamClock.h"
 
-#include <array>
 #include <cstdint>
-#include <map>
 #include <memory>
-#include <optional>
 #include <span>
-#include <unordered_map>
-#include <utility>
 #include <vector>
 
 namespace board {
@@ -24,7 +23,7 @@ namespace board {
 struct StreamErrors {
     std::uint64_t transportErrors = 0; // packets with transport_error_indicator; nothing in them is used
     std::uint64_t discontinuities = 0; // gaps of a continuity_counter
-    std::uint64_t badSections = 0;     // sections with a wrong CRC or impossible lengths
+    std::uint64_t badSections = 0;     // of tables that are read, with a wrong CRC or impossible lengths
 };
 
 class Analyser {
@@ -74,83 +73,39 @@ class Analyser {
     }
 
   private:
+    // What is followed of a PID.
     struct PidSlot {
         std::int32_t position = -1; // in model_.pids
+        Continuity continuity;
+        ScramblingVotes votes;
         std::unique_ptr<SectionAssembler> sections;
         std::unique_ptr<HeaderProbe> probe;
     };
 
-    // What takes the sections of a table, where they are allowed to come from.
-    struct TableReader {
-        std::uint16_t pid;
-        std::uint8_t firstTable;
-        std::uint8_t lastTable;
-        void (Analyser::*take)(std::uint16_t pid, const SectionHeader& header,
-                               std::span<const std::uint8_t> bytes);
-    };
-    static const std::array<TableReader, 7> tableReaders;
-
-    // How many events are kept, and how many may be. Present/following has a room of its own, so that no
-    // schedule keeps it out.
-    struct EventRoom {
-        std::size_t most;
-        std::size_t kept = 0;
-    };
-
-    using EventTableKey = std::pair<std::uint16_t, std::uint8_t>; // service_id and table_id
-    using EventTables = std::map<EventTableKey, SegmentedTable<Event>>;
-
     bool unreadablePacket(std::uint64_t number);
     PidState& stateOf(std::uint16_t pid, PidSlot& slot);
-    bool follows(PidState& state, const std::uint8_t* bytes, bool hasPayload);
+    bool follows(std::uint16_t pid, PidSlot& slot, const std::uint8_t* bytes);
+    static void lose(PidSlot& slot);
     void payload(std::uint16_t pid, PidSlot& slot, std::span<const std::uint8_t> bytes, bool unitStart);
-    void section(std::uint16_t pid, std::span<const std::uint8_t> bytes);
-    void takeTime(std::uint16_t pid, std::span<const std::uint8_t> bytes);
-    void takePat(std::uint16_t pid, const SectionHeader& header, std::span<const std::uint8_t> bytes);
-    void takePmt(std::uint16_t pid, const SectionHeader& header, std::span<const std::uint8_t> bytes);
-    void takeCat(std::uint16_t pid, const SectionHeader& header, std::span<const std::uint8_t> bytes);
-    void takeSdt(std::uint16_t pid, const SectionHeader& header, std::span<const std::uint8_t> bytes);
-    void takeNit(std::uint16_t pid, const SectionHeader& header, std::span<const std::uint8_t> bytes);
-    void takeEit(std::uint16_t pid, const SectionHeader& header, std::span<const std::uint8_t> bytes);
-    void endSchedule(std::uint16_t service, std::uint8_t tableId, std::uint8_t lastTable);
-    EventTables::iterator dropEvents(EventTables::iterator table);
-    void dropEventsOfNoProgram();
-    EventRoom& eventRoom(std::uint8_t tableId);
-    void remember(std::uint16_t pid, const SectionHeader& header);
-    void forgetEventSections(EventTableKey table, const std::vector<std::uint8_t>& numbers);
-    template <class Row>
-    bool collect(SectionedTable<Row>& table, std::uint16_t pid, const SectionHeader& header,
-                 std::vector<Row> rows);
-    std::uint16_t networkPid() const;
-    void assignPids();
+    void section(std::uint16_t pid, SectionBytes bytes);
+    void beginStream();
     void assignSections();
     void assignProbes();
     void setProbe(std::uint16_t pid, const ElementaryStream* stream);
     void readClock(std::uint64_t packetNumber);
-    bool judgementDue() const;
     void judgeScrambling();
-    bool isScrambled(std::uint16_t pid) const;
-    bool everythingKnown() const;
 
     Ticks ratePeriod_;
     std::uint32_t streamNumber_ = 1;
-    Ticks streamStart_ = 0;
-    std::uint64_t streamPackets_ = 0;
     StreamModel model_;
+    StreamTables tables_;
     StreamClock clock_;
     RateMeter rates_;
     StreamErrors errors_;
     std::uint64_t packets_ = 0;
-    std::optional<Ticks> lastJudgement_; // of what is scrambled
-    std::vector<PidSlot> slots_;         // one a PID
-    SectionedTable<Program> pat_;
-    SectionedTable<CaSystem> cat_;
-    SectionedTable<Service> sdt_;
-    SectionedTable<NetworkPart> nit_;
-    EventTables eit_;
-    EventRoom presentRoom_{tunables::keptPresentEvents};
-    EventRoom scheduleRoom_{tunables::keptEvents};
-    std::unordered_map<std::uint64_t, std::uint32_t> knownSections_; // CRC by PID, table, extension, number
+    SettlingPatience patience_;
+    ScramblingPeriod scramblingPeriod_;
+    std::vector<PidSlot> slots_; // one a PID
 };
 
 } // namespace board

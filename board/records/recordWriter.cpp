@@ -7,7 +7,6 @@
 #include <cstdio>
 #include <cstring>
 #include <span>
-#include <tuple>
 
 namespace board {
 
@@ -319,7 +318,7 @@ void writeCat(const StreamModel& model, wire::CatRecord& cat, LimitReport& limit
     }
 }
 
-// The transport stream of the NIT that is this one, or the first where this one is not in it.
+// The transport stream of the NIT that is this one, or the first where this one is not in a whole NIT.
 const NetworkStream* ownStream(const StreamModel& model) {
     const NetworkStream* first = nullptr;
     for (const NetworkPart& part : model.network->parts) {
@@ -330,7 +329,7 @@ const NetworkStream* ownStream(const StreamModel& model) {
             first = first == nullptr ? &stream : first;
         }
     }
-    return first;
+    return model.network->complete ? first : nullptr;
 }
 
 // The network's name, where it has one, stands in the header; the network's other descriptors and those of
@@ -382,18 +381,16 @@ std::string clockText(std::uint32_t seconds) {
 
 // Present and following, then the schedule from there on, each event once.
 std::vector<const Event*> eventsInOrder(const EventTable& table) {
-    constexpr std::uint8_t presentTable = 0x4E;
     std::vector<const Event*> events;
     std::set<std::uint16_t> listed;
     const Event* present = nullptr;
     for (const auto& [tableId, rows] : table.events) {
         for (const Event& event : rows) {
             const bool over =
-                tableId != presentTable && present != nullptr &&
-                std::tie(event.startDate, event.startTime) < std::tie(present->startDate, present->startTime);
+                tableId != presentEventTable && present != nullptr && startOf(event) < startOf(*present);
             if (!over && listed.insert(event.id).second) {
                 events.push_back(&event);
-                present = present == nullptr && tableId == presentTable ? &event : present;
+                present = present == nullptr && tableId == presentEventTable ? &event : present;
             }
         }
     }
@@ -424,7 +421,8 @@ void writeEit(const StreamModel& model, const std::vector<const Program*>& progr
     eit.transportStreamId = table.transportStreamId;
     eit.originalNetworkId = table.originalNetworkId;
     const std::vector<const Event*> events = eventsInOrder(table);
-    limits.check("events of service " + std::to_string(eit.serviceId), events.size(), wire::maxEvents);
+    limits.check("events of service " + std::to_string(eit.serviceId), events.size() + table.leftOut,
+                 wire::maxEvents);
     const std::size_t count = std::min<std::size_t>(events.size(), wire::maxEvents);
     eit.eventCount = static_cast<std::uint16_t>(count);
     for (std::size_t k = 0; k < count; ++k) {
@@ -457,7 +455,7 @@ void writeRecords(const StreamModel& model, const RateMeter& rates, std::optiona
     const std::vector<std::size_t> pids = orderedPids(model);
     limits.check("PIDs", pids.size(), wire::maxPids);
     limits.check("PIDs with a rate", pids.size(), wire::maxPidStats);
-    limits.check("programs with a map", programs.size(), wire::maxPmtSlots);
+    limits.check("programs with a map", programs.size() + model.programsLeftOut, wire::maxPmtSlots);
 
     writePat(model, programs, pids, records.pat);
     for (std::size_t k = 0; k < std::min<std::size_t>(pids.size(), wire::maxPidStats); ++k) {

@@ -1,11 +1,12 @@
 // What has been seen of the stream: plain data, filled by the analyser and written into records.
 #pragma once
 
-#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace board {
@@ -13,10 +14,7 @@ namespace board {
 struct PidState {
     std::uint16_t pid = 0;
     std::uint64_t packets = 0;
-    std::optional<std::uint8_t> continuity; // continuity_counter of its last packet with a payload
-    bool scrambled = false;                 // transport_scrambling_control of most of its recent packets
-    std::uint32_t recentClear = 0;
-    std::uint32_t recentScrambled = 0;
+    bool scrambled = false; // transport_scrambling_control of most of its recent packets
 };
 
 enum class StreamKind { video, audio, data };
@@ -78,6 +76,7 @@ struct NetworkPart {
 struct NetworkTable {
     std::uint16_t networkId = 0;
     std::vector<NetworkPart> parts;
+    bool complete = true; // else sections are missing
 };
 
 struct Event {
@@ -90,11 +89,20 @@ struct Event {
     std::string description;                // UTF-8
 };
 
+// When an event starts; one without a time comes first on its day.
+using EventStart = std::pair<std::uint16_t, std::optional<std::uint32_t>>; // date and time
+inline EventStart startOf(const Event& event) {
+    return {event.startDate, event.startTime};
+}
+
+inline constexpr std::uint8_t presentEventTable = 0x4E; // table_id of present/following of the actual stream
+
 // The events of one service.
 struct EventTable {
     std::uint16_t transportStreamId = 0;
     std::uint16_t originalNetworkId = 0;
     std::map<std::uint8_t, std::vector<Event>> events; // by table_id: present/following before the schedule
+    std::size_t leftOut = 0;                           // how many more its sections have brought
 };
 
 // The clock of the stream's TDT, or its TOT.
@@ -136,7 +144,8 @@ struct AudioFormat {
 struct StreamModel {
     std::vector<PidState> pids; // in order of first appearance
     std::optional<std::uint16_t> transportStreamId;
-    std::vector<Program> programs; // in the PAT's order, the network entry included
+    std::vector<Program> programs;   // in the PAT's order, the network entry included
+    std::size_t programsLeftOut = 0; // how many more the PAT names
     std::optional<ServiceTable> services;
     std::optional<std::vector<CaSystem>> caSystems;
     std::optional<NetworkTable> network;

@@ -1,62 +1,75 @@
 #include "tables/psiTables.h"
 
-#include "tables/gstSections.h"
+#include "tables/sectionLoops.h"
 #include "tables/streamTypes.h"
 
 #include "wire/records.h"
 
-#include <bitstream/mpeg/psi.h>
-#include <gst/gst.h>
-
 #include <algorithm>
-#include <cstdlib>
 
 namespace board {
 
 namespace {
 
+constexpr std::uint8_t caTag = 0x09;
+constexpr std::uint8_t registrationTag = 0x05;
+constexpr std::uint8_t languageTag = 0x0A;
+constexpr std::uint8_t mpeg4AudioTag = 0x1C;
+constexpr std::uint8_t dvbAacTag = 0x7C;
+
+// The CA descriptor as one of the CAT; nothing for another descriptor.
+std::optional<CaSystem> caSystemOf(const std::uint8_t* descriptor) {
+    if (!isSound(descriptor, caTag, 0, desc09_validate)) {
+        return std::nullopt;
+    }
+    return CaSystem{desc09_get_sysid(descriptor), desc09_get_pid(descriptor)};
+}
+
 // The PIDs of all CA descriptors, each once. One of 8191 names none.
-void collectEcmPids(const GPtrArray* descriptors, std::vector<std::uint16_t>& pids) {
-    for (GstMpegtsDescriptor* descriptor : gst::descriptors(descriptors)) {
-        guint16 systemId = 0;
-        guint16 pid = 0;
-        if (descriptor->tag == GST_MTS_DESC_CA &&
-            gst_mpegts_descriptor_parse_ca(descriptor, &systemId, &pid, nullptr, nullptr) &&
-            pid < wire::nullPid && std::find(pids.begin(), pids.end(), pid) == pids.end()) {
-            pids.push_back(pid);
+void collectEcmPids(SectionBytes descriptors, std::vector<std::uint16_t>& pids) {
+    forEachDescriptor(descriptors, [&](const std::uint8_t* descriptor) {
+        const auto system = caSystemOf(descriptor);
+        if (system && system->emmPid < wire::nullPid &&
+            std::find(pids.begin(), pids.end(), system->emmPid) == pids.end()) {
+            pids.push_back(system->emmPid);
         }
-    }
+    });
 }
 
-// The first language of an ISO 639 language descriptor; empty where there is none.
-std::string languageOf(const GPtrArray* descriptors) {
-    for (const GstMpegtsDescriptor* descriptor : gst::descriptors(descriptors)) {
-        gchar* language = nullptr;
-        if (descriptor->tag == GST_MTS_DESC_ISO_639_LANGUAGE &&
-            gst_mpegts_descriptor_parse_iso_639_language_idx(descriptor, 0, &language, nullptr)) {
-            return gst::toString(language);
-        }
-    }
-    return {};
-}
-
-// What classifyStream needs to know of a stream's descriptors.
-StreamHints hintsOf(const GPtrArray* descriptors) {
+// What the descriptors of a stream say of it: its language and what classifyStream needs to know.
+struct StreamDescription {
+    std::string language; // the first of an ISO 639 language descriptor; empty where there is none
     StreamHints hints;
-    for (GstMpegtsDescriptor* descriptor : gst::descriptors(descriptors)) {
-        hints.tags.push_back(descriptor->tag);
-        guint32 registration = 0;
-        if (descriptor->tag == GST_MTS_DESC_REGISTRATION &&
-            gst_mpegts_descriptor_parse_registration(descriptor, &registration, nullptr, nullptr)) {
-            hints.registration = registration;
-        }
-        // Both descriptors open with the audio profile and level (ISO/IEC 13818-1 table 2-72).
-        if ((descriptor->tag == GST_MTS_DESC_DVB_AAC || descriptor->tag == GST_MTS_DESC_MPEG4_AUDIO) &&
-            descriptor->length > 0) {
-            hints.aacProfile = descriptor->data[2];
-        }
+};
+
+void describe(const std::uint8_t* descriptor, StreamDescription& stream) {
+    constexpr std::size_t languageSize = 3; // characters of a code
+    const std::uint8_t tag = desc_get_tag(descriptor);
+    const std::uint8_t* content = descriptor + DESC_HEADER_SIZE;
+    stream.hints.tags.push_back(tag);
+    if (isSound(descriptor, registrationTag, 0, desc05_validate)) {
+        const std::uint8_t* id = desc05_get_identifier(descriptor);
+        stream.hints.registration = static_cast<std::uint32_t>(id[0]) << 24 |
+                                    static_cast<std::uint32_t>(id[1]) << 16 |
+                                    static_cast<std::uint32_t>(id[2]) << 8 | id[3];
     }
-    return hints;
+    if (tag == languageTag && stream.language.empty() &&
+        desc_get_length(descriptor) >= DESC0A_LANGUAGE_SIZE) {
+        stream.language.assign(content, content + languageSize);
+    }
+    // Both descriptors open with the audio profile and level (ISO/IEC 13818-1 table 2-72).
+    if ((tag == dvbAacTag || tag == mpeg4AudioTag) && desc_get_length(descriptor) > 0) {
+        stream.hints.aacProfile = content[0];
+    }
+}
+
+ElementaryStream streamOf(const std::uint8_t* entry, SectionBytes descriptors) {
+    StreamDescription description;
+    forEachDescriptor(descriptors,
+                      [&](const std::uint8_t* descriptor) { describe(descriptor, description); });
+    const std::uint8_t type = pmtn_get_streamtype(entry);
+    const StreamClass kind = classifyStream(type, description.hints);
+    return {pmtn_get_pid(entry), type, kind.kind, kind.audioCoding, std::move(description.language)};
 }
 
 // biTStream's own check refuses a CAT of several sections, which ISO/IEC 13818-1, 2.4.4.6 allows.
@@ -67,99 +80,47 @@ bool isCat(const std::uint8_t* section) {
 
 } // namespace
 
-void initialiseLibraries(bool withPlugins) {
-    if (!withPlugins) {
-        ::setenv("GST_REGISTRY_UPDATE", "no", 0);
-    }
-    gst_init(nullptr, nullptr);
-    gst_mpegts_initialize();
-}
-
-bool sectionIsSound(std::span<const std::uint8_t> section) {
-    if (section.size() < PSI_HEADER_SIZE ||
-        section.size() != psi_get_length(section.data()) + std::size_t{PSI_HEADER_SIZE} ||
-        !psi_validate(section.data())) {
-        return false;
-    }
-    return !psi_get_syntax(section.data()) || psi_check_crc(section.data());
-}
-
-std::optional<SectionHeader> sectionHeader(std::span<const std::uint8_t> section) {
-    const std::uint8_t* bytes = section.data();
-    if (section.size() < PSI_HEADER_SIZE_SYNTAX1 + PSI_CRC_SIZE || !psi_get_syntax(bytes)) {
+std::optional<std::vector<PatEntry>> readPat(SectionBytes section) {
+    if (!pat_validate(section.data())) {
         return std::nullopt;
     }
-    const std::uint8_t* crc = bytes + section.size() - PSI_CRC_SIZE;
-    return SectionHeader{psi_get_tableid(bytes),
-                         psi_get_tableidext(bytes),
-                         psi_get_version(bytes),
-                         psi_get_section(bytes),
-                         psi_get_lastsection(bytes),
-                         psi_get_current(bytes),
-                         static_cast<std::uint32_t>(crc[0]) << 24 | static_cast<std::uint32_t>(crc[1]) << 16 |
-                             static_cast<std::uint32_t>(crc[2]) << 8 | crc[3]};
+    std::vector<PatEntry> entries;
+    for (SectionBytes rows = sectionBody(section, PAT_HEADER_SIZE); rows.size() >= PAT_PROGRAM_SIZE;
+         rows = rows.subspan(PAT_PROGRAM_SIZE)) {
+        entries.push_back({patn_get_program(rows.data()), patn_get_pid(rows.data())});
+    }
+    return entries;
 }
 
-std::optional<std::vector<Program>> readPat(std::span<const std::uint8_t> section) {
-    const gst::Section decoded =
-        pat_validate(section.data()) ? gst::decode(wire::patPid, section, GST_MPEGTS_SECTION_PAT) : nullptr;
-    if (!decoded) {
-        return std::nullopt;
-    }
-    const gst::Array pat(gst_mpegts_section_get_pat(decoded.get()));
-    if (!pat) {
-        return std::nullopt;
-    }
-    std::vector<Program> programs;
-    for (const GstMpegtsPatProgram* entry : gst::items<GstMpegtsPatProgram>(pat.get())) {
-        programs.push_back({entry->program_number, entry->network_or_program_map_PID, std::nullopt});
-    }
-    return programs;
-}
-
-std::optional<std::vector<CaSystem>> readCat(std::span<const std::uint8_t> section) {
-    const gst::Section decoded =
-        isCat(section.data()) ? gst::decode(wire::catPid, section, GST_MPEGTS_SECTION_CAT) : nullptr;
-    if (!decoded) {
-        return std::nullopt;
-    }
-    const gst::Array cat(gst_mpegts_section_get_cat(decoded.get()));
-    if (!cat) {
+std::optional<std::vector<CaSystem>> readCat(SectionBytes section) {
+    if (!isCat(section.data())) {
         return std::nullopt;
     }
     std::vector<CaSystem> systems;
-    for (GstMpegtsDescriptor* descriptor : gst::descriptors(cat.get())) {
-        CaSystem system{};
-        if (descriptor->tag == GST_MTS_DESC_CA &&
-            gst_mpegts_descriptor_parse_ca(descriptor, &system.systemId, &system.emmPid, nullptr, nullptr)) {
-            systems.push_back(system);
+    forEachDescriptor(sectionBody(section, CAT_HEADER_SIZE), [&](const std::uint8_t* descriptor) {
+        if (const auto system = caSystemOf(descriptor)) {
+            systems.push_back(*system);
         }
-    }
+    });
     return systems;
 }
 
-std::optional<PmtSection> readPmt(std::uint16_t pid, std::span<const std::uint8_t> section) {
-    const gst::Section decoded =
-        pmt_validate(section.data()) ? gst::decode(pid, section, GST_MPEGTS_SECTION_PMT) : nullptr;
-    if (!decoded) {
+std::optional<ProgramMap> readPmt(SectionBytes section) {
+    if (!pmt_validate(section.data())) {
         return std::nullopt;
     }
-    const GstMpegtsPMT* pmt = gst_mpegts_section_get_pmt(decoded.get());
-    if (pmt == nullptr) {
-        return std::nullopt;
-    }
-    PmtSection result{pmt->program_number, {pmt->pcr_pid, {}, {}}};
-    collectEcmPids(pmt->descriptors, result.map.ecmPids);
-    for (const GstMpegtsPMTStream* stream : gst::items<GstMpegtsPMTStream>(pmt->streams)) {
-        collectEcmPids(stream->descriptors, result.map.ecmPids);
-        if (stream->pid >= wire::nullPid) { // announced, but not on air
-            continue;
-        }
-        const StreamClass kind = classifyStream(stream->stream_type, hintsOf(stream->descriptors));
-        result.map.streams.push_back(
-            {stream->pid, stream->stream_type, kind.kind, kind.audioCoding, languageOf(stream->descriptors)});
-    }
-    return result;
+    ProgramMap map{pmt_get_pcrpid(section.data()), {}, {}};
+    const SectionBytes common =
+        descriptorsAt(sectionBody(section, PMT_HEADER_SIZE - std::size_t{DESCS_HEADER_SIZE}));
+    collectEcmPids(common, map.ecmPids);
+    forEachEntry(sectionBody(section, PMT_HEADER_SIZE + common.size()), PMT_ES_SIZE,
+                 [&](const std::uint8_t* entry, SectionBytes descriptors) {
+                     collectEcmPids(descriptors, map.ecmPids);
+                     if (pmtn_get_pid(entry) < wire::nullPid) { // else announced, but not on air
+                         map.streams.push_back(streamOf(entry, descriptors));
+                     }
+                 });
+    return map;
 }
 
 } // namespace board

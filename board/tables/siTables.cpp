@@ -1,155 +1,165 @@
 #include "tables/siTables.h"
 
-#include "tables/gstSections.h"
+#include "tables/dvbText.h"
 #include "tables/networkText.h"
-
-#include "wire/records.h"
+#include "tables/sectionLoops.h"
 
 #include <bitstream/dvb/si.h>
-#include <bitstream/mpeg/psi.h>
-
-#include <chrono>
 
 namespace board {
 
 namespace {
 
-constexpr std::uint32_t secondsPerMinute = 60;
-constexpr std::uint32_t secondsPerHour = 3600;
+constexpr std::uint8_t serviceTag = 0x48;
+constexpr std::uint8_t shortEventTag = 0x4D;
 
 // Up to and with the first inner length of the descriptors that have some.
 constexpr std::size_t serviceFixedBytes = DESC48_HEADER_SIZE - DESC_HEADER_SIZE + 1;
 constexpr std::size_t shortEventFixedBytes = DESC4D_HEADER_SIZE - DESC_HEADER_SIZE + 1;
 
-using DateTime = std::unique_ptr<GstDateTime, Release<gst_date_time_unref>>;
+// Hours, minutes and seconds of six digits of BCD.
+struct Clock {
+    int hours = 0;
+    int minutes = 0;
+    int seconds = 0;
+    int inSeconds = 0; // all of it
+};
 
-// Days since 17 November 1858 (ETSI EN 300 468 annex C).
-std::uint16_t modifiedJulianDay(const GstDateTime* time) {
-    using namespace std::chrono;
-    const year_month_day date{year(gst_date_time_get_year(time)),
-                              month(static_cast<unsigned>(gst_date_time_get_month(time))),
-                              day(static_cast<unsigned>(gst_date_time_get_day(time)))};
-    return static_cast<std::uint16_t>((sys_days(date) - sys_days(1858y / November / 17d)).count());
+Clock clockOf(std::uint64_t bcd) {
+    Clock clock;
+    dvb_time_decode_bcd(static_cast<std::uint32_t>(bcd & 0xFFFFFF), &clock.inSeconds, &clock.hours,
+                        &clock.minutes, &clock.seconds);
+    return clock;
 }
 
-std::uint32_t secondOfDay(const GstDateTime* time) {
-    return static_cast<std::uint32_t>(gst_date_time_get_hour(time)) * secondsPerHour +
-           static_cast<std::uint32_t>(gst_date_time_get_minute(time)) * secondsPerMinute +
-           static_cast<std::uint32_t>(gst_date_time_get_second(time));
-}
-
-UtcTime timeOf(std::uint8_t tableId, const GstDateTime* time) {
-    return {tableId, modifiedJulianDay(time), secondOfDay(time)};
-}
-
-std::vector<TextDescriptor> textsOf(const GPtrArray* descriptors) {
-    std::vector<TextDescriptor> texts;
-    for (const GstMpegtsDescriptor* descriptor : gst::descriptors(descriptors)) {
-        texts.push_back({descriptor->tag, networkText(*descriptor)});
+// The time of day that a date and time of 40 bits ends with, in seconds (ETSI EN 300 468 annex C); nothing
+// where it is none, as in one that is undefined.
+std::optional<std::uint32_t> timeOf(std::uint64_t dateAndTime) {
+    const Clock clock = clockOf(dateAndTime);
+    if (clock.hours > 23 || clock.minutes > 59 || clock.seconds > 59) {
+        return std::nullopt;
     }
+    return static_cast<std::uint32_t>(clock.inSeconds);
+}
+
+// The Modified Julian Day that it begins with.
+std::uint16_t dateOf(std::uint64_t dateAndTime) {
+    return static_cast<std::uint16_t>(dateAndTime >> 24);
+}
+
+// Whole seconds of a duration.
+std::uint32_t durationOf(std::uint32_t bcd) {
+    return static_cast<std::uint32_t>(clockOf(bcd).inSeconds);
+}
+
+std::vector<TextDescriptor> textsOf(SectionBytes descriptors) {
+    std::vector<TextDescriptor> texts;
+    forEachDescriptor(descriptors, [&](const std::uint8_t* descriptor) {
+        texts.push_back({desc_get_tag(descriptor), networkText(descriptor)});
+    });
     return texts;
 }
 
-Event eventOf(const GstMpegtsEITEvent& source) {
-    constexpr std::uint16_t undefinedDate = 0xFFFF;
-    Event event;
-    event.id = source.event_id;
-    event.startDate = undefinedDate;
-    if (source.start_time != nullptr) {
-        event.startDate = modifiedJulianDay(source.start_time);
-        event.startTime = secondOfDay(source.start_time);
-    }
-    event.duration = source.duration;
-    for (const GstMpegtsDescriptor* descriptor : gst::descriptors(source.descriptors)) {
-        gchar* language = nullptr;
-        gchar* name = nullptr;
-        gchar* text = nullptr;
-        if (event.language.empty() &&
-            gst::isSound(*descriptor, GST_MTS_DESC_DVB_SHORT_EVENT, shortEventFixedBytes, desc4d_validate) &&
-            gst_mpegts_descriptor_parse_dvb_short_event(descriptor, &language, &name, &text)) {
-            event.language = gst::toString(language);
-            event.name = gst::toString(name);
-            event.description = gst::toString(text);
+Service serviceOf(const std::uint8_t* entry, SectionBytes descriptors) {
+    Service service{sdtn_get_sid(entry), 0, sdtn_get_ca(entry), {}, {}};
+    forEachDescriptor(descriptors, [&](const std::uint8_t* descriptor) {
+        if (isSound(descriptor, serviceTag, serviceFixedBytes, desc48_validate)) {
+            std::uint8_t length = 0;
+            service.type = desc48_get_type(descriptor);
+            const std::uint8_t* provider = desc48_get_provider(descriptor, &length);
+            service.provider = dvbText({provider, length});
+            const std::uint8_t* name = desc48_get_service(descriptor, &length);
+            service.name = dvbText({name, length});
         }
-    }
+    });
+    return service;
+}
+
+Event eventOf(const std::uint8_t* entry, SectionBytes descriptors) {
+    constexpr std::size_t languageSize = 3;
+    Event event;
+    const std::uint64_t start = eitn_get_start_time(entry);
+    event.id = eitn_get_event_id(entry);
+    event.startDate = dateOf(start);
+    event.startTime = timeOf(start);
+    event.duration = durationOf(eitn_get_duration_bcd(entry));
+    forEachDescriptor(descriptors, [&](const std::uint8_t* descriptor) {
+        if (event.language.empty() &&
+            isSound(descriptor, shortEventTag, shortEventFixedBytes, desc4d_validate)) {
+            const std::uint8_t* language = desc4d_get_lang(descriptor);
+            std::uint8_t length = 0;
+            event.language.assign(language, language + languageSize);
+            const std::uint8_t* name = desc4d_get_event_name(descriptor, &length);
+            event.name = dvbText({name, length});
+            const std::uint8_t* text = desc4d_get_text(descriptor, &length);
+            event.description = dvbText({text, length});
+        }
+    });
     return event;
+}
+
+// Whether an EIT with this table_id is of the stream that carries it.
+bool isOfThisStream(std::uint8_t tableId) {
+    return tableId == EIT_TABLE_ID_PF_ACTUAL ||
+           (tableId >= EIT_TABLE_ID_SCHED_ACTUAL_FIRST && tableId <= EIT_TABLE_ID_SCHED_ACTUAL_LAST);
 }
 
 } // namespace
 
-std::optional<ServiceTable> readSdt(std::span<const std::uint8_t> section) {
-    const gst::Section decoded =
-        sdt_validate(section.data()) ? gst::decode(wire::sdtPid, section, GST_MPEGTS_SECTION_SDT) : nullptr;
-    const GstMpegtsSDT* sdt = decoded ? gst_mpegts_section_get_sdt(decoded.get()) : nullptr;
-    if (sdt == nullptr || !sdt->actual_ts) {
+std::optional<ServiceTable> readSdt(SectionBytes section) {
+    const std::uint8_t* bytes = section.data();
+    if (psi_get_tableid(bytes) != SDT_TABLE_ID_ACTUAL || !sdt_validate(bytes)) {
         return std::nullopt;
     }
-    ServiceTable table{sdt->transport_stream_id, sdt->original_network_id, {}};
-    for (const GstMpegtsSDTService* service : gst::items<GstMpegtsSDTService>(sdt->services)) {
-        Service row{service->service_id, 0, service->free_CA_mode != FALSE, {}, {}};
-        for (const GstMpegtsDescriptor* descriptor : gst::descriptors(service->descriptors)) {
-            GstMpegtsDVBServiceType type{};
-            gchar* name = nullptr;
-            gchar* provider = nullptr;
-            if (gst::isSound(*descriptor, GST_MTS_DESC_DVB_SERVICE, serviceFixedBytes, desc48_validate) &&
-                gst_mpegts_descriptor_parse_dvb_service(descriptor, &type, &name, &provider)) {
-                row.type = static_cast<std::uint8_t>(gst::codeOf(type));
-                row.name = gst::toString(name);
-                row.provider = gst::toString(provider);
-            }
-        }
-        table.services.push_back(std::move(row));
-    }
+    ServiceTable table{sdt_get_tsid(bytes), sdt_get_onid(bytes), {}};
+    forEachEntry(sectionBody(section, SDT_HEADER_SIZE), SDT_SERVICE_SIZE,
+                 [&](const std::uint8_t* entry, SectionBytes descriptors) {
+                     table.services.push_back(serviceOf(entry, descriptors));
+                 });
     return table;
 }
 
-std::optional<NitSection> readNit(std::uint16_t pid, std::span<const std::uint8_t> section) {
-    const gst::Section decoded =
-        nit_validate(section.data()) ? gst::decode(pid, section, GST_MPEGTS_SECTION_NIT) : nullptr;
-    const GstMpegtsNIT* nit = decoded ? gst_mpegts_section_get_nit(decoded.get()) : nullptr;
-    if (nit == nullptr || !nit->actual_network) {
+std::optional<NitSection> readNit(SectionBytes section) {
+    const std::uint8_t* bytes = section.data();
+    if (psi_get_tableid(bytes) != NIT_TABLE_ID_ACTUAL || !nit_validate(bytes)) {
         return std::nullopt;
     }
-    NitSection result{nit->network_id, {textsOf(nit->descriptors), {}}};
-    for (const GstMpegtsNITStream* stream : gst::items<GstMpegtsNITStream>(nit->streams)) {
-        result.part.streams.push_back(
-            {stream->transport_stream_id, stream->original_network_id, textsOf(stream->descriptors)});
-    }
+    const SectionBytes network =
+        descriptorsAt(sectionBody(section, NIT_HEADER_SIZE - std::size_t{DESCS_HEADER_SIZE}));
+    NitSection result{nit_get_nid(bytes), {textsOf(network), {}}};
+    forEachEntry(
+        sectionBody(section, NIT_HEADER_SIZE + network.size() + NIT_HEADER2_SIZE), NIT_TS_SIZE,
+        [&](const std::uint8_t* entry, SectionBytes descriptors) {
+            result.part.streams.push_back({nitn_get_tsid(entry), nitn_get_onid(entry), textsOf(descriptors)});
+        });
     return result;
 }
 
-std::optional<EitSection> readEit(std::span<const std::uint8_t> section) {
-    const gst::Section decoded =
-        eit_validate(section.data()) ? gst::decode(wire::eitPid, section, GST_MPEGTS_SECTION_EIT) : nullptr;
-    const GstMpegtsEIT* eit = decoded ? gst_mpegts_section_get_eit(decoded.get()) : nullptr;
-    if (eit == nullptr || !eit->actual_stream) {
+std::optional<EitSection> readEit(SectionBytes section) {
+    const std::uint8_t* bytes = section.data();
+    if (!isOfThisStream(psi_get_tableid(bytes)) || !eit_validate(bytes)) {
         return std::nullopt;
     }
-    EitSection result{eit->transport_stream_id,
-                      eit->original_network_id,
-                      eit->segment_last_section_number,
-                      eit->last_table_id,
+    EitSection result{eit_get_tsid(bytes),
+                      eit_get_onid(bytes),
+                      eit_get_segment_last_sec_number(bytes),
+                      eit_get_last_table_id(bytes),
                       {}};
-    for (const GstMpegtsEITEvent* event : gst::items<GstMpegtsEITEvent>(eit->events)) {
-        result.events.push_back(eventOf(*event));
-    }
+    forEachEntry(sectionBody(section, EIT_HEADER_SIZE), EIT_EVENT_SIZE,
+                 [&](const std::uint8_t* entry, SectionBytes descriptors) {
+                     result.events.push_back(eventOf(entry, descriptors));
+                 });
     return result;
 }
 
-std::optional<UtcTime> readTime(std::span<const std::uint8_t> section) {
-    if (tdt_validate(section.data())) {
-        const gst::Section tdt = gst::decode(wire::tdtPid, section, GST_MPEGTS_SECTION_TDT);
-        const DateTime time(tdt ? gst_mpegts_section_get_tdt(tdt.get()) : nullptr);
-        return time ? std::optional(timeOf(tdt->table_id, time.get())) : std::nullopt;
+std::optional<UtcTime> readTime(SectionBytes section) {
+    const std::uint8_t* bytes = section.data();
+    if (!tdt_validate(bytes) && !tot_validate(bytes)) {
+        return std::nullopt;
     }
-    if (tot_validate(section.data())) {
-        const gst::Section tot = gst::decode(wire::tdtPid, section, GST_MPEGTS_SECTION_TOT);
-        const GstMpegtsTOT* table = tot ? gst_mpegts_section_get_tot(tot.get()) : nullptr;
-        return table != nullptr && table->utc_time != nullptr
-                   ? std::optional(timeOf(tot->table_id, table->utc_time))
-                   : std::nullopt;
-    }
-    return std::nullopt;
+    const std::uint64_t utc = tdt_get_utc(bytes); // at the same place in both
+    const auto time = timeOf(utc);
+    return time ? std::optional(UtcTime{psi_get_tableid(bytes), dateOf(utc), *time}) : std::nullopt;
 }
 
 } // namespace board

@@ -1,31 +1,33 @@
-// Reads SI sections (ETSI EN 300 468) into rows of the stream model. GStreamer's MPEG-TS library decodes
-// sections, descriptors, dates and DVB text.
+// Reads SI sections (ETSI EN 300 468) into rows of the stream model.
 #pragma once
 
 #include "stream/streamModel.h"
+#include "tables/section.h"
 
 #include <cstdint>
 #include <optional>
-#include <span>
+#include <vector>
 
 namespace board {
 
 // Each reads one sound section and returns nothing for one of another table or of no sense. Those of another
 // transport stream or network are not read.
-std::optional<ServiceTable> readSdt(std::span<const std::uint8_t> section);
+std::optional<ServiceTable> readSdt(SectionBytes section);
 struct NitSection {
-    std::uint16_t networkId;
+    std::uint16_t networkId = 0;
     NetworkPart part;
 };
-std::optional<NitSection> readNit(std::uint16_t pid, std::span<const std::uint8_t> section);
+std::optional<NitSection> readNit(SectionBytes section);
 struct EitSection {
-    std::uint16_t transportStreamId;
-    std::uint16_t originalNetworkId;
-    std::uint8_t segmentLast; // segment_last_section_number
-    std::uint8_t lastTable;   // last_table_id
+    std::uint16_t transportStreamId = 0;
+    std::uint16_t originalNetworkId = 0;
+    std::uint8_t segmentLast = 0; // segment_last_section_number
+    std::uint8_t lastTable = 0;   // last_table_id
     std::vector<Event> events;
 };
-std::optional<EitSection> readEit(std::span<const std::uint8_t> section);
-std::optional<UtcTime> readTime(std::span<const std::uint8_t> section);
+std::optional<EitSection> readEit(SectionBytes section);
+
+// The time of a TDT or a TOT.
+std::optional<UtcTime> readTime(SectionBytes section);
 
 } // namespace board

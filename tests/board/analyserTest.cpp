@@ -3,7 +3,6 @@
 
 #include "packets/packetSync.h"
 #include "streamWriter.h"
-#include "tables/psiTables.h"
 
 #include <gtest/gtest.h>
 
@@ -21,10 +20,6 @@ constexpr std::uint16_t pmtPid = 0x100;
 
 class Analyser : public testing::Test {
   protected:
-    static void SetUpTestSuite() {
-        board::initialiseLibraries(false);
-    }
-
     void play(const Packets& packets, std::size_t from = 0) {
         const Bytes& bytes = packets.bytes();
         for (std::size_t at = from; at < bytes.size(); at += board::tsPacketSize) {
@@ -499,24 +494,23 @@ TEST_F(Analyser, DropsTheEventsOfAProgramThatLeavesThePat) {
 
 TEST_F(Analyser, TakesEventsOnceThereIsRoom) {
     const std::vector<EitRow> rows(300, EitRow{1, 60000, 0, 60, {}});
-    const auto otherSchedule = [](const std::vector<EitRow>& events, std::uint8_t version, int number) {
-        return eit(0x50, 6, 77, 9, events, {version, static_cast<std::uint8_t>(number), 255});
+    const auto schedule = [](std::uint8_t table, const std::vector<EitRow>& events, std::uint8_t version) {
+        return eit(table, 5, 77, 9, events, {version, 0, 0, 0, 0x51});
     };
-    const Bytes schedule = eit(0x50, 5, 77, 9, rows);
-    Packets packets;
-    packets.section(0, pat(77, {{5, pmtPid}, {6, pmtPid + 1}}));
-    for (int number = 0; number < 256; ++number) {
-        packets.section(18, otherSchedule(rows, 0, number));
-    }
-    packets.section(18, schedule);
+    const Bytes later = schedule(0x51, {{2, 60001, 0, 60, {}}}, 0);
+    Packets packets = oneProgram();
+    packets.section(18, schedule(0x50, rows, 0));
+    packets.section(18, later);
     play(packets);
-    EXPECT_FALSE(model().events.contains(5)) << "there is no room";
+    EXPECT_EQ(model().events.at(5).events.at(0x50).size(), 60U);
+    EXPECT_TRUE(model().events.at(5).events.at(0x51).empty()) << "there is no room";
+    EXPECT_EQ(model().events.at(5).leftOut, 241U);
     playSection(packets, 18, eit(0x4E, 5, 77, 9, {{1, 60000, 0, 60, {}}}));
-    EXPECT_EQ(eventIds(), "0x4e: 1; ") << "present/following has a room of its own";
-    playSection(packets, 18, otherSchedule({}, 1, 0));
-    playSection(packets, 18, schedule);
-    ASSERT_TRUE(model().events.at(5).events.contains(0x50)) << "it comes again as it was";
-    EXPECT_EQ(model().events.at(5).events.at(0x50).size(), rows.size());
+    EXPECT_EQ(model().events.at(5).events.at(0x4E).size(), 1U) << "present/following has a room of its own";
+    playSection(packets, 18, schedule(0x50, {}, 1));
+    playSection(packets, 18, later);
+    EXPECT_EQ(eventIds(), "0x4e: 1; 0x50:; 0x51: 2; ") << "it comes again as it was";
+    EXPECT_EQ(model().events.at(5).leftOut, 0U);
 }
 
 TEST_F(Analyser, FindsRoomForEventsWhereAProgramHasLeftThePat) {
@@ -531,7 +525,7 @@ TEST_F(Analyser, FindsRoomForEventsWhereAProgramHasLeftThePat) {
     }
     play(packets);
     EXPECT_EQ(model().events.size(), 1U);
-    EXPECT_GT(model().events.at(10).events.at(0x50).size() + rows.size(), board::tunables::keptEvents);
+    EXPECT_EQ(model().events.at(10).events.at(0x50).size(), 60U);
 }
 
 TEST_F(Analyser, KeepsNoMorePresentEventsOfAServiceThanARecordShows) {
@@ -546,8 +540,8 @@ TEST_F(Analyser, KeepsNoMorePresentEventsOfAServiceThanARecordShows) {
     EXPECT_EQ(model().events.at(5).events.at(0x4E).size(), 60U);
 }
 
-TEST_F(Analyser, KeepsNoMorePresentEventsOfAllServicesThanItHasRoomFor) {
-    constexpr std::uint16_t services = 1000; // more than fit with as many events as a record shows
+TEST_F(Analyser, KeepsNoMorePresentEventsOfAllServicesThanRecordsShow) {
+    constexpr std::uint16_t services = 1000; // of which a record shows sixty, with sixty events each
     constexpr std::uint16_t rowsPerPat = 250;
     const std::vector<EitRow> rows(60, EitRow{1, 60000, 0, 60, {}});
     Packets packets;
@@ -568,39 +562,40 @@ TEST_F(Analyser, KeepsNoMorePresentEventsOfAllServicesThanItHasRoomFor) {
             kept += events.size();
         }
     }
-    EXPECT_LE(kept, board::tunables::keptPresentEvents);
-    EXPECT_GT(kept + rows.size(), board::tunables::keptPresentEvents);
+    EXPECT_EQ(model().programs.size(), 60U);
+    EXPECT_EQ(model().programsLeftOut, 940U);
+    EXPECT_EQ(kept, 60U * 60U);
 }
 
-TEST_F(Analyser, KeepsNoMoreEventsThanItHasRoomFor) {
+TEST_F(Analyser, KeepsNoMoreEventsOfAScheduleThanARecordShows) {
     const std::vector<EitRow> rows(300, EitRow{1, 60000, 0, 60, {}});
     play(oneProgram());
-    for (int round = 0; round < 2; ++round) { // the second finds no room that the first has not used
+    for (int round = 0; round < 2; ++round) {
         Packets packets;
         for (int number = 0; number < 256; ++number) {
             packets.section(18, eit(0x50, 5, 77, 9, rows, {0, static_cast<std::uint8_t>(number), 255}));
         }
         play(packets);
     }
-    const std::size_t kept = model().events.at(5).events.at(0x50).size();
-    EXPECT_LE(kept, board::tunables::keptEvents);
-    EXPECT_GT(kept + rows.size(), board::tunables::keptEvents);
+    EXPECT_EQ(model().events.at(5).events.at(0x50).size(), 60U);
+    EXPECT_EQ(model().events.at(5).leftOut, 256U * 300U - 60U);
 }
 
 TEST_F(Analyser, ReplacesEventsThoughThereIsNoRoomForMore) {
     const std::vector<EitRow> rows(128, EitRow{1, 60000, 0, 60, {}});
-    ASSERT_EQ(rows.size() * 256, board::tunables::keptEvents);
     Packets packets = oneProgram();
     for (int number = 0; number < 256; ++number) {
         packets.section(18, eit(0x50, 5, 77, 9, rows, {0, static_cast<std::uint8_t>(number), 255}));
     }
     packets.section(18, eit(0x50, 5, 77, 9, {{2, 60000, 0, 60, {}}}, {1, 0, 255}));
-    packets.section(18, eit(0x50, 5, 77, 9, {{3, 60000, 0, 60, {}}}, {1, 255, 255}));
+    packets.section(18, eit(0x50, 5, 77, 9, {{3, 60000, 0, 60, {}}}, {1, 1, 255}));
+    packets.section(18, eit(0x50, 5, 77, 9, rows, {0, 2, 255})); // which brings what there was no room for
     play(packets);
     const std::vector<board::Event>& kept = model().events.at(5).events.at(0x50);
-    EXPECT_EQ(kept.front().id, 2);
-    EXPECT_EQ(kept.back().id, 3);
-    EXPECT_EQ(kept.size(), 254 * rows.size() + 2);
+    ASSERT_EQ(kept.size(), 60U);
+    EXPECT_EQ(kept[0].id, 2);
+    EXPECT_EQ(kept[1].id, 3);
+    EXPECT_EQ(kept[2].id, 1);
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 #include "codecs/codecHeaders.h"
 
+#include "libraries.h"
 #include "streamWriter.h"
-#include "tables/psiTables.h"
 
 #include <gtest/gtest.h>
 

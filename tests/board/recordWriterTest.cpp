@@ -232,6 +232,37 @@ TEST_F(RecordWriter, WritesCatNitAndTdt) {
     EXPECT_STREQ(records->tdt.timeOfDay, "23:59:59");
 }
 
+TEST_F(RecordWriter, NamesNoOtherTransportStreamOfANitThatIsNotWhole) {
+    const board::NetworkStream other{4, 1, {{0x41, "other"}}};
+    const board::NetworkStream own{5, 2, {{0x41, "own"}}};
+    model.transportStreamId = 5;
+    model.network = board::NetworkTable{9, {{{{0x40, "Net"}}, {other}}}, false};
+    write();
+    EXPECT_STREQ(records->nit.descriptorText, "Net") << "what there is of the network";
+    EXPECT_EQ(records->nit.transportStreamId, 0);
+    EXPECT_EQ(records->nit.descriptorCount, 0);
+    model.network->complete = true;
+    write();
+    EXPECT_EQ(records->nit.transportStreamId, 4) << "this stream is not in it";
+    EXPECT_STREQ(records->nit.descriptorEntries[0].descriptorText, "other");
+    model.network->complete = false;
+    model.network->parts.push_back({{}, {own}});
+    write();
+    EXPECT_EQ(records->nit.transportStreamId, 5);
+    EXPECT_STREQ(records->nit.descriptorEntries[0].descriptorText, "own");
+}
+
+TEST_F(RecordWriter, CountsWhatIsNotKeptAmongWhatDoesNotFit) {
+    model.programs = {{1, 0x100, std::nullopt}};
+    model.programsLeftOut = 60;
+    model.events[1].events[0x50] = {{1, 60000, 0U, 60, "", "", ""}};
+    model.events[1].leftOut = 60;
+    write();
+    EXPECT_EQ(told, (std::vector<std::string>{
+                        "too many programs with a map: expected at most 59, got 61; the rest is left out",
+                        "too many events of service 1: expected at most 60, got 61; the rest is left out"}));
+}
+
 TEST_F(RecordWriter, ListsACaSystemWithoutEmms) {
     model.caSystems = {{0x500, 8191}, {0x600, 0x300}};
     write();

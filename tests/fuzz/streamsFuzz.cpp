@@ -6,11 +6,11 @@
 //         or PES packets, so that a CRC is no wall.
 #include "analysis/analyser.h"
 #include "check.h"
+#include "libraries.h"
 #include "packets/packetSync.h"
 #include "records/recordPrinter.h"
 #include "records/recordWriter.h"
 #include "streamWriter.h"
-#include "tables/psiTables.h"
 #include "target.h"
 
 #include <bitstream/mpeg/psi.h>

@@ -1,0 +1,31 @@
+// What all sections have in common (ISO/IEC 13818-1, 2.4.4.10 and 2.4.4.11).
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+
+namespace board {
+
+// A whole section, from table_id to its end; or part of one.
+using SectionBytes = std::span<const std::uint8_t>;
+
+// Whether the section's lengths make sense and, where it has one, its CRC is right. Nothing else reads a
+// section that fails here.
+bool sectionIsSound(SectionBytes section);
+
+// The fields that every section with syntax indicator 1 has.
+struct SectionHeader {
+    std::uint8_t tableId = 0;
+    std::uint16_t extension = 0; // table_id_extension
+    std::uint8_t version = 0;
+    std::uint8_t number = 0;
+    std::uint8_t last = 0;
+    bool current = false; // current_next_indicator
+    std::uint32_t crc = 0;
+};
+
+// The header of a section, checked in no way but its size; nothing for a section without one (the TDT).
+std::optional<SectionHeader> sectionHeader(SectionBytes section);
+
+} // namespace board

@@ -1,0 +1,200 @@
+#include "tables/streamTables.h"
+
+#include "tables/psiTables.h"
+#include "tables/siTables.h"
+
+#include "wire/records.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace board {
+
+namespace {
+
+constexpr std::uint16_t anyPid = 0xFFFF;
+constexpr std::uint8_t patTable = 0x00;
+constexpr std::uint8_t catTable = 0x01;
+constexpr std::uint8_t pmtTable = 0x02;
+constexpr std::uint8_t nitActualTable = 0x40;
+constexpr std::uint8_t sdtActualTable = 0x42;
+constexpr std::uint8_t firstScheduleTable = 0x50;
+constexpr std::uint8_t lastScheduleTable = 0x5F;
+constexpr std::uint8_t tdtTable = 0x70;
+
+// The tables of the time have neither header nor version. Where both come, they are told as one: the TDT.
+void takeTime(SectionBytes bytes, StreamModel& model) {
+    if (auto time = readTime(bytes)) {
+        if (model.time && model.time->tableId == tdtTable) {
+            time->tableId = tdtTable;
+        }
+        model.time = time;
+    }
+}
+
+} // namespace
+
+const std::array<StreamTables::Reader, 7> StreamTables::readers{{
+    {wire::patPid, patTable, patTable, &StreamTables::wantsPat, &StreamTables::takePat},
+    {anyPid, pmtTable, pmtTable, &StreamTables::wantsPmt, &StreamTables::takePmt},
+    {wire::catPid, catTable, catTable, &StreamTables::wantsCat, &StreamTables::takeCat},
+    {wire::sdtPid, sdtActualTable, sdtActualTable, &StreamTables::wantsSdt, &StreamTables::takeSdt},
+    {anyPid, nitActualTable, nitActualTable, &StreamTables::wantsNit, &StreamTables::takeNit},
+    {wire::eitPid, presentEventTable, presentEventTable, &StreamTables::wantsEit, &StreamTables::takeEit},
+    {wire::eitPid, firstScheduleTable, lastScheduleTable, &StreamTables::wantsEit, &StreamTables::takeEit},
+}};
+
+StreamTables::Effect StreamTables::section(std::uint16_t pid, SectionBytes bytes, StreamModel& model) {
+    const auto header = sectionHeader(bytes);
+    if (!header) {
+        if (!sectionIsSound(bytes)) {
+            return Effect::bad;
+        }
+        if (pid == wire::tdtPid) {
+            takeTime(bytes, model);
+        }
+        return Effect::none;
+    }
+    const Incoming incoming{pid, *header, bytes};
+    const auto reader = std::ranges::find_if(readers, [&](const Reader& one) {
+        return (one.pid == pid || one.pid == anyPid) && header->tableId >= one.firstTable &&
+               header->tableId <= one.lastTable;
+    });
+    if (reader == readers.end() || !(this->*reader->wants)(incoming)) {
+        return Effect::none;
+    }
+    if (!sectionIsSound(bytes)) {
+        return Effect::bad;
+    }
+    return header->current ? (this->*reader->take)(incoming, model) : Effect::none;
+}
+
+std::vector<std::uint16_t> StreamTables::pids() const {
+    std::vector<std::uint16_t> all{wire::patPid, wire::catPid, networkPid_.value_or(wire::nitPid),
+                                   wire::sdtPid, wire::eitPid, wire::tdtPid};
+    for (const auto& [number, map] : maps_) {
+        if (map.pid < wire::nullPid) {
+            all.push_back(map.pid);
+        }
+    }
+    return all;
+}
+
+bool StreamTables::wantsPat(const Incoming& section) const {
+    return !pat_.knows(section.header);
+}
+
+bool StreamTables::wantsPmt(const Incoming& section) const {
+    const auto map = maps_.find(section.header.extension);
+    return map != maps_.end() && map->second.pid == section.pid && map->second.crc != section.header.crc;
+}
+
+bool StreamTables::wantsCat(const Incoming& section) const {
+    return !cat_.knows(section.header);
+}
+
+bool StreamTables::wantsSdt(const Incoming& section) const {
+    return !sdt_.knows(section.header);
+}
+
+// The PAT's network entry names the PID of the NIT, and DVB keeps to 16.
+bool StreamTables::wantsNit(const Incoming& section) const {
+    return section.pid == networkPid_.value_or(wire::nitPid) && !nit_.knows(section.header);
+}
+
+bool StreamTables::wantsEit(const Incoming& section) const {
+    if (!maps_.contains(section.header.extension)) { // so that what is kept is bounded
+        return false;
+    }
+    const auto events = events_.find(section.header.extension);
+    return events == events_.end() || !events->second.knows(section.header);
+}
+
+StreamTables::Effect StreamTables::takePat(const Incoming& section, StreamModel& model) {
+    auto rows = readPat(section.bytes);
+    if (!rows) {
+        return Effect::none;
+    }
+    pat_.put(section.header, std::move(*rows));
+    if (!pat_.complete()) {
+        return Effect::none;
+    }
+    const std::vector<PatEntry> entries = withoutRepeats(pat_.rows());
+    const bool newStream = beginsNewStream(model, section.header.extension, entries);
+    if (newStream) { // what is known of the PAT is known of the new stream
+        SectionedTable<PatEntry> pat = std::move(pat_);
+        *this = StreamTables{};
+        pat_ = std::move(pat);
+        model = StreamModel{};
+    }
+    model.transportStreamId = section.header.extension;
+    model.programs = programsOf(entries, model.programs);
+    model.programsLeftOut = entries.size() - model.programs.size();
+    follow(model);
+    return newStream ? Effect::newStream : Effect::programs;
+}
+
+// Wants the maps and events of the programs that there are now, and no others.
+void StreamTables::follow(StreamModel& model) {
+    networkPid_.reset();
+    const auto before = std::exchange(maps_, {});
+    for (const Program& program : model.programs) {
+        if (program.number != 0) {
+            const auto same = before.find(program.number);
+            maps_[program.number] = same != before.end() && same->second.pid == program.pmtPid
+                                        ? same->second
+                                        : MapSection{program.pmtPid, std::nullopt};
+        } else if (program.pmtPid < wire::nullPid) {
+            networkPid_ = program.pmtPid;
+        }
+    }
+    std::erase_if(events_, [this](const auto& entry) { return !maps_.contains(entry.first); });
+    std::erase_if(model.events, [this](const auto& entry) { return !maps_.contains(entry.first); });
+}
+
+StreamTables::Effect StreamTables::takePmt(const Incoming& section, StreamModel& model) {
+    maps_[section.header.extension].crc = section.header.crc; // one of no sense is known as well
+    auto map = readPmt(section.bytes);
+    const auto program = std::ranges::find(model.programs, section.header.extension, &Program::number);
+    if (!map || program == model.programs.end()) {
+        return Effect::none;
+    }
+    program->map = std::move(map);
+    return Effect::maps;
+}
+
+StreamTables::Effect StreamTables::takeCat(const Incoming& section, StreamModel& model) {
+    auto systems = readCat(section.bytes);
+    if (systems && cat_.put(section.header, std::move(*systems))) {
+        model.caSystems = cat_.rows();
+    }
+    return Effect::none;
+}
+
+StreamTables::Effect StreamTables::takeSdt(const Incoming& section, StreamModel& model) {
+    auto table = readSdt(section.bytes);
+    if (table && sdt_.put(section.header, std::move(table->services))) {
+        table->services = sdt_.rows();
+        model.services = std::move(table);
+    }
+    return Effect::none;
+}
+
+StreamTables::Effect StreamTables::takeNit(const Incoming& section, StreamModel& model) {
+    auto nit = readNit(section.bytes);
+    if (nit && nit_.put(section.header, {std::move(nit->part)})) {
+        model.network = NetworkTable{nit->networkId, nit_.rows(), nit_.complete()};
+    }
+    return Effect::none;
+}
+
+StreamTables::Effect StreamTables::takeEit(const Incoming& section, StreamModel& model) {
+    if (auto eit = readEit(section.bytes)) {
+        ServiceEvents& events = events_[section.header.extension];
+        events.put(section.header, std::move(*eit));
+        model.events[section.header.extension] = events.events();
+    }
+    return Effect::none;
+}
+
+} // namespace board

@@ -1,0 +1,71 @@
+// What must be known of a stream before it is published.
+#include "analysis/settling.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+constexpr std::uint16_t videoPid = 0x101;
+
+class Settling : public testing::Test {
+  protected:
+    // A stream of one program of which everything is known.
+    Settling() {
+        model.services.emplace();
+        model.programs = {{0, 16, std::nullopt}, {5, 0x100, board::ProgramMap{videoPid, {}, {}}}};
+        model.programs[1].map->streams = {{videoPid, 0x1B, board::StreamKind::video, 0, ""},
+                                          {0x102, 0x03, board::StreamKind::audio, 3, ""}};
+        model.videoFormats[videoPid] = {};
+    }
+
+    bool known(bool names = true, bool rates = true) const {
+        return board::everythingKnown(model, names, rates);
+    }
+
+    board::StreamModel model;
+};
+
+TEST_F(Settling, NeedsNoMoreThanThis) {
+    EXPECT_TRUE(known());
+}
+
+TEST_F(Settling, NeedsTheNamesAndTheRates) {
+    EXPECT_FALSE(known(false, true));
+    EXPECT_FALSE(known(true, false));
+    model.services.reset();
+    EXPECT_FALSE(known());
+}
+
+TEST_F(Settling, NeedsEveryMap) {
+    model.programs.push_back({6, 0x200, std::nullopt});
+    EXPECT_FALSE(known());
+    model.programs.back().map.emplace();
+    EXPECT_TRUE(known());
+}
+
+TEST_F(Settling, NeedsTheFormatOfVideoThatIsNotScrambled) {
+    model.videoFormats.clear();
+    EXPECT_FALSE(known());
+    board::PidState state;
+    state.pid = videoPid;
+    model.pids.push_back(state);
+    EXPECT_FALSE(known());
+    model.pids.back().scrambled = true;
+    EXPECT_TRUE(known());
+}
+
+TEST(SettlingPatience, EndsWithTimeOrPackets) {
+    board::SettlingPatience patience;
+    patience.begin(1000);
+    EXPECT_FALSE(patience.over(1000 + board::tunables::settlePatience - 1));
+    EXPECT_TRUE(patience.over(1000 + board::tunables::settlePatience));
+    for (std::uint64_t k = 0; k < board::tunables::settlePackets; ++k) {
+        EXPECT_FALSE(patience.over(1000));
+        patience.packet();
+    }
+    EXPECT_TRUE(patience.over(1000));
+    patience.begin(1000);
+    EXPECT_FALSE(patience.over(1000)) << "of another stream";
+}
+
+} // namespace
