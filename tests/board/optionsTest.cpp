@@ -129,4 +129,168 @@ TEST(Options, RefusesOptionsThatMeanNothingToTheSource) {
     EXPECT_EQ(problem({"--print", "--rate-period", "0", "--interface", "lo", "rtp://a:1"}), "none");
 }
 
+struct CommandLine {
+    bool accepted;
+    std::vector<std::string> words;
+};
+
+// What is accepted and what is refused, each with every kind of source and every task.
+const std::vector<CommandLine> commandLines{
+    // A source, and nothing but options beside it.
+    {true, {"file.ts"}},
+    {true, {"-"}},
+    {true, {"udp://239.1.1.1:5000"}},
+    {true, {"rtp://127.0.0.1:5002"}},
+    {true, {"srt://0.0.0.0:5004?mode=listener"}},
+    {true, {"http://127.0.0.1:1"}},
+    {true, {"--", "file.ts"}},
+    {true, {"--", "-file.ts"}},
+    {true, {"--once", "--", "--once"}},
+    {true, {"file.ts", "--once"}},
+    {true, {"++"}},
+    {true, {"[a,b]"}},
+    {true, {"{}"}},
+    {true, {"/once"}},
+    {false, {}},
+    {false, {"--"}},
+    {false, {"--once"}},
+    {false, {"a", "b"}},
+    {false, {"-", "-"}},
+    // Options that there are not, or not so.
+    {false, {"--slow", "file.ts"}},
+    {false, {"-x", "file.ts"}},
+    {false, {"-once", "file.ts"}},
+    {false, {"---once"}},
+    {false, {"--!once"}},
+    {false, {"-5"}},
+    {false, {"-!"}},
+    {false, {"--ONCE", "file.ts"}},
+    {false, {"--new_stream_on_loop", "file.ts"}},
+    {false, {"--once=1", "file.ts"}},
+    {false, {"--once=true", "file.ts"}},
+    {false, {"--fast=false", "file.ts"}},
+    {false, {"--print=", "file.ts", "x"}},
+    // Values.
+    {true, {"--interval", "1", "file.ts"}},
+    {true, {"--interval=3600000", "file.ts"}},
+    {true, {"--interval", "010", "file.ts"}},
+    {false, {"--interval", "0", "file.ts"}},
+    {false, {"--interval", "3600001", "file.ts"}},
+    {false, {"--interval", "-5", "file.ts"}},
+    {false, {"--interval", "+5", "file.ts"}},
+    {false, {"--interval", " 5", "file.ts"}},
+    {false, {"--interval", "0x5", "file.ts"}},
+    {false, {"--interval", "5.0", "file.ts"}},
+    {false, {"--interval", "1e3", "file.ts"}},
+    {false, {"--interval", "5ms", "file.ts"}},
+    {false, {"--interval", "99999999999", "file.ts"}},
+    {false, {"--interval", "", "file.ts"}},
+    {false, {"--interval", "file.ts"}},
+    {false, {"--interval=", "5", "file.ts"}},
+    {false, {"file.ts", "--interval"}},
+    {true, {"--rate-period", "0", "file.ts"}},
+    {false, {"--rate-period", "-1", "file.ts"}},
+    {false, {"--rate-period", "3600001", "file.ts"}},
+    {true, {"--service", "1", "file.ts"}},
+    {true, {"--service", "65535", "file.ts"}},
+    {false, {"--service", "0", "file.ts"}},
+    {false, {"--service", "65536", "file.ts"}},
+    {false, {"--service", "7x", "file.ts"}},
+    {true, {"--record", "out", "--duration", "1"}},
+    {false, {"--record", "out", "--duration", "0"}},
+    {true, {"--record", "--once"}},
+    {true, {"--record", "out", "--host", "--instruct"}},
+    {false, {"--record", ""}},
+    {false, {"--replay", ""}},
+    {false, {"--record"}},
+    // The last one counts, but each is looked at.
+    {true, {"--once", "--once", "file.ts"}},
+    {true, {"--interval", "1", "--interval", "2", "file.ts"}},
+    {false, {"--interval", "0", "--interval", "2", "file.ts"}},
+    {true, {"--record", "one", "--record", "two"}},
+    {true, {"--record", "one", "--instruct", "--instruct"}},
+    // What is played.
+    {true,
+     {"--once", "--fast", "--new-stream-on-loop", "--interval", "1", "--rate-period", "1", "--service", "1",
+      "--deterministic", "file.ts"}},
+    {true,
+     {"--interface", "lo", "--interval", "1", "--rate-period", "1", "--service", "1", "--deterministic",
+      "udp://a:1"}},
+    {true, {"--interface", "lo", "rtp://a:1"}},
+    {true, {"--interface", "lo", "http://a:1"}},
+    {false, {"--interface", "lo", "file.ts"}},
+    {false, {"--interface", "lo", "-"}},
+    {false, {"--interface", "lo", "srt://a:1"}},
+    {true, {"--once", "-"}},
+    {true, {"--fast", "http://a:1"}},
+    {false, {"--once", "udp://a:1"}},
+    {false, {"--once", "rtp://a:1"}},
+    {false, {"--once", "srt://a:1"}},
+    {false, {"--fast", "udp://a:1"}},
+    {false, {"--fast", "srt://a:1"}},
+    {false, {"--new-stream-on-loop", "udp://a:1"}},
+    {false, {"--new-stream-on-loop", "srt://a:1"}},
+    {false, {"--host", "a", "file.ts"}},
+    {false, {"--instruct", "file.ts"}},
+    {false, {"--duration", "1", "file.ts"}},
+    {false, {"--duration", "1"}},
+    // What is printed.
+    {true, {"--print", "--once", "--fast", "--rate-period", "1", "--service", "1", "file.ts"}},
+    {true, {"--print", "--interface", "lo", "--rate-period", "1", "--service", "1", "udp://a:1"}},
+    {false, {"--print"}},
+    {false, {"--print", "--interface", "lo", "file.ts"}},
+    {false, {"--print", "--once", "srt://a:1"}},
+    {false, {"--print", "--fast", "udp://a:1"}},
+    {false, {"--print", "--new-stream-on-loop", "file.ts"}},
+    {false, {"--print", "--interval", "1", "file.ts"}},
+    {false, {"--print", "--deterministic", "file.ts"}},
+    {false, {"--print", "--host", "a", "file.ts"}},
+    {false, {"--print", "--instruct", "file.ts"}},
+    {false, {"--print", "--duration", "1", "file.ts"}},
+    // What is recorded.
+    {true, {"--record", "out"}},
+    {true, {"--record", "out", "--host", "a", "--instruct", "--duration", "1"}},
+    {false, {"--record", "out", "file.ts"}},
+    {false, {"--record", "out", "--replay", "in"}},
+    {false, {"--record", "out", "--print"}},
+    {false, {"--record", "out", "--once"}},
+    {false, {"--record", "out", "--fast"}},
+    {false, {"--record", "out", "--new-stream-on-loop"}},
+    {false, {"--record", "out", "--interface", "lo"}},
+    {false, {"--record", "out", "--interval", "1"}},
+    {false, {"--record", "out", "--rate-period", "1"}},
+    {false, {"--record", "out", "--service", "1"}},
+    {false, {"--record", "out", "--deterministic"}},
+    // What is replayed.
+    {true, {"--replay", "in"}},
+    {true, {"--replay", "in", "--once", "--fast", "--interval", "1", "--deterministic"}},
+    {false, {"--replay", "in", "file.ts"}},
+    {false, {"--replay", "in", "--print"}},
+    {false, {"--replay", "in", "--new-stream-on-loop"}},
+    {false, {"--replay", "in", "--interface", "lo"}},
+    {false, {"--replay", "in", "--rate-period", "1"}},
+    {false, {"--replay", "in", "--service", "1"}},
+    {false, {"--replay", "in", "--host", "a"}},
+    {false, {"--replay", "in", "--instruct"}},
+    {false, {"--replay", "in", "--duration", "1"}},
+    // Help, whatever else is asked for, as long as it is understood.
+    {true, {"--help"}},
+    {true, {"--help", "--record", "out", "--print"}},
+    {true, {"--once", "--help"}},
+    {false, {"--help", "file.ts"}},
+    {false, {"--help", "--slow"}},
+    {false, {"--help", "--interval", "0"}},
+    {false, {"--help=1"}},
+};
+
+TEST(Options, AreAcceptedOrRefused) {
+    for (const CommandLine& line : commandLines) {
+        std::string words;
+        for (const std::string& word : line.words) {
+            words += " \"" + word + '"';
+        }
+        EXPECT_EQ(problem(line.words) == "none", line.accepted) << "mpegfe-board" << words;
+    }
+}
+
 } // namespace
