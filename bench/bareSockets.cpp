@@ -4,6 +4,8 @@
 // acknowledgement in the same steps, so that both programs come to the next request equally rested.
 //
 // usage: bareSockets [--open-feed]     --open-feed: opens the feed at once too, so that all sockets are there
+#include "wire/endpoints.h"
+
 #include <unistd.h>
 #include <zmq.h>
 
@@ -40,9 +42,9 @@ void closeNow(void* socket) {
 Feed openFeed() {
     void* context = zmq_ctx_new();
     Feed feed{context, zmq_socket(context, ZMQ_SUB), nullptr};
-    zmq_connect(feed.subscriber, "tcp://127.0.0.1:5101");
+    zmq_connect(feed.subscriber, "tcp://127.0.0.1:" WIRE_PARSER_PORT);
     feed.instructor = zmq_socket(context, ZMQ_REQ);
-    zmq_connect(feed.instructor, "ipc:///run/shm/zmq/uRO_MMR_MPEGFE-1");
+    zmq_connect(feed.instructor, wire::instructionEndpoint);
     return feed;
 }
 
@@ -114,9 +116,9 @@ void serveStop(Feed& feed) {
 int main(int argc, char** argv) {
     void* context = zmq_ctx_new();
     void* documents = zmq_socket(context, ZMQ_REQ);
-    zmq_connect(documents, "ipc:///run/shm/zmq/uRO_MpegFE_MMR");
+    zmq_connect(documents, wire::documentEndpoint);
     void* requests = zmq_socket(context, ZMQ_REP);
-    zmq_connect(requests, "ipc:///run/shm/zmq/uRO_MMR_MpegFE");
+    zmq_connect(requests, wire::requestEndpoint);
     Feed feed{};
     if (argc > 1 && std::strcmp(argv[1], "--open-feed") == 0) {
         feed = openFeed();

@@ -1,5 +1,7 @@
 #include "scriptedService.h"
 
+#include "wire/endpoints.h"
+
 namespace testSupport {
 namespace {
 
@@ -22,8 +24,8 @@ std::string take(zmq::socket_t& socket) {
 } // namespace
 
 ScriptedService::ScriptedService()
-    : requests(connected(context, zmq::socket_type::rep, "ipc:///run/shm/zmq/uRO_MMR_MpegFE")),
-      documents(connected(context, zmq::socket_type::req, "ipc:///run/shm/zmq/uRO_MpegFE_MMR")) {}
+    : requests(connected(context, zmq::socket_type::rep, wire::requestEndpoint)),
+      documents(connected(context, zmq::socket_type::req, wire::documentEndpoint)) {}
 
 std::string ScriptedService::takeRequest() {
     return take(requests);

@@ -1,5 +1,7 @@
 #include "isolation.h"
 
+#include "wire/endpoints.h"
+
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -20,7 +22,6 @@
 namespace testSupport {
 namespace {
 
-constexpr const char* endpointDirectory = "/run/shm/zmq";
 constexpr const char* lockPath = "/tmp/mpegfe-tests.lock";
 
 [[noreturn]] void giveUp(const char* what) {
@@ -57,7 +58,8 @@ bool bringLoopbackUp() {
     return up;
 }
 
-// An empty /run/shm/zmq: over what /run/shm leads to, or over /run where there is no such place.
+// An empty directory of the endpoints: over what /run/shm leads to, or over /run where there is no such
+// place.
 bool mountEndpointDirectory() {
     if (mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
         return false;
@@ -69,7 +71,7 @@ bool mountEndpointDirectory() {
         return false;
     }
     std::error_code failure;
-    std::filesystem::create_directories(endpointDirectory, failure);
+    std::filesystem::create_directories(wire::directory, failure);
     return !failure;
 }
 
@@ -108,10 +110,10 @@ void takeLock() {
         }
     }
     std::error_code failure;
-    std::filesystem::create_directories(endpointDirectory, failure);
+    std::filesystem::create_directories(wire::directory, failure);
     if (failure) {
         errno = failure.value();
-        giveUp(endpointDirectory);
+        giveUp(wire::directory);
     }
 }
 
