@@ -5,6 +5,8 @@
 #include "exchange.h"
 #include "managerError.h"
 
+#include "companions/stopSignals.h"
+
 #include <exception>
 #include <iostream>
 
@@ -61,10 +63,10 @@ class Printer {
 };
 
 ExitStatus run(const Options& options) {
-    const StopSignals signals;
+    companions::stopOnSignals();
     Endpoints endpoints;
     Printer printer(options.table);
-    runExchange(endpoints, options, signals,
+    runExchange(endpoints, options,
                 {[&](std::string_view reply) { printer.showReply(reply); },
                  [&](std::string_view document) { printer.show(document); }, Printer::showStray});
     return printer.status();
@@ -78,9 +80,9 @@ int main(int argumentCount, char** arguments) {
         if (const auto options = parseCommandLine(argumentCount, arguments)) {
             status = run(*options);
         }
-    } catch (const ManagerError& error) {
-        say(error.what());
-        status = error.status;
+    } catch (const companions::Failure& failure) {
+        say(failure.what());
+        return failure.exitStatus();
     } catch (const std::exception& error) {
         say(std::string("unexpected: ") + error.what());
         status = ExitStatus::noEndpoints;

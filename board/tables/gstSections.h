@@ -1,7 +1,7 @@
 // GStreamer's sections and descriptors with C++ ownership. Only the table readers include this.
 #pragma once
 
-#include "release.h"
+#include "companions/release.h"
 
 #include <gst/mpegts/mpegts.h>
 
@@ -11,6 +11,12 @@
 #include <memory>
 #include <span>
 #include <string>
+
+namespace board {
+
+using companions::Release;
+
+} // namespace board
 
 namespace board::gst {
 

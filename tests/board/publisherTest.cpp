@@ -2,13 +2,13 @@
 #include "publish/publisher.h"
 #include "boardProcess.h"
 
+#include "wire/endpoints.h"
+
 #include <thread>
 
 namespace {
 
 using namespace boardProcess;
-
-constexpr const char* instructionEndpoint = "ipc:///run/shm/zmq/uRO_MMR_MPEGFE-1";
 
 // A client that says anything over the instruction channel.
 class Speaker {
@@ -16,7 +16,7 @@ class Speaker {
     explicit Speaker(zmq::socket_type type) : socket(context, type) {
         socket.set(zmq::sockopt::rcvtimeo, static_cast<int>(patience.count()));
         socket.set(zmq::sockopt::linger, 0);
-        socket.connect(instructionEndpoint);
+        socket.connect(wire::instructionEndpoint);
     }
 
     void say(const Message& parts) {
@@ -50,7 +50,7 @@ class StallingClient {
         subscriber.set(zmq::sockopt::rcvbuf, 4096);
         subscriber.set(zmq::sockopt::linger, 0);
         subscriber.set(zmq::sockopt::rcvtimeo, static_cast<int>(patience.count()));
-        subscriber.connect("tcp://127.0.0.1:5101");
+        subscriber.connect("tcp://127.0.0.1:" WIRE_PARSER_PORT);
         subscriber.set(zmq::sockopt::subscribe, "");
     }
 
@@ -75,7 +75,7 @@ class Stranger {
   public:
     Stranger() {
         socket.set(zmq::sockopt::linger, 0);
-        socket.connect("tcp://127.0.0.1:5101");
+        socket.connect("tcp://127.0.0.1:" WIRE_PARSER_PORT);
     }
 
     void say(const std::string& text) {
@@ -90,7 +90,7 @@ class Stranger {
 // A publisher in this process, so that the test says when it does what.
 class PublisherInHand : public BoardProcess {
   protected:
-    board::Publisher publisher{std::chrono::milliseconds(250)};
+    board::Publisher publisher{board::PublishOptions{}};
     wire::RecordSet records{};
 };
 

@@ -3,6 +3,7 @@
 #include "scriptedService.h"
 #include "support/childProcess.h"
 #include "support/isolation.h"
+#include "wire/endpoints.h"
 
 #include <array>
 #include <cerrno>
@@ -276,7 +277,7 @@ TEST_F(Manager, leavesTheEndpointsToWhoeverHoldsThem) {
     const auto second = start({"PAT", "on"});
     const std::string refusal = transcript(*second);
     std::string holder;
-    std::ifstream("/run/shm/zmq/mpegfe-manager.lock") >> holder;
+    std::ifstream(WIRE_DIRECTORY "/mpegfe-manager.lock") >> holder;
     EXPECT_EQ(refusal,
               "mpegfe-manager: the service already has a media manager: expected nobody to hold the lock "
               "/run/shm/zmq/mpegfe-manager.lock, got process " +
@@ -293,7 +294,7 @@ TEST_F(Manager, saysThatTheDirectoryIsMissing) {
     if (!mayChangeDirectory()) {
         GTEST_SKIP() << "needs a /run/shm of its own";
     }
-    std::filesystem::remove_all("/run/shm/zmq");
+    std::filesystem::remove_all(wire::directory);
     const auto manager = start({"PAT", "on"});
     EXPECT_EQ(transcript(*manager),
               "mpegfe-manager: cannot use the endpoints in /run/shm/zmq: expected a directory in which files "
@@ -307,7 +308,7 @@ TEST_F(Manager, saysThatItMayNotWriteTheDirectory) {
     if (!mayChangeDirectory()) {
         GTEST_SKIP() << "needs a /run/shm of its own";
     }
-    std::filesystem::permissions("/run/shm/zmq", std::filesystem::perms::none);
+    std::filesystem::permissions(wire::directory, std::filesystem::perms::none);
     // Root may write anywhere unless it has lost that right.
     ChildProcess manager({"setpriv", "--bounding-set=-dac_override,-dac_read_search", "--inh-caps=-all",
                           MPEGFE_MANAGER, "PAT", "on"},
@@ -324,7 +325,8 @@ TEST_F(Manager, saysThatAnEndpointIsNoSocket) {
     if (!mayChangeDirectory()) {
         GTEST_SKIP() << "needs a /run/shm of its own";
     }
-    std::filesystem::create_directories("/run/shm/zmq/uRO_MMR_MpegFE/occupied");
+    std::filesystem::create_directories(
+        std::string(wire::requestEndpoint).substr(std::string("ipc://").size()) + "/occupied");
     const auto manager = start({"PAT", "on"});
     EXPECT_EQ(
         transcript(*manager),
