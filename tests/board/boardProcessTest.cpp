@@ -69,6 +69,16 @@ TEST_F(BoardProcess, SaysWhatIsWrongWithItsEndpoints) {
     std::filesystem::create_directory(wire::directory);
 }
 
+TEST_F(BoardProcess, FollowsNoLinkToAnotherFile) {
+    const std::string lock = WIRE_DIRECTORY "/mpegfe-board.lock";
+    std::filesystem::create_symlink("/nowhere", lock);
+    EXPECT_EQ(outcome({sample}),
+              "mpegfe-board: cannot use the lock " + lock +
+                  ": expected a file of its own, got a link; whoever put it there may mean harm: remove it, "
+                  "and see who may write to the directory\nexit code 1");
+    std::filesystem::remove(lock);
+}
+
 TEST_F(BoardProcess, LeavesAnotherBoardAlone) {
     start({sample});
     ASSERT_TRUE(awaitConsole("playing "));

@@ -4,6 +4,7 @@
 
 #include "wire/endpoints.h"
 
+#include <poll.h>
 #include <thread>
 
 namespace {
@@ -157,6 +158,25 @@ TEST_F(BoardProcess, StopsThoughTheClientThatItWaitsForStalls) {
         }
     }
     EXPECT_NE(stop().find("exit code 0"), std::string::npos);
+}
+
+TEST_F(BoardProcess, StopsThoughItStillSendsToTheClientThatItWaitsFor) {
+    start({"--deterministic", "--fast", "--once", "--interval", "1000", sample});
+    StallingClient client;
+    Speaker(zmq::socket_type::req).ask({allTopics});
+    pollfd said{board->errorDescriptor(), POLLIN, 0};
+    while (console.find("stopped after") == std::string::npos) {
+        if (::poll(&said, 1, 0) > 0) {
+            ASSERT_TRUE(readConsole());
+        } else {
+            client.nextNumber();
+        }
+    }
+    while (!board->sleeps()) { // the client has not taken the last messages
+    }
+    const auto asked = std::chrono::steady_clock::now();
+    EXPECT_NE(stop().find("exit code 0"), std::string::npos);
+    EXPECT_LT(std::chrono::steady_clock::now() - asked, board::tunables::slowClientPatience / 2);
 }
 
 TEST_F(BoardProcess, GoesOnWhenTheClientThatItWaitsForLeaves) {

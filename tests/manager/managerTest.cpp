@@ -15,6 +15,7 @@
 #include <memory>
 #include <poll.h>
 #include <string>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
 
@@ -334,6 +335,47 @@ TEST_F(Manager, saysThatAnEndpointIsNoSocket) {
         "written, got the error \"Address already in use\"; remove what stands there, or run as the user "
         "that owns it\n"
         "exit code 5\n");
+}
+
+TEST_F(Manager, followsNoLinkToAnotherFile) {
+    if (!mayChangeDirectory()) {
+        GTEST_SKIP() << "needs a /run/shm of its own";
+    }
+    std::filesystem::create_symlink("/nowhere", WIRE_DIRECTORY "/mpegfe-manager.lock");
+    const auto manager = start({"PAT", "on"});
+    EXPECT_EQ(transcript(*manager),
+              "mpegfe-manager: cannot use the lock /run/shm/zmq/mpegfe-manager.lock: expected a file of its "
+              "own, got a link; whoever put it there may mean harm: remove it, and see who may write to the "
+              "directory\n"
+              "exit code 5\n");
+}
+
+// Board and service of a user, and a manager that root starts.
+TEST(ManagerOfRoot, isReachedByAnotherUsersService) {
+    constexpr uid_t user = 4242;
+    constexpr gid_t group = 4343;
+    if (!testSupport::enterIsolationWithUsers()) {
+        GTEST_SKIP() << "needs root, to be several users";
+    }
+    ASSERT_EQ(chown(wire::directory, user, group), 0);
+    std::filesystem::permissions(wire::directory, std::filesystem::perms(0770));
+    ChildProcess manager({MPEGFE_MANAGER, "PAT", "on"}, {});
+    ASSERT_EQ(setegid(group), 0);
+    ASSERT_EQ(seteuid(user), 0);
+    ScriptedService service;
+    EXPECT_EQ(service.takeRequest(), R"({"dataStream": "PAT", "status": "on"})");
+    service.reply(ack);
+    for (const std::string endpoint : {wire::requestEndpoint, wire::documentEndpoint}) {
+        struct stat status {};
+        EXPECT_EQ(stat(endpoint.substr(std::string("ipc://").size()).c_str(), &status), 0);
+        EXPECT_EQ(status.st_uid, user);
+        EXPECT_EQ(status.st_gid, group);
+    }
+    service.sendDocument({emptyPat});
+    EXPECT_EQ(service.takeAcknowledgement(), ack);
+    ASSERT_EQ(seteuid(0), 0);
+    ASSERT_EQ(setegid(0), 0);
+    EXPECT_EQ(transcript(manager), std::string(ack) + '\n' + emptyPat + "\nexit code 0\n");
 }
 
 TEST_F(Manager, saysThatItsOutputIsLost) {

@@ -98,6 +98,11 @@ bool enterNamespaces() {
            bringLoopbackUp() && mountEndpointDirectory();
 }
 
+bool enterNamespacesWithUsers() {
+    return geteuid() == 0 && unshare(CLONE_NEWNET | CLONE_NEWNS) == 0 && bringLoopbackUp() &&
+           mountEndpointDirectory() && chown(wire::directory, 1, 1) == 0 && chown(wire::directory, 0, 0) == 0;
+}
+
 void takeLock() {
     // Never closed: the lock is held as long as the process lives.
     const int lock = open(lockPath, O_RDWR | O_CREAT | O_CLOEXEC, 0666);
@@ -132,6 +137,11 @@ Isolation isolate() {
 Isolation enterIsolation() {
     static const Isolation isolation = isolate();
     return isolation;
+}
+
+bool enterIsolationWithUsers() {
+    static const bool entered = worksInAChild(enterNamespacesWithUsers) && enterNamespacesWithUsers();
+    return entered;
 }
 
 } // namespace testSupport
