@@ -46,9 +46,9 @@ struct Words {
 
 // A way of naming a source, and the options that mean something to it alone.
 struct SourceRule {
-    const char* inWords;
-    std::array<std::string_view, 2> schemes;
-    std::array<const char*, 3> options;
+    const char* inWords = "";
+    std::array<std::string_view, 2> schemes{};
+    std::array<const char*, 3> options{};
 };
 
 constexpr std::array<SourceRule, 3> sourceRules{{
@@ -185,7 +185,8 @@ Options chosen(const Words& words) {
                              words.play.interval};
     }
     if (words.print) {
-        return PrintOptions{words.play};
+        const SourceOptions& source = words.play;
+        return PrintOptions{source};
     }
     return words.play;
 }

@@ -100,31 +100,19 @@ std::string namesOf(wire::TopicBits bits) {
 
 } // namespace
 
-// zmq::context_t waits on when a signal comes while its sockets still send. The wait of this one ends with
-// the signal, and the end of the process does the rest; so the member's own destructor must not run.
-class Publisher::Context {
-  public:
-    Context() : context_() {}
-    Context(const Context&) = delete;
-    Context& operator=(const Context&) = delete;
-    ~Context() {
-        zmq_ctx_term(context_.handle());
+// Ends a context, but for what zmq::context_t's own destructor does: that one waits on when a signal comes
+// while the sockets still send. Here the wait ends with the signal, and the end of the process does the rest.
+struct Publisher::EndContext {
+    void operator()(zmq::context_t* context) const {
+        zmq_ctx_term(context->handle());
+        ::operator delete(context);
     }
-
-    zmq::context_t& operator*() {
-        return context_;
-    }
-
-  private:
-    union {
-        zmq::context_t context_;
-    };
 };
 
 // Everything that must be closed, in the order of opening.
 struct Publisher::Sockets {
     companions::LockFile lock{lockFile, lockWords};
-    Context context;
+    std::unique_ptr<zmq::context_t, EndContext> context{new zmq::context_t};
     zmq::socket_t records{*context, zmq::socket_type::xpub};
     zmq::socket_t instructions{*context, zmq::socket_type::rep};
     SlowClient slowClient;
@@ -141,15 +129,16 @@ struct Publisher::Sockets {
         records.set(zmq::sockopt::xpub_nodrop, waits);
         records.set(zmq::sockopt::sndtimeo, inMilliseconds(tunables::changeInterval));
         bindTo(records, publishEndpoint,
-             "another program uses port " WIRE_PARSER_PORT
-             "; find it with: ss -ltnp 'sport = :" WIRE_PARSER_PORT "'");
+               "another program uses port " WIRE_PARSER_PORT
+               "; find it with: ss -ltnp 'sport = :" WIRE_PARSER_PORT "'");
         bindTo(instructions, wire::instructionEndpoint, std::string("check who owns ") + wire::directory);
     }
     Sockets(const Sockets&) = delete;
     Sockets& operator=(const Sockets&) = delete;
     ~Sockets() {
         if (slowClient == SlowClient::isWaitedFor && !stopRequested()) {
-            records.set(zmq::sockopt::linger, inMilliseconds(tunables::slowClientPatience));
+            const int patience = inMilliseconds(tunables::slowClientPatience);
+            zmq_setsockopt(records.handle(), ZMQ_LINGER, &patience, sizeof patience);
         }
     }
 };

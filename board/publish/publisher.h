@@ -93,7 +93,7 @@ class Publisher {
     void countSubscription(std::string_view topic, bool joins);
     bool subscribed(std::string_view topic) const;
 
-    class Context;
+    struct EndContext;
     struct Sockets;
     std::unique_ptr<Sockets> sockets_;
     std::chrono::milliseconds interval_;

@@ -16,8 +16,8 @@ enum class Isolation {
 // return the first answer. Ends the process with a message when neither way works.
 Isolation enterIsolation();
 
-// The same with all users of the machine instead of this one's alone, so that root can act as several of them.
-// False where this process may not do that, and where it is isolated already.
+// The same with all users of the machine instead of this one's alone, so that root can act as several of
+// them. False where this process may not do that, and where it is isolated already.
 bool enterIsolationWithUsers();
 
 } // namespace testSupport
