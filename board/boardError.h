@@ -1,30 +1,23 @@
-// What ends the board: a failure told as symptom, expectation, finding and meaning.
+// What ends the board, and what it says without ending.
 #pragma once
 
-#include <stdexcept>
-#include <string>
+#include "companions/trouble.h"
+
 #include <string_view>
 
 namespace board {
 
-// Four parts of a message. The meaning says what it means for the user and what to do.
-struct Trouble {
-    std::string symptom;
-    std::string expected;
-    std::string got;
-    std::string meaning;
-};
+using companions::describe;
+using companions::Trouble;
 
-// The four parts as one console line, without a line end.
-inline std::string describe(const Trouble& trouble) {
-    return trouble.symptom + ": expected " + trouble.expected + ", got " + trouble.got + "; " +
-           trouble.meaning;
-}
+// The board's exit status when it cannot go on; wrong usage has companions::wrongUsage.
+inline constexpr int cannotGoOn = 1;
 
-// Thrown where the board cannot go on; main prints it and exits with 1.
-class BoardError : public std::runtime_error {
+// Thrown where the board cannot go on; main prints it.
+class BoardError : public companions::Failure {
   public:
-    explicit BoardError(const Trouble& trouble) : std::runtime_error(describe(trouble)) {}
+    explicit BoardError(const Trouble& trouble, int status = cannotGoOn)
+        : companions::Failure(status, trouble) {}
 };
 
 // Prints a line on the board's console (standard error), for what does not end the board.

@@ -1,37 +1,48 @@
 #include "boardError.h"
 #include "libraries.h"
 #include "options.h"
-#include "playback.h"
-#include "replay/recorder.h"
 #include "source/packetSource.h"
-#include "stop.h"
 
-#include <cstdio>
+#include "companions/stopSignals.h"
+
 #include <exception>
-#include <vector>
 
-int main(int argc, char** argv) {
+namespace {
+
+using namespace board;
+
+void start(const PlayOptions& options) {
+    initialiseLibraries(isNetworkAddress(options.source));
+    play(options);
+}
+
+void start(const PrintOptions& options) {
+    initialiseLibraries(isNetworkAddress(options.source));
+    printRecords(options);
+}
+
+void start(const RecordOptions& options) {
+    record(options);
+}
+
+void start(const ReplayOptions& options) {
+    replay(options);
+}
+
+} // namespace
+
+int main(int argumentCount, char** arguments) {
     try {
-        const std::vector<char*> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
-        const board::Options options = board::parseOptions(arguments);
-        if (options.help) {
-            std::fputs(board::usage().c_str(), stdout);
-            return 0;
+        if (const auto options = parseOptions(argumentCount, arguments)) {
+            companions::stopOnSignals();
+            std::visit([](const auto& task) { start(task); }, *options);
         }
-        board::stopOnSignals();
-        board::initialiseLibraries(board::isNetworkAddress(options.source));
-        if (!options.record.empty()) {
-            board::record(options);
-        } else if (!options.replay.empty()) {
-            board::replay(options);
-        } else if (options.print) {
-            board::printRecords(options);
-        } else {
-            board::play(options);
-        }
+    } catch (const companions::Failure& failure) {
+        say(failure.what());
+        return failure.exitStatus();
     } catch (const std::exception& problem) {
-        board::say(problem.what());
-        return 1;
+        say(problem.what());
+        return cannotGoOn;
     }
     return 0;
 }

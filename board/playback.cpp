@@ -7,7 +7,8 @@
 #include "records/recordPrinter.h"
 #include "records/recordWriter.h"
 #include "source/packetSource.h"
-#include "stop.h"
+
+#include "companions/stopSignals.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -20,6 +21,7 @@ namespace board {
 namespace {
 
 using Clock = std::chrono::steady_clock;
+using companions::stopRequested;
 using std::chrono::milliseconds;
 
 Instant realTime() {
@@ -151,11 +153,10 @@ class Pace {
 // Plays one source and publishes while it does.
 class Session {
   public:
-    explicit Session(const Options& options)
+    explicit Session(const PlayOptions& options)
         : options_(options), reader_(options.source, options.interface),
           analyser_(options.ratePeriod, timedAs(options, reader_.kind())),
-          publisher_(options.interval, slowClient(options)), limits_(say),
-          records_(std::make_unique<wire::RecordSet>()) {}
+          publisher_(publishOptions(options)), limits_(say), records_(std::make_unique<wire::RecordSet>()) {}
 
     void run() {
         // With the stream's clock as the only clock, the stream begins when there is somebody to see its
@@ -262,8 +263,14 @@ class Session {
         silenceTold_ = false;
     }
 
+    // With the stream's clock as the only clock, every client gets every message.
+    static PublishOptions publishOptions(const PlayOptions& options) {
+        return {options.interval,
+                options.deterministic ? SlowClient::isWaitedFor : SlowClient::missesMessages};
+    }
+
     // With the stream's clock as the only clock, nothing is timed by its arrival.
-    static SourceKind timedAs(const Options& options, SourceKind kind) {
+    static SourceKind timedAs(const PlayOptions& options, SourceKind kind) {
         return options.deterministic ? SourceKind::stored : kind;
     }
 
@@ -318,7 +325,7 @@ class Session {
         return options_.deterministic ? asInstant(analyser_.clock().now()) : realTime();
     }
 
-    const Options& options_;
+    const PlayOptions& options_;
     Reader reader_;
     Analyser analyser_;
     Publisher publisher_;
@@ -336,11 +343,11 @@ class Session {
 
 } // namespace
 
-void play(const Options& options) {
+void play(const PlayOptions& options) {
     Session(options).run();
 }
 
-void printRecords(const Options& options) {
+void printRecords(const SourceOptions& options) {
     Reader reader(options.source, options.interface);
     Analyser analyser(options.ratePeriod, reader.kind());
     Instant lastRead = realTime();

@@ -1,15 +1,36 @@
 // Plays a source: reads it, paces it, analyses it and publishes what is known of it.
 #pragma once
 
-#include "options.h"
+#include "tunables.h"
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
 
 namespace board {
 
+// Where the packets come from and how they are measured.
+struct SourceOptions {
+    std::string source;                        // file, "-" for standard input, or network address
+    std::string interface;                     // of multicast groups; empty leaves it to the system
+    Ticks ratePeriod = tunables::ratePeriod;   // 0: one period, the whole stream
+    std::optional<std::uint16_t> eventService; // program number whose events the EIT record lists
+};
+
+struct PlayOptions : SourceOptions {
+    bool newStreamOnLoop = false; // a file that starts over is a new stream
+    bool deterministic = false;   // the stream's clock is the only clock
+    bool once = false;            // stop at the end of the file instead of starting over
+    bool fast = false;            // as fast as possible instead of paced by the stream's clock
+    std::chrono::milliseconds interval = tunables::publishInterval;
+};
+
 // Plays until the source ends (with --once, or standard input), or a signal asks to stop. Throws BoardError
 // when it cannot go on.
-void play(const Options& options);
+void play(const PlayOptions& options);
 
 // Reads the source once as fast as possible and prints the records as JSON on standard output.
-void printRecords(const Options& options);
+void printRecords(const SourceOptions& options);
 
 } // namespace board

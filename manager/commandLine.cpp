@@ -2,8 +2,7 @@
 
 #include "managerError.h"
 
-#include <CLI/CLI.hpp>
-#include <iostream>
+#include "companions/commandLine.h"
 
 namespace manager {
 namespace {
@@ -23,7 +22,7 @@ Exit status:
   2  the command line is wrong
   3  nothing acknowledged the request in time
   4  acknowledged, but a document did not arrive in time
-  5  the endpoints in /run/shm/zmq cannot be used
+  5  the endpoints in )" WIRE_DIRECTORY R"( cannot be used
   128 + N  ended by signal N)";
 
 constexpr int highestProgramNumber = 65535;
@@ -44,38 +43,33 @@ std::optional<Options> parseCommandLine(int argumentCount, const char* const* ar
 
     CLI::App app(description, "mpegfe-manager");
     app.footer("\nData streams:\n" + dataStreamHelp() + footer);
-    app.set_version_flag("--version", "mpegfe-manager " MPEGFE_VERSION);
-    app.add_option("DATASTREAM", dataStream, "What to ask for, see below")->required();
-    auto* const valueOption = app.add_option("VALUE", value, "on, off or a program index, see below");
+    app.add_option("DATASTREAM", dataStream, "What to ask for, see below")->required()->type_name("");
+    auto* const valueOption =
+        app.add_option("VALUE", value, "on, off or a program index, see below")->type_name("");
     app.add_option("--program", program,
                    "The program of pgmDetail by its number; its index is asked of the PAT")
-        ->check(CLI::Range(1, highestProgramNumber))
+        ->transform(companions::wholeNumber(1, highestProgramNumber))
         ->type_name("NUMBER")
         ->excludes(valueOption);
     app.add_flag("--table", table, "Print a PID list or a program list as a table");
     app.add_option("--documents", documents, "Documents to wait for (1, and 0 for \"off\")")
-        ->check(CLI::Range(0, tunables::mostDocuments))
+        ->transform(companions::wholeNumber(0, tunables::mostDocuments))
         ->type_name("N");
     app.add_option("--timeout", timeout,
                    "How long to wait for each message (" + defaultOf(tunables::timeout) + ')')
-        ->check(CLI::Range(1, static_cast<int>(tunables::longestTimeout.count())))
+        ->transform(companions::wholeNumber(1, static_cast<int>(tunables::longestTimeout.count())))
         ->type_name("SECONDS");
-    try {
-        app.parse(argumentCount, arguments);
+    app.callback([&] {
         if (!program && valueOption->count() == 0) {
             throw CLI::RequiredError("VALUE");
         }
         if (program && dataStream != programDetail) {
             throw CLI::ValidationError("--program", "for " + std::string(programDetail) + " only");
         }
-    } catch (const CLI::Success& helpOrVersion) {
-        app.exit(helpOrVersion);
+    });
+    if (!companions::readCommandLine(app, argumentCount, arguments,
+                                     "a data stream and its value, for example \"pidData on --table\"")) {
         return std::nullopt;
-    } catch (const CLI::ParseError& error) {
-        throw ManagerError(ExitStatus::usage,
-                           {"the command line is wrong",
-                            "a data stream and its value, for example \"pidData on --table\"",
-                            std::string("an error: ") + error.what(), "see mpegfe-manager --help"});
     }
 
     Options options;

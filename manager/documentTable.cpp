@@ -1,8 +1,9 @@
 #include "documentTable.h"
 
 #include "displayText.h"
-#include "json.h"
 #include "textTable.h"
+
+#include "companions/json.h"
 
 #include <algorithm>
 #include <array>
@@ -14,6 +15,9 @@
 
 namespace manager {
 namespace {
+
+using companions::Json;
+using companions::textOf;
 
 constexpr std::string_view none = "-";
 

@@ -3,43 +3,35 @@
 #include "managerError.h"
 #include "tunables.h"
 
-#include <array>
+#include "companions/ownerOf.h"
+
 #include <cerrno>
 #include <cstring>
-#include <fcntl.h>
-#include <sys/file.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace manager {
 namespace {
 
-std::string holderOf(int descriptor) {
-    std::array<char, 16> text{};
-    const ssize_t length = pread(descriptor, text.data(), text.size(), 0);
-    return length > 0 ? "process " + std::string(text.data(), static_cast<std::size_t>(length))
-                      : "another process";
-}
+using companions::Trouble;
 
-[[noreturn]] void refuseToLock(int error) {
+constexpr int noEndpoints = static_cast<int>(ExitStatus::noEndpoints);
+
+Trouble lockNotOpened(int error) {
     const std::string directory = wire::directory;
     const std::string meaning =
         error == ENOENT   ? "make the directory with \"mkdir -p -m 0770 " + directory + '"'
         : error == EACCES ? "run as the user that owns the directory, or as one of its group"
                           : "see to the directory, then try again";
-    throw ManagerError(ExitStatus::noEndpoints,
-                       {"cannot use the endpoints in " + directory, "a directory in which files can be made",
-                        std::string("the error \"") + std::strerror(error) + '"', meaning});
+    return {"cannot use the endpoints in " + directory, "a directory in which files can be made",
+            std::string("the error \"") + std::strerror(error) + '"', meaning};
 }
 
-int openLock() {
-    umask(S_IRWXO); // the lock and the sockets are for the user and the group, as the directory is
-    const int descriptor = open(tunables::lockPath, O_RDWR | O_CREAT | O_CLOEXEC, 0660);
-    if (descriptor < 0) {
-        refuseToLock(errno);
-    }
-    return descriptor;
+Trouble lockHeld(const std::string& holder) {
+    return {"the service already has a media manager",
+            "nobody to hold the lock " + std::string(tunables::lockPath), holder,
+            "wait until it has ended, or stop it"};
 }
+
+constexpr companions::LockWords lockWords{noEndpoints, lockNotOpened, lockHeld};
 
 void bind(zmq::socket_t& socket, const char* endpoint) {
     try {
@@ -54,29 +46,11 @@ void bind(zmq::socket_t& socket, const char* endpoint) {
 
 } // namespace
 
-EndpointLock::EndpointLock() : descriptor(openLock()) {
-    if (flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
-        const std::string holder = holderOf(descriptor);
-        close(descriptor);
-        throw ManagerError(ExitStatus::noEndpoints,
-                           {"the service already has a media manager",
-                            "nobody to hold the lock " + std::string(tunables::lockPath), holder,
-                            "wait until it has ended, or stop it"});
-    }
-    const std::string self = std::to_string(getpid());
-    // Who holds the lock is a courtesy to the next one: nothing depends on these two calls.
-    if (ftruncate(descriptor, 0) == 0) {
-        static_cast<void>(pwrite(descriptor, self.data(), self.size(), 0));
-    }
-}
-
-EndpointLock::~EndpointLock() {
-    close(descriptor);
-}
-
 Endpoints::Endpoints()
     : requests(context, zmq::socket_type::req), documents(context, zmq::socket_type::rep),
       services(context, requests) {
+    const companions::OwnerOf owner(wire::directory, noEndpoints);
+    lock.emplace(tunables::lockPath, lockWords);
     requests.set(zmq::sockopt::linger, 0);
     documents.set(zmq::sockopt::linger, static_cast<int>(tunables::farewell.count()));
     bind(requests, wire::requestEndpoint);

@@ -2,12 +2,14 @@
 
 #include "displayText.h"
 #include "documentTable.h"
-#include "json.h"
 #include "managerError.h"
 
+#include "companions/json.h"
+#include "companions/stopSignals.h"
+
 #include <array>
+#include <cerrno>
 #include <chrono>
-#include <csignal>
 #include <cstring>
 #include <string>
 
@@ -37,28 +39,36 @@ std::string receive(zmq::socket_t& socket) {
 }
 
 void requireAcknowledgement(std::string_view reply) {
-    const Json object(json_loadb(reply.data(), reply.size(), 0, nullptr));
-    const std::string_view verdict = textOf(object.get(), "reply");
+    const companions::Json object(json_loadb(reply.data(), reply.size(), 0, nullptr));
+    const std::string_view verdict = companions::textOf(object.get(), "reply");
     if (verdict == "ack") {
         return;
     }
     const std::string meaning =
-        verdict == "nak"
-            ? "the service refused it: " + displayable(textOf(object.get(), "reason", "no reason given"))
-            : "what answers on the request endpoint does not speak mpegFE's protocol";
+        verdict == "nak" ? "the service refused it: " +
+                               displayable(companions::textOf(object.get(), "reason", "no reason given"))
+                         : "what answers on the request endpoint does not speak mpegFE's protocol";
     throw ManagerError(ExitStatus::refused, {"the request was not accepted", R"(the reply {"reply": "ack"})",
                                              displayable(reply), meaning});
 }
 
 class Exchange {
   public:
-    Exchange(Endpoints& bothEndpoints, const Options& theOptions, const StopSignals& stopSignals,
-             const Listener& theListener)
-        : endpoints(bothEndpoints), options(theOptions), signals(stopSignals), listener(theListener) {}
+    Exchange(Endpoints& bothEndpoints, const Options& theOptions, const Listener& theListener)
+        : endpoints(bothEndpoints), options(theOptions), listener(theListener) {}
 
     void run() {
         while (!acknowledged || documents < options.documents) {
-            waitForMessage();
+            if (const int signal = companions::stopSignal()) {
+                stopFor(signal);
+            }
+            try {
+                waitForMessage();
+            } catch (const zmq::error_t& error) {
+                if (error.num() != EINTR) { // a signal is seen above
+                    throw;
+                }
+            }
         }
         lookForSharing();
     }
@@ -71,7 +81,7 @@ class Exchange {
         std::array<zmq::pollitem_t, 4> items{{
             {endpoints.requests.handle(), 0, requestEvents, 0},
             {endpoints.documents.handle(), 0, ZMQ_POLLIN, 0},
-            {nullptr, signals.descriptor(), ZMQ_POLLIN, 0},
+            {nullptr, companions::stopDescriptor(), ZMQ_POLLIN, 0},
             {endpoints.services.handle(), 0, ZMQ_POLLIN, 0},
         }};
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
@@ -79,7 +89,7 @@ class Exchange {
             giveUp();
         }
         if (items[2].revents != 0) {
-            stopFor(signals.take());
+            return;
         }
         if (items[3].revents != 0) {
             lookForSharing();
@@ -167,7 +177,6 @@ class Exchange {
 
     Endpoints& endpoints;
     const Options& options;
-    const StopSignals& signals;
     const Listener& listener;
     bool sent = false;
     bool acknowledged = false;
@@ -177,9 +186,8 @@ class Exchange {
 
 } // namespace
 
-void runExchange(Endpoints& endpoints, const Options& options, const StopSignals& signals,
-                 const Listener& listener) {
-    Exchange(endpoints, options, signals, listener).run();
+void runExchange(Endpoints& endpoints, const Options& options, const Listener& listener) {
+    Exchange(endpoints, options, listener).run();
 }
 
 } // namespace manager

@@ -3,7 +3,6 @@
 
 #include "commandLine.h"
 #include "endpoints.h"
-#include "stopSignals.h"
 
 #include <functional>
 #include <string_view>
@@ -22,7 +21,6 @@ struct Listener {
 // Sends the request and waits until it has been acknowledged and has brought its documents; acknowledges
 // every document that arrives. Throws ManagerError when a message does not come in time (noAnswer,
 // noDocument), when the reply is no acknowledgement (refused) or when a signal arrives (interrupted).
-void runExchange(Endpoints& endpoints, const Options& options, const StopSignals& signals,
-                 const Listener& listener);
+void runExchange(Endpoints& endpoints, const Options& options, const Listener& listener);
 
 } // namespace manager

@@ -6,6 +6,8 @@
 #include "managerError.h"
 #include "programIndex.h"
 
+#include "companions/stopSignals.h"
+
 #include <exception>
 #include <iostream>
 
@@ -68,24 +70,24 @@ class Printer {
 };
 
 // Finds out the program's index in the PAT, without showing how.
-Request requestByNumber(Options options, Endpoints& endpoints, const StopSignals& signals) {
+Request requestByNumber(Options options, Endpoints& endpoints) {
     std::string pat;
     options.request = makeRequest("PAT", "on");
     options.documents = 1;
-    runExchange(endpoints, options, signals,
+    runExchange(endpoints, options,
                 {[](std::string_view) {}, [&](std::string_view document) { pat = document; },
                  Printer::showStray, Printer::showSharing});
     return makeRequest(programDetail, std::to_string(programIndex(pat, *options.program)));
 }
 
 ExitStatus run(Options options) {
-    const StopSignals signals;
+    companions::stopOnSignals();
     Endpoints endpoints;
     if (options.program) {
-        options.request = requestByNumber(options, endpoints, signals);
+        options.request = requestByNumber(options, endpoints);
     }
     Printer printer(options.table);
-    runExchange(endpoints, options, signals,
+    runExchange(endpoints, options,
                 {[&](std::string_view reply) { printer.showReply(reply); },
                  [&](std::string_view document) { printer.show(document); }, Printer::showStray,
                  Printer::showSharing});
@@ -100,9 +102,9 @@ int main(int argumentCount, char** arguments) {
         if (const auto options = parseCommandLine(argumentCount, arguments)) {
             status = run(*options);
         }
-    } catch (const ManagerError& error) {
-        say(error.what());
-        status = error.status;
+    } catch (const companions::Failure& failure) {
+        say(failure.what());
+        return failure.exitStatus();
     } catch (const std::exception& error) {
         say(std::string("unexpected: ") + error.what());
         status = ExitStatus::noEndpoints;

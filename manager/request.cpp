@@ -1,7 +1,9 @@
 #include "request.h"
 
-#include "json.h"
 #include "managerError.h"
+
+#include "companions/json.h"
+#include "wire/records.h"
 
 #include <algorithm>
 #include <array>
@@ -20,12 +22,14 @@ struct DataStream {
 };
 
 constexpr std::string_view onOff = "on or off";
-constexpr std::string_view programIndex = "a program index";
+constexpr std::string_view programIndex = "a program index from 0 to 58";
+constexpr int lastProgram = wire::maxPmtSlots - 1; // that the service can answer
+static_assert(lastProgram == 58);
 
 constexpr std::array<DataStream, 9> dataStreams{{
     {"pidData", "status", onOff, "every PID with its type, program and rate"},
     {"pgmData", "status", onOff, "every program with its service name and rate"},
-    {programDetail, "patIndex", programIndex, "one program's video, audio, private data and ECM"},
+    {programDetail, "patIndex", programIndex, "one program's video, audio, private data and ECM (0 to 58)"},
     {"PAT", "status", onOff, "program association table"},
     {"CAT", "status", onOff, "conditional access table"},
     {"NIT", "status", onOff, "network information table"},
@@ -44,10 +48,10 @@ std::string dataStreamNames() {
 }
 
 bool isIndex(std::string_view value) {
-    std::int32_t index = 0;
+    int index = 0;
     const char* const end = value.data() + value.size();
     const auto [stop, failure] = std::from_chars(value.data(), end, index);
-    return failure == std::errc{} && stop == end;
+    return failure == std::errc{} && stop == end && index >= 0 && index <= lastProgram;
 }
 
 bool takesValue(const DataStream& stream, std::string_view value) {
@@ -79,8 +83,8 @@ bool bringsDocument(const Request& request) {
 }
 
 std::string requestText(const Request& request) {
-    const Json object(json_pack("{s:s, s:s}", "dataStream", request.dataStream.c_str(), request.key.c_str(),
-                                request.value.c_str()));
+    const companions::Json object(json_pack("{s:s, s:s}", "dataStream", request.dataStream.c_str(),
+                                            request.key.c_str(), request.value.c_str()));
     return dump(object);
 }
 

@@ -10,8 +10,7 @@ namespace manager::tunables {
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
-// Whoever holds this lock owns both endpoints: ZeroMQ lets a second program bind an ipc:// path without an
-// error, and then takes the first one's connections away.
+// Whoever holds this lock owns both endpoints.
 inline constexpr const char* lockPath = WIRE_DIRECTORY "/mpegfe-manager.lock";
 
 inline constexpr seconds timeout{10};           // for the next message, unless --timeout says otherwise

@@ -1,27 +1,27 @@
 #include "publish/publisher.h"
 
 #include "boardError.h"
-#include "stop.h"
 #include "tunables.h"
 
+#include "companions/lockFile.h"
+#include "companions/ownerOf.h"
+#include "companions/stopSignals.h"
 #include "wire/instructionWord.h"
 
-#include <zmq.h>
+#include <zmq.hpp>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <fcntl.h>
 #include <span>
-#include <sys/file.h>
-#include <sys/stat.h>
-#include <unistd.h>
 #include <vector>
 
 namespace board {
 
 namespace {
+
+using companions::stopRequested;
 
 // A round ends with the records that a client waits for, so that whoever has those has the others of the same
 // round: AVPGM before PMT and TS-STATUS, and the PAT last.
@@ -37,9 +37,7 @@ constexpr int waitingSendQueue = 1;
 // Bytes of what a client may send at once; no topic and no handshake is longer. Who sends more is cut off.
 constexpr std::int64_t longestClientMessage = 1024;
 
-void setInt(void* socket, int option, int value) {
-    zmq_setsockopt(socket, option, &value, sizeof value);
-}
+// libzmq's own functions wait, send and receive here: with them a signal is a result and no exception.
 
 int inMilliseconds(std::chrono::milliseconds time) {
     return static_cast<int>(time.count());
@@ -65,6 +63,30 @@ bool selectsAny(std::string_view subscription) {
         wire::topics, [subscription](const wire::Topic& topic) { return selects(subscription, topic.name); });
 }
 
+Trouble lockNotOpened(int error) {
+    if (error == ENOENT) {
+        return {"cannot open the instruction endpoint", std::string("the directory ") + wire::directory,
+                std::strerror(error), std::string("make it with: mkdir -p ") + wire::directory};
+    }
+    return {std::string("cannot open ") + lockFile, "a writable file", std::strerror(error),
+            "check who owns the directory"};
+}
+
+Trouble lockHeld(const std::string&) {
+    return {std::string("cannot lock ") + lockFile, "no other board on this machine", "one that is running",
+            "stop it first"};
+}
+
+constexpr companions::LockWords lockWords{cannotGoOn, lockNotOpened, lockHeld};
+
+void bindTo(zmq::socket_t& socket, const char* endpoint, const std::string& meaning) {
+    try {
+        socket.bind(endpoint);
+    } catch (const zmq::error_t& error) {
+        throw BoardError({std::string("cannot bind ") + endpoint, "a free endpoint", error.what(), meaning});
+    }
+}
+
 std::string namesOf(wire::TopicBits bits) {
     std::string names;
     for (const wire::Topic& topic : wire::topics) {
@@ -78,85 +100,53 @@ std::string namesOf(wire::TopicBits bits) {
 
 } // namespace
 
-// Everything that must be closed, in the order of opening.
-struct Publisher::Sockets {
-    int lock = -1;
-    void* context = nullptr;
-    void* records = nullptr;
-    void* instructions = nullptr;
-    SlowClient slowClient;
-
-    explicit Sockets(SlowClient kind) : slowClient(kind) {}
-    Sockets(const Sockets&) = delete;
-    Sockets& operator=(const Sockets&) = delete;
-    ~Sockets() {
-        if (slowClient == SlowClient::isWaitedFor && records != nullptr && !stopRequested()) {
-            setInt(records, ZMQ_LINGER, inMilliseconds(tunables::slowClientPatience));
-        }
-        for (void* socket : {records, instructions}) {
-            if (socket != nullptr) {
-                zmq_close(socket);
-            }
-        }
-        if (context != nullptr) {
-            zmq_ctx_term(context); // a signal ends the wait; the end of the process does the rest
-        }
-        if (lock >= 0) {
-            ::close(lock);
-        }
-    }
-
-    // Two programs can bind the same ipc endpoint without an error, so a lock comes first.
-    void takeLock() {
-        struct stat status {};
-        if (::stat(wire::directory, &status) != 0) {
-            throw BoardError({"cannot open the instruction endpoint",
-                              std::string("the directory ") + wire::directory, std::strerror(errno),
-                              std::string("make it with: mkdir -p ") + wire::directory});
-        }
-        lock = ::open(lockFile, O_RDWR | O_CREAT | O_CLOEXEC, 0666);
-        if (lock < 0) {
-            throw BoardError({std::string("cannot open ") + lockFile, "a writable file", std::strerror(errno),
-                              "check who owns the directory"});
-        }
-        if (::flock(lock, LOCK_EX | LOCK_NB) != 0) {
-            throw BoardError({std::string("cannot lock ") + lockFile, "no other board on this machine",
-                              "one that is running", "stop it first"});
-        }
-    }
-
-    void* bindSocket(int type, const char* endpoint, const std::string& meaning) const {
-        void* socket = zmq_socket(context, type);
-        // What was published last still goes out, to whoever reads. Said at the opening: a connection that
-        // breaks just before the closing would else wait for ever for a reader, and the end with it.
-        setInt(socket, ZMQ_LINGER, inMilliseconds(tunables::closePatience));
-        if (type == ZMQ_XPUB) {
-            setInt(socket, ZMQ_XPUB_MANUAL, 1); // a subscription counts when acceptClients says so
-            zmq_setsockopt(socket, ZMQ_MAXMSGSIZE, &longestClientMessage, sizeof longestClientMessage);
-            const bool waits = slowClient == SlowClient::isWaitedFor;
-            setInt(socket, ZMQ_SNDHWM, waits ? waitingSendQueue : sendQueue);
-            setInt(socket, ZMQ_XPUB_NODROP, waits ? 1 : 0);
-            setInt(socket, ZMQ_SNDTIMEO, inMilliseconds(tunables::changeInterval));
-        }
-        if (zmq_bind(socket, endpoint) != 0) {
-            const std::string got = zmq_strerror(zmq_errno());
-            zmq_close(socket);
-            throw BoardError({std::string("cannot bind ") + endpoint, "a free endpoint", got, meaning});
-        }
-        return socket;
+// Ends a context, but for what zmq::context_t's own destructor does: that one waits on when a signal comes
+// while the sockets still send. Here the wait ends with the signal, and the end of the process does the rest.
+struct Publisher::EndContext {
+    void operator()(zmq::context_t* context) const {
+        zmq_ctx_term(context->handle());
+        ::operator delete(context);
     }
 };
 
-Publisher::Publisher(std::chrono::milliseconds interval, SlowClient slowClient)
-    : sockets_(std::make_unique<Sockets>(slowClient)), interval_(interval),
-      published_(std::make_unique<wire::RecordSet>()) {
-    sockets_->takeLock();
-    sockets_->context = zmq_ctx_new();
-    sockets_->records = sockets_->bindSocket(ZMQ_XPUB, publishEndpoint,
-                                             "another program uses port " WIRE_PARSER_PORT
-                                             "; find it with: ss -ltnp 'sport = :" WIRE_PARSER_PORT "'");
-    sockets_->instructions = sockets_->bindSocket(ZMQ_REP, wire::instructionEndpoint,
-                                                  std::string("check who owns ") + wire::directory);
+// Everything that must be closed, in the order of opening.
+struct Publisher::Sockets {
+    companions::LockFile lock{lockFile, lockWords};
+    std::unique_ptr<zmq::context_t, EndContext> context{new zmq::context_t};
+    zmq::socket_t records{*context, zmq::socket_type::xpub};
+    zmq::socket_t instructions{*context, zmq::socket_type::rep};
+    SlowClient slowClient;
+
+    explicit Sockets(SlowClient kind) : slowClient(kind) {
+        // What was published last still goes out, to whoever reads. Said at the opening: a connection that
+        // breaks just before the closing would else wait for ever for a reader, and the end with it.
+        records.set(zmq::sockopt::linger, inMilliseconds(tunables::closePatience));
+        instructions.set(zmq::sockopt::linger, inMilliseconds(tunables::closePatience));
+        const bool waits = slowClient == SlowClient::isWaitedFor;
+        records.set(zmq::sockopt::xpub_manual, true); // a subscription counts when acceptClients says so
+        records.set(zmq::sockopt::maxmsgsize, longestClientMessage);
+        records.set(zmq::sockopt::sndhwm, waits ? waitingSendQueue : sendQueue);
+        records.set(zmq::sockopt::xpub_nodrop, waits);
+        records.set(zmq::sockopt::sndtimeo, inMilliseconds(tunables::changeInterval));
+        bindTo(records, publishEndpoint,
+               "another program uses port " WIRE_PARSER_PORT
+               "; find it with: ss -ltnp 'sport = :" WIRE_PARSER_PORT "'");
+        bindTo(instructions, wire::instructionEndpoint, std::string("check who owns ") + wire::directory);
+    }
+    Sockets(const Sockets&) = delete;
+    Sockets& operator=(const Sockets&) = delete;
+    ~Sockets() {
+        if (slowClient == SlowClient::isWaitedFor && !stopRequested()) {
+            const int patience = inMilliseconds(tunables::slowClientPatience);
+            zmq_setsockopt(records.handle(), ZMQ_LINGER, &patience, sizeof patience);
+        }
+    }
+};
+
+Publisher::Publisher(const PublishOptions& options)
+    : interval_(options.interval), published_(std::make_unique<wire::RecordSet>()) {
+    const companions::OwnerOf owner(wire::directory, cannotGoOn);
+    sockets_ = std::make_unique<Sockets>(options.slowClient);
 }
 
 Publisher::~Publisher() = default;
@@ -175,9 +165,9 @@ void Publisher::awaitClient() {
 }
 
 bool Publisher::serve(std::chrono::milliseconds longest, int descriptor) {
-    std::array<zmq_pollitem_t, 3> items{{{sockets_->instructions, 0, ZMQ_POLLIN, 0},
+    std::array<zmq_pollitem_t, 3> items{{{sockets_->instructions.handle(), 0, ZMQ_POLLIN, 0},
                                          {nullptr, descriptor, ZMQ_POLLIN, 0},
-                                         {sockets_->records, 0, ZMQ_POLLIN, 0}}};
+                                         {sockets_->records.handle(), 0, ZMQ_POLLIN, 0}}};
     if (descriptor < 0) { // polled twice instead of not at all: the order of the items stays
         items[1] = items[0];
     }
@@ -196,7 +186,7 @@ bool Publisher::serve(std::chrono::milliseconds longest, int descriptor) {
 // request without an envelope makes the socket readable, but cannot be received.
 bool Publisher::takeInstruction() {
     wire::InstructionWord word{};
-    void* socket = sockets_->instructions;
+    void* const socket = sockets_->instructions.handle();
     const int length = zmq_recv(socket, word.data(), word.size(), ZMQ_DONTWAIT);
     if (length < 0) {
         return false;
@@ -230,21 +220,22 @@ void Publisher::acceptClients() {
     subscriptionsWait_ = false;
     joinDue_.reset();
     bool clientKnown = true;
-    for (int length = 0;
-         (length = zmq_recv(sockets_->records, message.data(), message.size(), ZMQ_DONTWAIT)) >= 0;) {
+    for (int length = 0; (length = zmq_recv(sockets_->records.handle(), message.data(), message.size(),
+                                            ZMQ_DONTWAIT)) >= 0;) {
         const std::string_view text(message.data(),
                                     std::min(static_cast<std::size_t>(length), message.size()));
         const bool joins = text.starts_with('\1');
         const bool leaves = text.starts_with('\0');
         clientKnown = clientKnown && (joins || leaves);
         if (!clientKnown) {
-            zmq_setsockopt(sockets_->records, ZMQ_SUBSCRIBE, "", 0);
+            sockets_->records.set(zmq::sockopt::subscribe, "");
         }
         if ((joins || leaves) && selectsAny(text.substr(1))) {
             countSubscription(text.substr(1), joins);
             if (clientKnown) {
-                zmq_setsockopt(sockets_->records, joins ? ZMQ_SUBSCRIBE : ZMQ_UNSUBSCRIBE, text.data() + 1,
-                               text.size() - 1);
+                const std::string topic(text.substr(1));
+                joins ? sockets_->records.set(zmq::sockopt::subscribe, topic)
+                      : sockets_->records.set(zmq::sockopt::unsubscribe, topic);
             }
         }
     }
@@ -314,15 +305,15 @@ void Publisher::publishTopic(const wire::Topic& topic, std::span<const std::uint
         return;
     }
     const std::string number = std::to_string(sequence_++);
-    zmq_send(sockets_->records, number.data(), number.size(), ZMQ_SNDMORE);
-    zmq_send(sockets_->records, record.data(), record.size(), 0);
+    zmq_send(sockets_->records.handle(), number.data(), number.size(), ZMQ_SNDMORE);
+    zmq_send(sockets_->records.handle(), record.data(), record.size(), 0);
     std::copy(record.begin(), record.end(), reinterpret_cast<std::uint8_t*>(published_.get()) + topic.offset);
 }
 
 // Only the first part of a message can meet a full queue. While a client is waited for, it may instruct: it
 // might read on only when it has the reply.
 bool Publisher::sendTopic(const wire::Topic& topic) {
-    while (zmq_send(sockets_->records, topic.name, std::strlen(topic.name), ZMQ_SNDMORE) < 0) {
+    while (zmq_send(sockets_->records.handle(), topic.name, std::strlen(topic.name), ZMQ_SNDMORE) < 0) {
         if (takeInstruction()) {
             joinDue_ = joinDue_.value_or(Instant(0)); // its round follows at once
         }

@@ -1,8 +1,8 @@
-// The board's two sockets: XPUB on TCP port 5101, on which records are published, and REP on the instruction
-// endpoint, on which a client says which.
+// The board's two sockets: XPUB on the parser's TCP port, on which records are published, and REP on the
+// instruction endpoint, on which a client says which.
 #pragma once
 
-#include "options.h"
+#include "tunables.h"
 
 #include "wire/endpoints.h"
 #include "wire/topics.h"
@@ -34,18 +34,17 @@ enum class SlowClient {
     isWaitedFor, // until it reads on, goes away or takes its topics back, or a signal asks to stop
 };
 
-// With --deterministic every client gets every message.
-inline SlowClient slowClient(const Options& options) {
-    return options.deterministic ? SlowClient::isWaitedFor : SlowClient::missesMessages;
-}
+struct PublishOptions {
+    std::chrono::milliseconds interval = tunables::publishInterval; // between two publications of a
+                                                                    // requested topic, at most
+    SlowClient slowClient = SlowClient::missesMessages;
+};
 
 class Publisher {
   public:
-    // Takes the lock and binds both sockets. interval is the longest time between two publications of a
-    // requested topic. Throws BoardError when the directory is missing, another board is running or the port
-    // is in use.
-    explicit Publisher(std::chrono::milliseconds interval,
-                       SlowClient slowClient = SlowClient::missesMessages);
+    // Takes the lock and binds both sockets, for the user and the group of their directory. Throws Failure
+    // when the directory is missing or a stranger's, another board is running or the port is in use.
+    explicit Publisher(const PublishOptions& options);
     Publisher(const Publisher&) = delete;
     Publisher& operator=(const Publisher&) = delete;
     ~Publisher();
@@ -94,6 +93,7 @@ class Publisher {
     void countSubscription(std::string_view topic, bool joins);
     bool subscribed(std::string_view topic) const;
 
+    struct EndContext;
     struct Sockets;
     std::unique_ptr<Sockets> sockets_;
     std::chrono::milliseconds interval_;

@@ -1,21 +1,14 @@
 #include "records/recordPrinter.h"
 
-#include <jansson.h>
+#include "companions/json.h"
 
-#include <cstdlib>
-#include <memory>
+#include <algorithm>
 #include <span>
 #include <string_view>
 
 namespace board {
 
 namespace {
-
-struct JsonRelease {
-    void operator()(json_t* value) const {
-        json_decref(value);
-    }
-};
 
 // A text field up to its zero.
 json_t* textOf(std::span<const char> field) {
@@ -142,16 +135,15 @@ json_t* windowOf(const RateWindow& window) {
 std::string recordsAsJson(const wire::RecordSet& records, const RateWindow& window) {
     const auto programs = static_cast<std::size_t>(records.pat.programCount);
     const std::size_t rates = std::min<std::size_t>(records.pat.pidListCount, wire::maxPidStats);
-    const std::unique_ptr<json_t, JsonRelease> root(json_pack(
+    const companions::Json root(json_pack(
         "{s:o, s:o, s:o, s:o, s:o, s:o, s:o, s:o, s:o, s:o}", "window", windowOf(window), "pat",
         patOf(records.pat), "pmt", arrayOf(records.pmt.slots, programs, pmtOf), "tsStatus",
         arrayOf(records.tsStatus.pidStats, rates,
                 [](const wire::PidStatEntry& entry) { return json_real(static_cast<double>(entry.rate)); }),
         "avPgm", arrayOf(records.avPgm.slots, programs, avPgmOf), "sdt", sdtOf(records.sdt), "cat",
         catOf(records.cat), "nit", nitOf(records.nit), "eit", eitOf(records.eit), "tdt", tdtOf(records.tdt)));
-    const std::unique_ptr<char, decltype(&std::free)> text(json_dumps(root.get(), JSON_INDENT(1)),
-                                                           &std::free);
-    return text ? std::string(text.get()) + "\n" : std::string();
+    const std::string text = companions::dump(root, JSON_INDENT(1));
+    return text.empty() ? text : text + "\n";
 }
 
 } // namespace board

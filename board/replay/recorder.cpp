@@ -2,19 +2,17 @@
 
 #include "boardError.h"
 #include "publish/publisher.h"
-#include "release.h"
 #include "replay/recording.h"
 #include "replay/replayedRecords.h"
-#include "stop.h"
 
+#include "companions/stopSignals.h"
 #include "wire/endpoints.h"
 #include "wire/instructionWord.h"
 
-#include <zmq.h>
+#include <zmq.hpp>
 
 #include <algorithm>
 #include <array>
-#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -25,33 +23,35 @@ namespace board {
 namespace {
 
 using Clock = std::chrono::steady_clock;
+using companions::stopRequested;
 using std::chrono::milliseconds;
 
-using Context = std::unique_ptr<void, Release<zmq_ctx_term>>;
-using Socket = std::unique_ptr<void, Release<zmq_close>>;
-
-Socket connected(const Context& context, int type, const std::string& endpoint) {
-    Socket socket(zmq_socket(context.get(), type));
-    const int linger = 0;
-    zmq_setsockopt(socket.get(), ZMQ_LINGER, &linger, sizeof linger);
-    if (zmq_connect(socket.get(), endpoint.c_str()) != 0) {
-        throw BoardError({"cannot connect to " + endpoint, "the address of a board",
-                          zmq_strerror(zmq_errno()), "check --host"});
+zmq::socket_t connected(zmq::context_t& context, zmq::socket_type type, const std::string& endpoint) {
+    zmq::socket_t socket(context, type);
+    socket.set(zmq::sockopt::linger, 0);
+    try {
+        socket.connect(endpoint);
+    } catch (const zmq::error_t& error) {
+        throw BoardError(
+            {"cannot connect to " + endpoint, "the address of a board", error.what(), "check --host"});
     }
     return socket;
 }
 
+// From here on libzmq's own functions wait, send and receive: with them a signal is a result and no
+// exception.
+
 // Waits this long for a message; false when none came in time or a signal did.
-bool readable(const Socket& socket, milliseconds longest) {
-    zmq_pollitem_t item{socket.get(), 0, ZMQ_POLLIN, 0};
+bool readable(zmq::socket_t& socket, milliseconds longest) {
+    zmq_pollitem_t item{socket.handle(), 0, ZMQ_POLLIN, 0};
     return zmq_poll(&item, 1, static_cast<long>(longest.count())) > 0;
 }
 
 // Returns false when a signal came before the reply.
-bool askForEverything(const Context& context) {
-    const Socket instructor = connected(context, ZMQ_REQ, wire::instructionEndpoint);
+bool askForEverything(zmq::context_t& context) {
+    zmq::socket_t instructor = connected(context, zmq::socket_type::req, wire::instructionEndpoint);
     const wire::InstructionWord word = wire::instructionWord(wire::allTopicBits);
-    zmq_send(instructor.get(), word.data(), word.size(), 0);
+    zmq_send(instructor.handle(), word.data(), word.size(), 0);
     const auto start = Clock::now();
     while (!readable(instructor, tunables::recordPoll) && !stopRequested()) {
         if (Clock::now() - start >= tunables::instructionPatience) {
@@ -73,20 +73,18 @@ struct Message {
 };
 
 // The next message, without waiting; nothing when there is none or its receiving failed.
-std::optional<Message> receiveMessage(const Socket& socket) {
+std::optional<Message> receiveMessage(zmq::socket_t& socket) {
     Message message;
-    zmq_msg_t part;
-    zmq_msg_init(&part);
+    zmq::message_t part;
     bool more = true;
-    while (more && zmq_msg_recv(&part, socket.get(), ZMQ_DONTWAIT) >= 0) {
+    while (more && zmq_msg_recv(part.handle(), socket.handle(), ZMQ_DONTWAIT) >= 0) {
         if (message.count < Message::goodCount) {
-            const auto* data = static_cast<const std::uint8_t*>(zmq_msg_data(&part));
-            message.parts.at(message.count).assign(data, data + zmq_msg_size(&part));
+            const auto* data = part.data<std::uint8_t>();
+            message.parts.at(message.count).assign(data, data + part.size());
         }
         ++message.count;
-        more = zmq_msg_more(&part) != 0;
+        more = part.more();
     }
-    zmq_msg_close(&part);
     return more ? std::nullopt : std::optional(std::move(message));
 }
 
@@ -97,12 +95,12 @@ std::string counted(std::size_t count, const std::string& name) {
 // Writes what arrives from a board.
 class Recorder {
   public:
-    explicit Recorder(const Options& options)
+    explicit Recorder(const RecordOptions& options)
         : options_(options), endpoint_("tcp://" + options.host + ":" + wire::parserPort),
-          context_(zmq_ctx_new()), subscriber_(connected(context_, ZMQ_SUB, endpoint_)) {
-        zmq_setsockopt(subscriber_.get(), ZMQ_SUBSCRIBE, "", 0);
+          subscriber_(connected(context_, zmq::socket_type::sub, endpoint_)) {
+        subscriber_.set(zmq::sockopt::subscribe, "");
         if (!options.instruct || askForEverything(context_)) {
-            writer_.emplace(options.record);
+            writer_.emplace(options.file);
         }
     }
 
@@ -161,19 +159,18 @@ class Recorder {
 
     void tellResult() const {
         if (!first_ && !stopRequested()) {
-            throw BoardError({"recorded nothing to " + options_.record,
-                              "messages of the board at " + endpoint_,
+            throw BoardError({"recorded nothing to " + options_.file, "messages of the board at " + endpoint_,
                               "none in " + std::to_string(options_.duration.count()) + " ms",
                               "start the board first, and let a client or --instruct ask it for topics"});
         }
-        say("recorded " + std::to_string(count_) + " messages to " + options_.record +
+        say("recorded " + std::to_string(count_) + " messages to " + options_.file +
             (leftOut_ == 0 ? "" : ", left out " + std::to_string(leftOut_)));
     }
 
-    const Options& options_;
+    const RecordOptions& options_;
     std::string endpoint_;
-    Context context_;
-    Socket subscriber_;
+    zmq::context_t context_;
+    zmq::socket_t subscriber_;
     std::optional<RecordingWriter> writer_;  // once the board could be asked; an older file stays until then
     std::optional<Clock::time_point> first_; // message
     std::size_t count_ = 0;
@@ -185,13 +182,14 @@ class Recorder {
 // Publishes recorded messages and keeps the newest record of each topic for clients that join.
 class Replay {
   public:
-    explicit Replay(const Options& options) : options_(options), reader_(options.replay) {
-        requireUsableMessage(reader_, options.replay);
-        publisher_.emplace(options.interval, slowClient(options));
+    explicit Replay(const ReplayOptions& options) : options_(options), reader_(options.file) {
+        requireUsableMessage(reader_, options.file);
+        publisher_.emplace(PublishOptions{
+            options.interval, options.deterministic ? SlowClient::isWaitedFor : SlowClient::missesMessages});
     }
 
     void run() {
-        say("replaying " + options_.replay + ", publishing on " + publishEndpoint + ", instructed over " +
+        say("replaying " + options_.file + ", publishing on " + publishEndpoint + ", instructed over " +
             wire::instructionEndpoint);
         do {
             runOnce();
@@ -224,7 +222,7 @@ class Replay {
     void tellCut() {
         if (reader_.cutOff() && !cutTold_) {
             cutTold_ = true;
-            say(describe({options_.replay + " is cut off",
+            say(describe({options_.file + " is cut off",
                           "the rest of message " + std::to_string(reader_.count() + 1), "the end of the file",
                           "it is replayed up to the message before"}));
         }
@@ -247,7 +245,7 @@ class Replay {
         return Clock::now().time_since_epoch();
     }
 
-    const Options& options_;
+    const ReplayOptions& options_;
     RecordingReader reader_;
     std::optional<Publisher> publisher_; // only for a recording that can be replayed
     ReplayedRecords records_{say};
@@ -256,11 +254,11 @@ class Replay {
 
 } // namespace
 
-void record(const Options& options) {
+void record(const RecordOptions& options) {
     Recorder(options).run();
 }
 
-void replay(const Options& options) {
+void replay(const ReplayOptions& options) {
     Replay(options).run();
 }
 

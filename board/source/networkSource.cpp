@@ -1,8 +1,9 @@
 #include "source/networkSource.h"
 
 #include "boardError.h"
-#include "release.h"
 #include "tunables.h"
+
+#include "companions/release.h"
 
 #include <gst/app/gstappsink.h>
 #include <gst/gst.h>
@@ -18,6 +19,7 @@ namespace board {
 
 namespace {
 
+using companions::Release;
 using Uri = std::unique_ptr<GstUri, Release<gst_uri_unref>>;
 using Sample = std::unique_ptr<GstSample, Release<gst_sample_unref>>;
 using Message = std::unique_ptr<GstMessage, Release<gst_message_unref>>;

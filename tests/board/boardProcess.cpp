@@ -1,5 +1,7 @@
 #include "boardProcess.h"
 
+#include "wire/endpoints.h"
+
 #include <array>
 #include <cstring>
 #include <filesystem>
@@ -95,8 +97,8 @@ Client::Client() {
     instructor.set(zmq::sockopt::rcvtimeo, static_cast<int>(patience.count()));
     subscriber.set(zmq::sockopt::linger, 0);
     instructor.set(zmq::sockopt::linger, 0);
-    subscriber.connect("tcp://127.0.0.1:5101");
-    instructor.connect("ipc:///run/shm/zmq/uRO_MMR_MPEGFE-1");
+    subscriber.connect("tcp://127.0.0.1:" WIRE_PARSER_PORT);
+    instructor.connect(wire::instructionEndpoint);
 }
 
 void Client::subscribe(wire::TopicBits bits) {

@@ -1,6 +1,8 @@
 // The real board, over its real sockets.
 #include "boardProcess.h"
 
+#include "wire/endpoints.h"
+
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
@@ -36,20 +38,45 @@ TEST_F(BoardProcess, SaysWhatIsWrongWithItsSource) {
         "exit code 1");
 }
 
+TEST_F(BoardProcess, EndsWithTwoForAWrongCommandLine) {
+    EXPECT_EQ(outcome({"--record", "out", "--once"}),
+              "mpegfe-board: the command line is wrong: expected a transport stream, or --record or --replay "
+              "with a file, got an error: --once excludes --record; see mpegfe-board --help\nexit code 2");
+    EXPECT_EQ(outcome({"--interface", "lo", sample}),
+              "mpegfe-board: cannot use --interface: expected a UDP or RTP address, got a file or standard "
+              "input; see mpegfe-board --help\nexit code 2");
+}
+
+TEST_F(BoardProcess, TellsItsVersion) {
+    start({"--version"});
+    EXPECT_EQ(output(), "mpegfe-board 1.0.0\n");
+    EXPECT_EQ(end(), "exit code 0");
+}
+
 TEST_F(BoardProcess, SaysWhatIsWrongWithItsEndpoints) {
     zmq::context_t context;
     zmq::socket_t other(context, ZMQ_PUB);
-    other.bind("tcp://*:5101");
+    other.bind("tcp://*:" WIRE_PARSER_PORT);
     EXPECT_EQ(outcome({sample}),
               "mpegfe-board: cannot bind tcp://*:5101: expected a free endpoint, got Address already "
               "in use; another program uses port 5101; find it with: ss -ltnp 'sport = :5101'\n"
               "exit code 1");
-    std::filesystem::remove_all("/run/shm/zmq");
+    std::filesystem::remove_all(wire::directory);
     EXPECT_EQ(outcome({sample}),
               "mpegfe-board: cannot open the instruction endpoint: expected the directory "
               "/run/shm/zmq, got No such file or directory; make it with: mkdir -p /run/shm/zmq\n"
               "exit code 1");
-    std::filesystem::create_directory("/run/shm/zmq");
+    std::filesystem::create_directory(wire::directory);
+}
+
+TEST_F(BoardProcess, FollowsNoLinkToAnotherFile) {
+    const std::string lock = WIRE_DIRECTORY "/mpegfe-board.lock";
+    std::filesystem::create_symlink("/nowhere", lock);
+    EXPECT_EQ(outcome({sample}),
+              "mpegfe-board: cannot use the lock " + lock +
+                  ": expected a file of its own, got a link; whoever put it there may mean harm: remove it, "
+                  "and see who may write to the directory\nexit code 1");
+    std::filesystem::remove(lock);
 }
 
 TEST_F(BoardProcess, LeavesAnotherBoardAlone) {

@@ -2,13 +2,15 @@
 #include "publish/publisher.h"
 #include "boardProcess.h"
 
+#include "wire/endpoints.h"
+
+#include <fstream>
+#include <poll.h>
 #include <thread>
 
 namespace {
 
 using namespace boardProcess;
-
-constexpr const char* instructionEndpoint = "ipc:///run/shm/zmq/uRO_MMR_MPEGFE-1";
 
 // A client that says anything over the instruction channel.
 class Speaker {
@@ -16,7 +18,7 @@ class Speaker {
     explicit Speaker(zmq::socket_type type) : socket(context, type) {
         socket.set(zmq::sockopt::rcvtimeo, static_cast<int>(patience.count()));
         socket.set(zmq::sockopt::linger, 0);
-        socket.connect(instructionEndpoint);
+        socket.connect(wire::instructionEndpoint);
     }
 
     void say(const Message& parts) {
@@ -50,7 +52,7 @@ class StallingClient {
         subscriber.set(zmq::sockopt::rcvbuf, 4096);
         subscriber.set(zmq::sockopt::linger, 0);
         subscriber.set(zmq::sockopt::rcvtimeo, static_cast<int>(patience.count()));
-        subscriber.connect("tcp://127.0.0.1:5101");
+        subscriber.connect("tcp://127.0.0.1:" WIRE_PARSER_PORT);
         subscriber.set(zmq::sockopt::subscribe, "");
     }
 
@@ -75,7 +77,7 @@ class Stranger {
   public:
     Stranger() {
         socket.set(zmq::sockopt::linger, 0);
-        socket.connect("tcp://127.0.0.1:5101");
+        socket.connect("tcp://127.0.0.1:" WIRE_PARSER_PORT);
     }
 
     void say(const std::string& text) {
@@ -90,7 +92,7 @@ class Stranger {
 // A publisher in this process, so that the test says when it does what.
 class PublisherInHand : public BoardProcess {
   protected:
-    board::Publisher publisher{std::chrono::milliseconds(250)};
+    board::Publisher publisher{board::PublishOptions{}};
     wire::RecordSet records{};
 };
 
@@ -100,6 +102,10 @@ board::Instant atOnce() {
 
 const std::string allTopics{static_cast<char>(wire::allTopicBits & 0xFF),
                             static_cast<char>(wire::allTopicBits >> 8)};
+
+// Each is more than what lies between board and client can hold.
+const std::string largestTopic{static_cast<char>(wire::avPgmBit & 0xFF),
+                               static_cast<char>(wire::avPgmBit >> 8)};
 
 TEST_F(BoardProcess, UnderstandsTheNextWordAfterOneThatIsNone) {
     start({sample});
@@ -157,6 +163,29 @@ TEST_F(BoardProcess, StopsThoughTheClientThatItWaitsForStalls) {
         }
     }
     EXPECT_NE(stop().find("exit code 0"), std::string::npos);
+}
+
+TEST_F(BoardProcess, StopsThoughItStillSendsToTheClientThatItWaitsFor) {
+    if (testSupport::enterIsolation() != testSupport::Isolation::namespaces) {
+        GTEST_SKIP() << "needs a network of its own, to make its buffers small";
+    }
+    std::ofstream("/proc/sys/net/ipv4/tcp_wmem") << "4096 4096 4096";
+    start({"--deterministic", "--fast", "--once", "--interval", "1000", sample});
+    StallingClient client;
+    Speaker(zmq::socket_type::req).ask({largestTopic});
+    pollfd said{board->errorDescriptor(), POLLIN, 0};
+    while (console.find("stopped after") == std::string::npos) {
+        if (::poll(&said, 1, 100) > 0) { // one message at a time, so that the last ones stay on their way
+            ASSERT_TRUE(readConsole());
+        } else {
+            client.nextNumber();
+        }
+    }
+    while (!board->sleeps()) { // the client has not taken the last messages
+    }
+    const auto asked = std::chrono::steady_clock::now();
+    EXPECT_NE(stop().find("exit code 0"), std::string::npos);
+    EXPECT_LT(std::chrono::steady_clock::now() - asked, board::tunables::slowClientPatience / 2);
 }
 
 TEST_F(BoardProcess, GoesOnWhenTheClientThatItWaitsForLeaves) {

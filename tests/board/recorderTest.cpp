@@ -2,6 +2,8 @@
 #include "boardProcess.h"
 #include "replay/recording.h"
 
+#include "wire/endpoints.h"
+
 #include <filesystem>
 
 namespace {
@@ -52,7 +54,7 @@ class Publisher {
     Publisher() {
         socket.set(zmq::sockopt::linger, 0);
         socket.set(zmq::sockopt::rcvtimeo, static_cast<int>(patience.count()));
-        socket.bind("tcp://*:5101");
+        socket.bind("tcp://*:" WIRE_PARSER_PORT);
     }
 
     // Whether somebody subscribed in time.
@@ -120,7 +122,7 @@ TEST_F(Recorder, LeavesAnOlderRecordingAloneWhenItIsStoppedBeforeTheBoardAnswers
     zmq::context_t context;
     zmq::socket_t silentBoard(context, ZMQ_REP);
     silentBoard.set(zmq::sockopt::rcvtimeo, static_cast<int>(patience.count()));
-    silentBoard.bind("ipc:///run/shm/zmq/uRO_MMR_MPEGFE-1");
+    silentBoard.bind(wire::instructionEndpoint);
     start({"--record", file, "--instruct"});
     zmq::message_t word;
     ASSERT_TRUE(silentBoard.recv(word));

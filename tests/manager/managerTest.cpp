@@ -3,6 +3,7 @@
 #include "scriptedService.h"
 #include "support/childProcess.h"
 #include "support/isolation.h"
+#include "wire/endpoints.h"
 
 #include <array>
 #include <cerrno>
@@ -15,6 +16,7 @@
 #include <poll.h>
 #include <string>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 #include <vector>
@@ -433,7 +435,7 @@ TEST_F(Manager, leavesTheEndpointsToWhoeverHoldsThem) {
     const auto second = start({"PAT", "on"});
     const std::string refusal = transcript(*second);
     std::string holder;
-    std::ifstream("/run/shm/zmq/mpegfe-manager.lock") >> holder;
+    std::ifstream(WIRE_DIRECTORY "/mpegfe-manager.lock") >> holder;
     EXPECT_EQ(refusal,
               "mpegfe-manager: the service already has a media manager: expected nobody to hold the lock "
               "/run/shm/zmq/mpegfe-manager.lock, got process " +
@@ -450,7 +452,7 @@ TEST_F(Manager, saysThatTheDirectoryIsMissing) {
     if (!mayChangeDirectory()) {
         GTEST_SKIP() << "needs a /run/shm of its own";
     }
-    std::filesystem::remove_all("/run/shm/zmq");
+    std::filesystem::remove_all(wire::directory);
     const auto manager = start({"PAT", "on"});
     EXPECT_EQ(transcript(*manager),
               "mpegfe-manager: cannot use the endpoints in /run/shm/zmq: expected a directory in which files "
@@ -464,7 +466,7 @@ TEST_F(Manager, saysThatItMayNotWriteTheDirectory) {
     if (!mayChangeDirectory()) {
         GTEST_SKIP() << "needs a /run/shm of its own";
     }
-    std::filesystem::permissions("/run/shm/zmq", std::filesystem::perms::none);
+    std::filesystem::permissions(wire::directory, std::filesystem::perms::none);
     // Root may write anywhere unless it has lost that right.
     ChildProcess manager({"setpriv", "--bounding-set=-dac_override,-dac_read_search", "--inh-caps=-all",
                           MPEGFE_MANAGER, "PAT", "on"},
@@ -481,7 +483,8 @@ TEST_F(Manager, saysThatAnEndpointIsNoSocket) {
     if (!mayChangeDirectory()) {
         GTEST_SKIP() << "needs a /run/shm of its own";
     }
-    std::filesystem::create_directories("/run/shm/zmq/uRO_MMR_MpegFE/occupied");
+    std::filesystem::create_directories(
+        std::string(wire::requestEndpoint).substr(std::string("ipc://").size()) + "/occupied");
     const auto manager = start({"PAT", "on"});
     EXPECT_EQ(
         transcript(*manager),
@@ -489,6 +492,47 @@ TEST_F(Manager, saysThatAnEndpointIsNoSocket) {
         "written, got the error \"Address already in use\"; remove what stands there, or run as the user "
         "that owns it\n"
         "exit code 5\n");
+}
+
+TEST_F(Manager, followsNoLinkToAnotherFile) {
+    if (!mayChangeDirectory()) {
+        GTEST_SKIP() << "needs a /run/shm of its own";
+    }
+    std::filesystem::create_symlink("/nowhere", WIRE_DIRECTORY "/mpegfe-manager.lock");
+    const auto manager = start({"PAT", "on"});
+    EXPECT_EQ(transcript(*manager),
+              "mpegfe-manager: cannot use the lock /run/shm/zmq/mpegfe-manager.lock: expected a file of its "
+              "own, got a link; whoever put it there may mean harm: remove it, and see who may write to the "
+              "directory\n"
+              "exit code 5\n");
+}
+
+// Board and service of a user, and a manager that root starts.
+TEST(ManagerOfRoot, isReachedByAnotherUsersService) {
+    constexpr uid_t user = 4242;
+    constexpr gid_t group = 4343;
+    if (!testSupport::enterIsolationWithUsers()) {
+        GTEST_SKIP() << "needs root, to be several users";
+    }
+    ASSERT_EQ(chown(wire::directory, user, group), 0);
+    std::filesystem::permissions(wire::directory, std::filesystem::perms(0770));
+    ChildProcess manager({MPEGFE_MANAGER, "PAT", "on"}, {});
+    ASSERT_EQ(setegid(group), 0);
+    ASSERT_EQ(seteuid(user), 0);
+    ScriptedService service;
+    EXPECT_EQ(service.takeRequest(), R"({"dataStream": "PAT", "status": "on"})");
+    service.reply(ack);
+    for (const std::string endpoint : {wire::requestEndpoint, wire::documentEndpoint}) {
+        struct stat status {};
+        EXPECT_EQ(stat(endpoint.substr(std::string("ipc://").size()).c_str(), &status), 0);
+        EXPECT_EQ(status.st_uid, user);
+        EXPECT_EQ(status.st_gid, group);
+    }
+    service.sendDocument({emptyPat});
+    EXPECT_EQ(service.takeAcknowledgement(), ack);
+    ASSERT_EQ(seteuid(0), 0);
+    ASSERT_EQ(setegid(0), 0);
+    EXPECT_EQ(transcript(manager), std::string(ack) + '\n' + emptyPat + "\nexit code 0\n");
 }
 
 TEST_F(Manager, saysThatItsOutputIsLost) {

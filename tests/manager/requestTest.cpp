@@ -45,8 +45,8 @@ TEST(Request, namesItsDataStreamAndStatus) {
 
 TEST(Request, forAProgramsDetailNamesTheProgramsIndex) {
     EXPECT_EQ(requestText(makeRequest("pgmDetail", "3")), R"({"dataStream": "pgmDetail", "patIndex": "3"})");
-    EXPECT_EQ(requestText(makeRequest("pgmDetail", "-1")),
-              R"({"dataStream": "pgmDetail", "patIndex": "-1"})");
+    EXPECT_EQ(requestText(makeRequest("pgmDetail", "58")),
+              R"({"dataStream": "pgmDetail", "patIndex": "58"})");
 }
 
 TEST(Request, bringsADocumentUnlessItIsOff) {
@@ -66,9 +66,9 @@ TEST(Request, isRefusedForAValueThatTheDataStreamDoesNotTake) {
     EXPECT_EQ(
         refusal("PAT", "On"),
         "the request is incomplete: expected on or off after PAT, got \"On\"; see mpegfe-manager --help");
-    for (const char* value : {"on", "", "3x", "0x3", " 3", "99999999999"}) {
+    for (const char* value : {"on", "", "3x", "0x3", " 3", "99999999999", "-1", "59", "+3"}) {
         EXPECT_EQ(refusal("pgmDetail", value),
-                  "the request is incomplete: expected a program index after pgmDetail, got \"" +
+                  "the request is incomplete: expected a program index from 0 to 58 after pgmDetail, got \"" +
                       std::string(value) + "\"; see mpegfe-manager --help");
     }
 }

@@ -1,5 +1,7 @@
 #include "scriptedService.h"
 
+#include "wire/endpoints.h"
+
 #include <gtest/gtest.h>
 
 namespace testSupport {
@@ -34,8 +36,8 @@ std::string take(zmq::socket_t& socket) {
 ScriptedService::ScriptedService()
     : requests(patient(context, zmq::socket_type::rep)), takenOver(handshakesOf(context, requests)),
       documents(patient(context, zmq::socket_type::req)) {
-    requests.connect("ipc:///run/shm/zmq/uRO_MMR_MpegFE");
-    documents.connect("ipc:///run/shm/zmq/uRO_MpegFE_MMR");
+    requests.connect(wire::requestEndpoint);
+    documents.connect(wire::documentEndpoint);
 }
 
 std::string ScriptedService::takeRequest() {

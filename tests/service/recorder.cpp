@@ -7,6 +7,8 @@
 //
 // SIGUSR1 interrupts the call that the service waits in, and does nothing else. SIGUSR2 ends the process
 // through exit(), so that leak checks and coverage data are written.
+#include "wire/endpoints.h"
+
 #include <zmq.h>
 
 #include <algorithm>
@@ -65,10 +67,10 @@ struct Place {
     const char* name;
 };
 constexpr std::array<Place, 4> places{{
-    {"ipc:///run/shm/zmq/uRO_MMR_MpegFE", "requests"},
-    {"ipc:///run/shm/zmq/uRO_MpegFE_MMR", "documents"},
-    {"ipc:///run/shm/zmq/uRO_MMR_MPEGFE-1", "instructions"},
-    {"tcp://127.0.0.1:5101", "records"},
+    {wire::requestEndpoint, "requests"},
+    {wire::documentEndpoint, "documents"},
+    {wire::instructionEndpoint, "instructions"},
+    {"tcp://127.0.0.1:" WIRE_PARSER_PORT, "records"},
 }};
 
 const char* placeName(std::string_view endpoint) {

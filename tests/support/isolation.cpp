@@ -1,5 +1,7 @@
 #include "isolation.h"
 
+#include "wire/endpoints.h"
+
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -20,7 +22,6 @@
 namespace testSupport {
 namespace {
 
-constexpr const char* endpointDirectory = "/run/shm/zmq";
 constexpr const char* lockPath = "/tmp/mpegfe-tests.lock";
 
 [[noreturn]] void giveUp(const char* what) {
@@ -57,7 +58,8 @@ bool bringLoopbackUp() {
     return up;
 }
 
-// An empty /run/shm/zmq: over what /run/shm leads to, or over /run where there is no such place.
+// An empty directory of the endpoints: over what /run/shm leads to, or over /run where there is no such
+// place.
 bool mountEndpointDirectory() {
     if (mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
         return false;
@@ -69,7 +71,7 @@ bool mountEndpointDirectory() {
         return false;
     }
     std::error_code failure;
-    std::filesystem::create_directories(endpointDirectory, failure);
+    std::filesystem::create_directories(wire::directory, failure);
     return !failure;
 }
 
@@ -96,6 +98,11 @@ bool enterNamespaces() {
            bringLoopbackUp() && mountEndpointDirectory();
 }
 
+bool enterNamespacesWithUsers() {
+    return geteuid() == 0 && unshare(CLONE_NEWNET | CLONE_NEWNS) == 0 && bringLoopbackUp() &&
+           mountEndpointDirectory() && chown(wire::directory, 1, 1) == 0 && chown(wire::directory, 0, 0) == 0;
+}
+
 void takeLock() {
     // Never closed: the lock is held as long as the process lives.
     const int lock = open(lockPath, O_RDWR | O_CREAT | O_CLOEXEC, 0666);
@@ -108,10 +115,10 @@ void takeLock() {
         }
     }
     std::error_code failure;
-    std::filesystem::create_directories(endpointDirectory, failure);
+    std::filesystem::create_directories(wire::directory, failure);
     if (failure) {
         errno = failure.value();
-        giveUp(endpointDirectory);
+        giveUp(wire::directory);
     }
 }
 
@@ -130,6 +137,11 @@ Isolation isolate() {
 Isolation enterIsolation() {
     static const Isolation isolation = isolate();
     return isolation;
+}
+
+bool enterIsolationWithUsers() {
+    static const bool entered = worksInAChild(enterNamespacesWithUsers) && enterNamespacesWithUsers();
+    return entered;
 }
 
 } // namespace testSupport

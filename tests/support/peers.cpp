@@ -1,5 +1,7 @@
 #include "peers.h"
 
+#include "wire/endpoints.h"
+
 #include <array>
 #include <iterator>
 #include <optional>
@@ -10,10 +12,7 @@
 namespace testSupport {
 namespace {
 
-constexpr const char* requestEndpoint = "ipc:///run/shm/zmq/uRO_MMR_MpegFE";
-constexpr const char* documentEndpoint = "ipc:///run/shm/zmq/uRO_MpegFE_MMR";
-constexpr const char* instructionEndpoint = "ipc:///run/shm/zmq/uRO_MMR_MPEGFE-1";
-constexpr const char* publisherEndpoint = "tcp://127.0.0.1:5101";
+constexpr const char* publisherEndpoint = "tcp://127.0.0.1:" WIRE_PARSER_PORT;
 
 // Milliseconds within which somebody must have connected before something is sent.
 constexpr int patience = 20000;
@@ -70,8 +69,8 @@ Parts takeFront(std::deque<Parts>& envelopes) {
 } // namespace
 
 Trufios::Trufios(zmq::context_t& context)
-    : requestSocket(bound(context, zmq::socket_type::dealer, requestEndpoint)),
-      documentSocket(bound(context, zmq::socket_type::router, documentEndpoint)) {}
+    : requestSocket(bound(context, zmq::socket_type::dealer, wire::requestEndpoint)),
+      documentSocket(bound(context, zmq::socket_type::router, wire::documentEndpoint)) {}
 
 void Trufios::sendRequest(const Parts& parts) {
     Parts message{""};
@@ -102,7 +101,7 @@ void Trufios::hear() {
 
 Parser::Parser(zmq::context_t& context)
     : publisher(bound(context, zmq::socket_type::xpub, publisherEndpoint)),
-      instructionSocket(bound(context, zmq::socket_type::router, instructionEndpoint)) {}
+      instructionSocket(bound(context, zmq::socket_type::router, wire::instructionEndpoint)) {}
 
 void Parser::publish(const Parts& parts) {
     send(publisher, parts);

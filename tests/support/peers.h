@@ -37,7 +37,7 @@ class Trufios {
     std::deque<Parts> unanswered; // envelopes of the documents without an answer
 };
 
-// The parser board, which binds its publisher to TCP port 5101 and its instruction endpoint.
+// The parser board, which binds its publisher to its TCP port and its instruction endpoint.
 class Parser {
   public:
     explicit Parser(zmq::context_t& context);

@@ -1,30 +1,22 @@
 // Jansson values that release themselves.
 #pragma once
 
+#include "companions/release.h"
+
+#include <cstddef>
 #include <cstdlib>
 #include <jansson.h>
 #include <memory>
 #include <string>
 #include <string_view>
 
-namespace manager {
+namespace companions {
 
-struct JsonRelease {
-    void operator()(json_t* value) const {
-        json_decref(value);
-    }
-};
+using Json = std::unique_ptr<json_t, Release<json_decref>>;
 
-using Json = std::unique_ptr<json_t, JsonRelease>;
-
-// A value as text, with Jansson's own separators; empty when the value is null.
-inline std::string dump(const Json& value) {
-    struct Free {
-        void operator()(char* text) const {
-            std::free(text);
-        }
-    };
-    const std::unique_ptr<char, Free> text(json_dumps(value.get(), 0));
+// A value as text, with Jansson's own separators or as its flags say; empty when the value is null.
+inline std::string dump(const Json& value, std::size_t flags = 0) {
+    const std::unique_ptr<char, Release<std::free>> text(json_dumps(value.get(), flags));
     return text ? text.get() : "";
 }
 
@@ -35,4 +27,4 @@ inline std::string_view textOf(const json_t* object, const char* key, std::strin
                                   : otherwise;
 }
 
-} // namespace manager
+} // namespace companions

@@ -1,7 +1,7 @@
 // Ownership of what a C library hands out.
 #pragma once
 
-namespace board {
+namespace companions {
 
 // A deleter for std::unique_ptr that calls the library's own function.
 template <auto release>
@@ -12,4 +12,4 @@ struct Release {
     }
 };
 
-} // namespace board
+} // namespace companions
