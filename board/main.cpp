@@ -2,7 +2,6 @@
 #include "options.h"
 #include "playback.h"
 #include "replay/recorder.h"
-#include "source/packetSource.h"
 #include "stop.h"
 #include "tables/psiTables.h"
 
@@ -19,7 +18,7 @@ int main(int argc, char** argv) {
             return 0;
         }
         board::stopOnSignals();
-        board::initialiseLibraries(board::isNetworkAddress(options.source));
+        board::initialiseLibraries();
         if (!options.record.empty()) {
             board::record(options);
         } else if (!options.replay.empty()) {

@@ -1,7 +1,7 @@
 #include "options.h"
 
 #include "boardError.h"
-#include "source/packetSource.h"
+#include "source/networkAddress.h"
 
 #include "wire/endpoints.h"
 

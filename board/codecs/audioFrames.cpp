@@ -202,8 +202,8 @@ std::size_t ac3FrameBytes(const std::uint8_t* header) {
 
 // Enhanced AC-3 tells no bit rate, and a dependent substream only what it adds to another.
 std::optional<AudioFormat> enhancedFormat(const std::uint8_t* header) {
-    constexpr unsigned dependent = 1;
-    if (a52e_get_strmtyp(header) == dependent) {
+    constexpr unsigned dependent = 1; // of strmtyp, which biTStream's accessor shifts by one bit too few
+    if (header[2] >> 6 == dependent) {
         return std::nullopt;
     }
     return AudioFormat{0, sampleRateIndexOf(ac3Hertz[a52e_get_fscod(header)]),

@@ -311,15 +311,13 @@ void skipCodingTools(BitReader& bits, unsigned subLayers) {
 
 void readH265Vui(BitReader& bits, VideoFormat& format) {
     format.aspectCode = readVuiStart(bits);
-    bits.skip(1); // neutral_chroma_indication_flag
-    const bool fields = bits.flag();
-    bits.skip(1);      // frame_field_info_present_flag
+    bits.skip(3);      // neutral_chroma_indication_flag, field_seq_flag, frame_field_info_present_flag
     if (bits.flag()) { // default_display_window_flag
         for (unsigned k = 0; k < 4; ++k) {
             bits.unsignedCode();
         }
     }
-    format.pictureRate = readPictureRate(bits, fields ? 2 : 1);
+    format.pictureRate = readPictureRate(bits, 1); // where fields are coded, each is a picture
 }
 
 std::optional<VideoFormat> readH265Sequence(Bytes content) {

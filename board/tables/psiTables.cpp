@@ -50,6 +50,10 @@ StreamHints hintsOf(const GPtrArray* descriptors) {
             gst_mpegts_descriptor_parse_registration(descriptor, &registration, nullptr, nullptr)) {
             hints.registration = registration;
         }
+        constexpr std::uint8_t dvbExtension = 0x7F;
+        if (descriptor->tag == dvbExtension && descriptor->length > 0) {
+            hints.extensionTags.push_back(descriptor->data[2]);
+        }
         // Both descriptors open with the audio profile and level (ISO/IEC 13818-1 table 2-72).
         if ((descriptor->tag == GST_MTS_DESC_DVB_AAC || descriptor->tag == GST_MTS_DESC_MPEG4_AUDIO) &&
             descriptor->length > 0) {
@@ -67,10 +71,8 @@ bool isCat(const std::uint8_t* section) {
 
 } // namespace
 
-void initialiseLibraries(bool withPlugins) {
-    if (!withPlugins) {
-        ::setenv("GST_REGISTRY_UPDATE", "no", 0);
-    }
+void initialiseLibraries() {
+    ::setenv("GST_REGISTRY_UPDATE", "no", 0); // plugins are not used
     gst_init(nullptr, nullptr);
     gst_mpegts_initialize();
 }
@@ -150,12 +152,15 @@ std::optional<PmtSection> readPmt(std::uint16_t pid, std::span<const std::uint8_
     }
     PmtSection result{pmt->program_number, {pmt->pcr_pid, {}, {}}};
     collectEcmPids(pmt->descriptors, result.map.ecmPids);
+    const auto ofProgram = hintsOf(pmt->descriptors).registration;
     for (const GstMpegtsPMTStream* stream : gst::items<GstMpegtsPMTStream>(pmt->streams)) {
         collectEcmPids(stream->descriptors, result.map.ecmPids);
         if (stream->pid >= wire::nullPid) { // announced, but not on air
             continue;
         }
-        const StreamClass kind = classifyStream(stream->stream_type, hintsOf(stream->descriptors));
+        StreamHints hints = hintsOf(stream->descriptors);
+        hints.programRegistration = ofProgram;
+        const StreamClass kind = classifyStream(stream->stream_type, hints);
         result.map.streams.push_back(
             {stream->pid, stream->stream_type, kind.kind, kind.audioCoding, languageOf(stream->descriptors)});
     }

@@ -11,9 +11,8 @@
 
 namespace board {
 
-// Initialises the libraries that read sections and codec headers. Once a process, before anything is read.
-// withPlugins also finds GStreamer's plugins, which network sources need and which takes a moment.
-void initialiseLibraries(bool withPlugins);
+// Initialises the library that reads sections. Once a process, before anything is read.
+void initialiseLibraries();
 
 // Whether the section's lengths make sense and, where it has one, its CRC is right. Nothing else reads a
 // section that fails here.

@@ -122,7 +122,7 @@ void checkRecords(const wire::RecordSet& records) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const bool ready = [] {
-        board::initialiseLibraries(false);
+        board::initialiseLibraries();
         return true;
     }();
     static_cast<void>(ready);
