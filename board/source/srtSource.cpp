@@ -148,11 +148,16 @@ void requireSound(const Socket& socket, const NetworkAddress& address) {
     }
 }
 
+// Events of a socket, as bits.
+constexpr int readable = SRT_EPOLL_IN;
+constexpr int writable = SRT_EPOLL_OUT;
+constexpr int broken = SRT_EPOLL_ERR;
+
 // Waits for events of one socket.
 class Events {
   public:
     Events(const Socket& socket, int events) : number_(::srt_epoll_create()) {
-        const int wanted = events | SRT_EPOLL_ERR;
+        const int wanted = events | broken;
         ::srt_epoll_add_usock(number_, socket.get(), &wanted);
     }
     Events(const Events&) = delete;
@@ -244,9 +249,9 @@ class SrtSource final : public PacketSource {
 
     // Who calls while another is served waits until that one has gone.
     void serve(const Socket& listener, const std::stop_token& stop) {
-        const Events calls(listener, SRT_EPOLL_IN);
+        const Events calls(listener, readable);
         int events = 0;
-        while ((events = calls.await(stop)) != 0 && (events & SRT_EPOLL_ERR) == 0) {
+        while ((events = calls.await(stop)) != 0 && (events & broken) == 0) {
             const Socket sender(::srt_accept(listener.get(), nullptr, nullptr));
             if (sender.valid()) {
                 receive(sender, stop);
@@ -271,11 +276,11 @@ class SrtSource final : public PacketSource {
         if (mode_ == Mode::rendezvous) {
             meet(socket);
         }
-        const Events events(socket, SRT_EPOLL_OUT);
+        const Events events(socket, writable);
         if (::srt_connect(socket.get(), peer_.get(), static_cast<int>(peer_.size)) == SRT_ERROR) {
             return;
         }
-        if ((events.await(stop) & SRT_EPOLL_ERR) == 0) {
+        if ((events.await(stop) & broken) == 0) {
             receive(socket, stop);
         }
     }
@@ -292,7 +297,7 @@ class SrtSource final : public PacketSource {
 
     // Passes on what a sender sends, until it has gone.
     void receive(const Socket& sender, const std::stop_token& stop) const {
-        const Events arrivals(sender, SRT_EPOLL_IN);
+        const Events arrivals(sender, readable);
         std::array<char, SRT_LIVE_MAX_PLSIZE> message{};
         while (!stop.stop_requested()) {
             const int size = ::srt_recvmsg(sender.get(), message.data(), static_cast<int>(message.size()));
