@@ -1,7 +1,5 @@
 #include "boardError.h"
-#include "libraries.h"
 #include "options.h"
-#include "source/packetSource.h"
 
 #include "companions/stopSignals.h"
 
@@ -12,12 +10,10 @@ namespace {
 using namespace board;
 
 void start(const PlayOptions& options) {
-    initialiseLibraries(isNetworkAddress(options.source));
     play(options);
 }
 
 void start(const PrintOptions& options) {
-    initialiseLibraries(isNetworkAddress(options.source));
     printRecords(options);
 }
 

@@ -1,7 +1,7 @@
 #include "options.h"
 
 #include "boardError.h"
-#include "source/packetSource.h"
+#include "source/networkAddress.h"
 
 #include "companions/commandLine.h"
 #include "wire/endpoints.h"
@@ -185,7 +185,7 @@ Options chosen(const Words& words) {
                              words.play.interval};
     }
     if (words.print) {
-        const SourceOptions& source = words.play;
+        const StreamOptions& source = words.play;
         return PrintOptions{source};
     }
     return words.play;

@@ -10,7 +10,7 @@
 namespace board {
 
 // What the board is started for.
-struct PrintOptions : SourceOptions {};
+struct PrintOptions : StreamOptions {};
 using Options = std::variant<PlayOptions, PrintOptions, RecordOptions, ReplayOptions>;
 
 // Reads the command line. Nothing when it was --help or --version, which are then printed on standard output.

@@ -6,7 +6,7 @@
 #include "publish/publisher.h"
 #include "records/recordPrinter.h"
 #include "records/recordWriter.h"
-#include "source/packetSource.h"
+#include "source/openSource.h"
 
 #include "companions/stopSignals.h"
 
@@ -43,7 +43,7 @@ class Reader {
     enum class Outcome { packets, bytes, nothing, ended };
 
     Reader(const std::string& name, const std::string& interface)
-        : name_(name), source_(openSource(name, interface)), buffer_(tunables::readSize) {}
+        : name_(name), source_(openSource(name, {interface})), buffer_(tunables::readSize) {}
 
     // Reads once and passes every packet found to onPacket(const std::uint8_t*). Throws BoardError when the
     // source holds no transport stream.
@@ -347,7 +347,7 @@ void play(const PlayOptions& options) {
     Session(options).run();
 }
 
-void printRecords(const SourceOptions& options) {
+void printRecords(const StreamOptions& options) {
     Reader reader(options.source, options.interface);
     Analyser analyser(options.ratePeriod, reader.kind());
     Instant lastRead = realTime();

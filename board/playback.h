@@ -11,14 +11,14 @@
 namespace board {
 
 // Where the packets come from and how they are measured.
-struct SourceOptions {
+struct StreamOptions {
     std::string source;                        // file, "-" for standard input, or network address
     std::string interface;                     // of multicast groups; empty leaves it to the system
     Ticks ratePeriod = tunables::ratePeriod;   // 0: one period, the whole stream
     std::optional<std::uint16_t> eventService; // program number whose events the EIT record lists
 };
 
-struct PlayOptions : SourceOptions {
+struct PlayOptions : StreamOptions {
     bool newStreamOnLoop = false; // a file that starts over is a new stream
     bool deterministic = false;   // the stream's clock is the only clock
     bool once = false;            // stop at the end of the file instead of starting over
@@ -31,6 +31,6 @@ struct PlayOptions : SourceOptions {
 void play(const PlayOptions& options);
 
 // Reads the source once as fast as possible and prints the records as JSON on standard output.
-void printRecords(const SourceOptions& options);
+void printRecords(const StreamOptions& options);
 
 } // namespace board

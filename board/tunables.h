@@ -53,8 +53,13 @@ inline constexpr std::size_t readSize = 64 * 1024;      // bytes a read
 inline constexpr std::size_t lockPackets = 5;           // sync bytes in a row that make a transport stream
 inline constexpr std::size_t relockPackets = 3;         // sync bytes in a row after a loss
 inline constexpr std::size_t searchLimit = 1024 * 1024; // bytes searched for the first sync byte
-inline constexpr unsigned networkBuffers = 4096;        // datagrams queued between network and analysis
+inline constexpr int datagramsARead = 256;              // at most
 inline constexpr int receiveBuffer = 4 * 1024 * 1024;   // bytes of the socket, for bursts
+inline constexpr milliseconds rtpPatience{100};         // for an RTP packet that is missing
+inline constexpr milliseconds rtpSilence{500};          // then earlier sequence numbers are a new start
+inline constexpr std::size_t rtpHeldPackets = 1024;     // behind one that is missing, at most
+inline constexpr milliseconds srtPatience{250};         // for an SRT event, between looks at a wish to stop
+inline constexpr milliseconds srtCallPause{1000};       // between calls of an SRT listener
 inline constexpr milliseconds streamSilence{2000};      // after which packets are a new stream
 inline constexpr std::size_t headerBytes = 64 * 1024;   // of a PES packet, searched for codec headers
 inline constexpr milliseconds fallingBehind{1000};      // lateness after which real time starts anew

@@ -51,7 +51,7 @@ class Printer {
     }
 
     static void showSharing() {
-        say(describe({"more than one service takes the requests",
+        say(companions::describe({"more than one service takes the requests",
                       std::string("one mpegFE at ") + wire::requestEndpoint, "two or more",
                       "a request reaches one of them only: stop all but one"}));
     }

@@ -1,11 +1,15 @@
 #include "programIndex.h"
 
 #include "displayText.h"
-#include "json.h"
 #include "managerError.h"
+
+#include "companions/json.h"
 
 namespace manager {
 namespace {
+
+using companions::Json;
+using companions::textOf;
 
 constexpr std::string_view networkEntry = "0"; // program number of the network PID, which is no program
 

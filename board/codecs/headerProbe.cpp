@@ -18,18 +18,15 @@ bool HeaderProbe::suits(const ElementaryStream& stream) const {
     return stream.kind == kind_ && stream.streamType == streamType_ && stream.audioCoding == audioCoding_;
 }
 
-// Collects the start of a PES packet, as much of it as is searched for headers.
+// Collects the start of a video stream's PES packet, as much of it as is searched for headers, and of an
+// audio stream the PES packets one behind the other, because frames need not begin where they do.
 void HeaderProbe::payload(std::span<const std::uint8_t> bytes, bool unitStart, Ticks now,
                           StreamModel& model) {
     if (unitStart) {
         if (kind_ == StreamKind::video) {
             timePictures(bytes, model);
         }
-        if (collecting_) {
-            readHeaders(now, model);
-        }
-        data_.clear();
-        collecting_ = now >= quietUntil_ && startsPes(bytes);
+        startPacket(bytes, now, model);
         if (!collecting_) {
             return;
         }
@@ -42,7 +39,27 @@ void HeaderProbe::payload(std::span<const std::uint8_t> bytes, bool unitStart, T
     data_.insert(data_.end(), bytes.begin(), bytes.end());
     if (data_.size() >= tunables::headerBytes) {
         readHeaders(now, model);
+        drop();
     }
+}
+
+// A PES packet begins: looks at what has been collected, and decides whether to go on with it.
+void HeaderProbe::startPacket(std::span<const std::uint8_t> bytes, Ticks now, StreamModel& model) {
+    // A stream whose frames are not found is not searched again until twice as much of it is there.
+    if (collecting_ && data_.size() >= 2 * searched_) {
+        readHeaders(now, model);
+    }
+    const bool goOn = now >= quietUntil_ && startsPes(bytes);
+    if (!goOn || !collecting_ || kind_ == StreamKind::video) {
+        drop();
+    }
+    collecting_ = goOn;
+}
+
+void HeaderProbe::drop() {
+    collecting_ = false;
+    data_.clear();
+    searched_ = 0;
 }
 
 // Measures the picture rate by the decoding times of successive PES packets, one picture each. Where they are
@@ -70,7 +87,7 @@ void HeaderProbe::timePictures(std::span<const std::uint8_t> bytes, StreamModel&
 }
 
 void HeaderProbe::readHeaders(Ticks now, StreamModel& model) {
-    collecting_ = false;
+    searched_ = data_.size();
     bool found = false;
     if (kind_ == StreamKind::video) {
         if (const auto format = readVideoFormat(streamType_, data_)) {
@@ -87,13 +104,14 @@ void HeaderProbe::readHeaders(Ticks now, StreamModel& model) {
 }
 
 void HeaderProbe::lost() {
-    collecting_ = false;
+    drop();
     lastStamp_.reset();
 }
 
 void HeaderProbe::finish(Ticks now, StreamModel& model) {
     if (collecting_) {
         readHeaders(now, model);
+        drop();
     }
 }
 

@@ -1,5 +1,5 @@
-// Follows one elementary stream: looks for codec headers at the start of its PES packets, and measures its
-// picture rate where those do not tell it.
+// Follows one elementary stream: looks for codec headers in its PES packets, and measures its picture rate
+// where those do not tell it.
 #pragma once
 
 #include "stream/streamModel.h"
@@ -30,6 +30,8 @@ class HeaderProbe {
     void finish(Ticks now, StreamModel& model);
 
   private:
+    void startPacket(std::span<const std::uint8_t> bytes, Ticks now, StreamModel& model);
+    void drop();
     void timePictures(std::span<const std::uint8_t> bytes, StreamModel& model);
     void readHeaders(Ticks now, StreamModel& model);
 
@@ -37,7 +39,8 @@ class HeaderProbe {
     StreamKind kind_;
     std::uint8_t streamType_;
     std::uint16_t audioCoding_;
-    std::vector<std::uint8_t> data_; // of the PES packet that is being collected
+    std::vector<std::uint8_t> data_; // of the PES packets that are being collected
+    std::size_t searched_ = 0;       // bytes of them that held no header
     bool collecting_ = false;
     Ticks quietUntil_ = 0;
     std::optional<Ticks> lastStamp_;

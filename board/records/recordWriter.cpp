@@ -1,12 +1,11 @@
 #include "records/recordWriter.h"
 
-#include <glib.h>
-
 #include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstring>
 #include <span>
+#include <utf8proc.h>
 
 namespace board {
 
@@ -28,12 +27,25 @@ char harmless(char c) {
     return c == '"' ? '\'' : c == '\\' ? '/' : code < 0x20 || code == 0x7F ? ' ' : c;
 }
 
+// Bytes of the whole UTF-8 characters that a text begins with, as far as there is room.
+std::size_t wholeCharacters(const std::string& text, std::size_t room) {
+    const auto* bytes = reinterpret_cast<const utf8proc_uint8_t*>(text.data());
+    const auto end = static_cast<utf8proc_ssize_t>(std::min(text.size(), room));
+    utf8proc_ssize_t length = 0;
+    while (length < end) {
+        utf8proc_int32_t character = 0;
+        const utf8proc_ssize_t size = utf8proc_iterate(bytes + length, end - length, &character);
+        if (size <= 0 || character == 0) {
+            break;
+        }
+        length += size;
+    }
+    return static_cast<std::size_t>(length);
+}
+
 // Writes UTF-8 text into a field, cut at a character boundary, with a terminating zero inside the field.
 void putText(std::span<char> field, const std::string& text) {
-    const std::size_t room = std::min(text.size(), field.size() - 1);
-    const gchar* end = nullptr;
-    g_utf8_validate(text.data(), static_cast<gssize>(room), &end);
-    const std::size_t length = std::min(static_cast<std::size_t>(end - text.data()), room);
+    const std::size_t length = wholeCharacters(text, field.size() - 1);
     for (std::size_t k = 0; k < length; ++k) {
         field[k] = harmless(text[k]);
     }

@@ -3,9 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <span>
-#include <string>
 
 namespace board {
 
@@ -26,19 +24,12 @@ class PacketSource {
     // Starts over at the first byte. Returns false where that is impossible.
     virtual bool rewind() = 0;
 
-    // Becomes readable when there is something to read; -1 where there always is.
+    // Becomes readable when there is something to read, where the last read brought less than it could have;
+    // -1 where there always is something.
     virtual int descriptor() const = 0;
 
     // Whether the source itself keeps the time, as a network does; else it is paced by its PCR.
     virtual bool live() const = 0;
 };
-
-// Opens a file, standard input for "-", or a network address ("udp://", "rtp://", "srt://"). interface is the
-// network interface on which multicast groups are joined; empty leaves it to the system. Throws BoardError
-// when the source is missing, unreadable or no source at all.
-std::unique_ptr<PacketSource> openSource(const std::string& name, const std::string& interface);
-
-// Whether the name is a network address.
-bool isNetworkAddress(const std::string& name);
 
 } // namespace board

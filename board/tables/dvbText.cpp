@@ -1,6 +1,6 @@
 #include "tables/dvbText.h"
 
-#include "release.h"
+#include "companions/release.h"
 
 #include <bitstream/dvb/si.h>
 
@@ -158,7 +158,7 @@ std::string dvbText(std::span<const std::uint8_t> text) {
         text = text.subspan(1);
     }
     bool known = false;
-    const std::unique_ptr<char, Release<std::free>> decoded(
+    const std::unique_ptr<char, companions::Release<std::free>> decoded(
         dvb_string_get(text.data(), text.size(), toUtf8, &known));
     return withoutControlCodes(known ? std::string(decoded.get()) : fromUnknownTable(decoded.get()));
 }

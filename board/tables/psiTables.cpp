@@ -16,6 +16,7 @@ constexpr std::uint8_t registrationTag = 0x05;
 constexpr std::uint8_t languageTag = 0x0A;
 constexpr std::uint8_t mpeg4AudioTag = 0x1C;
 constexpr std::uint8_t dvbAacTag = 0x7C;
+constexpr std::uint8_t dvbExtensionTag = 0x7F;
 
 // The CA descriptor as one of the CAT; nothing for another descriptor.
 std::optional<CaSystem> caSystemOf(const std::uint8_t* descriptor) {
@@ -57,16 +58,26 @@ void describe(const std::uint8_t* descriptor, StreamDescription& stream) {
         desc_get_length(descriptor) >= DESC0A_LANGUAGE_SIZE) {
         stream.language.assign(content, content + languageSize);
     }
+    if (tag == dvbExtensionTag && desc_get_length(descriptor) > 0) {
+        stream.hints.extensionTags.push_back(content[0]);
+    }
     // Both descriptors open with the audio profile and level (ISO/IEC 13818-1 table 2-72).
     if ((tag == dvbAacTag || tag == mpeg4AudioTag) && desc_get_length(descriptor) > 0) {
         stream.hints.aacProfile = content[0];
     }
 }
 
-ElementaryStream streamOf(const std::uint8_t* entry, SectionBytes descriptors) {
+StreamDescription descriptionOf(SectionBytes descriptors) {
     StreamDescription description;
     forEachDescriptor(descriptors,
                       [&](const std::uint8_t* descriptor) { describe(descriptor, description); });
+    return description;
+}
+
+ElementaryStream streamOf(const std::uint8_t* entry, SectionBytes descriptors,
+                          std::optional<std::uint32_t> programRegistration) {
+    StreamDescription description = descriptionOf(descriptors);
+    description.hints.programRegistration = programRegistration;
     const std::uint8_t type = pmtn_get_streamtype(entry);
     const StreamClass kind = classifyStream(type, description.hints);
     return {pmtn_get_pid(entry), type, kind.kind, kind.audioCoding, std::move(description.language)};
@@ -113,11 +124,12 @@ std::optional<ProgramMap> readPmt(SectionBytes section) {
     const SectionBytes common =
         descriptorsAt(sectionBody(section, PMT_HEADER_SIZE - std::size_t{DESCS_HEADER_SIZE}));
     collectEcmPids(common, map.ecmPids);
+    const auto registration = descriptionOf(common).hints.registration;
     forEachEntry(sectionBody(section, PMT_HEADER_SIZE + common.size()), PMT_ES_SIZE,
                  [&](const std::uint8_t* entry, SectionBytes descriptors) {
                      collectEcmPids(descriptors, map.ecmPids);
                      if (pmtn_get_pid(entry) < wire::nullPid) { // else announced, but not on air
-                         map.streams.push_back(streamOf(entry, descriptors));
+                         map.streams.push_back(streamOf(entry, descriptors, registration));
                      }
                  });
     return map;

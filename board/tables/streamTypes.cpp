@@ -28,7 +28,7 @@ struct Row {
 
 // Streams that are not listed carry data. Enhanced AC-3, DTS and others are audio of a coding that the PMT
 // record has no code for.
-constexpr std::array<Row<std::uint8_t>, 19> byStreamType{{
+constexpr std::array<Row<std::uint8_t>, 25> byStreamType{{
     {0x01, {StreamKind::video, 0}},             // MPEG-1 video
     {0x02, {StreamKind::video, 0}},             // MPEG-2 video
     {0x03, {StreamKind::audio, mpeg1Audio}},    //
@@ -41,12 +41,18 @@ constexpr std::array<Row<std::uint8_t>, 19> byStreamType{{
     {0x1E, {StreamKind::video, 0}},             // MPEG-C
     {0x21, {StreamKind::video, 0}},             // JPEG 2000
     {0x24, {StreamKind::video, 0}},             // H.265
-    {0x2D, {StreamKind::audio, unknownCoding}}, // MPEG-H
+    {0x2D, {StreamKind::audio, unknownCoding}}, // MPEG-H, the main stream
+    {0x2E, {StreamKind::audio, unknownCoding}}, // MPEG-H, an auxiliary stream
     {0x33, {StreamKind::video, 0}},             // H.266
     {0x42, {StreamKind::video, 0}},             // AVS
     {0x81, {StreamKind::audio, ac3}},           // ATSC A/53
     {0x87, {StreamKind::audio, unknownCoding}}, // ATSC A/53, Enhanced AC-3
+    {0x88, {StreamKind::audio, unknownCoding}}, // ANSI/SCTE 194-2, DTS-HD
+    {0xC1, {StreamKind::audio, ac3}},           // AC-3 with encrypted samples
+    {0xC2, {StreamKind::audio, unknownCoding}}, // Enhanced AC-3 with encrypted samples
+    {0xCF, {StreamKind::audio, aac}},           // ADTS with encrypted samples
     {0xD1, {StreamKind::video, 0}},             // Dirac
+    {0xDB, {StreamKind::video, 0}},             // H.264 with encrypted samples
     {0xEA, {StreamKind::video, 0}},             // VC-1
 }};
 
@@ -56,6 +62,24 @@ constexpr std::array<Row<std::uint8_t>, 4> byDescriptor{{
     {0x7A, {StreamKind::audio, unknownCoding}}, // Enhanced AC-3
     {0x7B, {StreamKind::audio, unknownCoding}}, // DTS
     {0x7C, {StreamKind::audio, aac}},           // AAC
+}};
+constexpr std::array<Row<std::uint8_t>, 2> byExtensionDescriptor{{
+    {0x0E, {StreamKind::audio, unknownCoding}}, // DTS-HD
+    {0x15, {StreamKind::audio, unknownCoding}}, // AC-4
+}};
+
+// Stream types of programs and streams that are registered as HDMV. Elsewhere 0x82 is a subtitle, for
+// instance, and 0x86 a cue for splicing.
+constexpr std::uint32_t hdmv = fourCharacters("HDMV");
+constexpr std::array<Row<std::uint8_t>, 8> byHdmvType{{
+    {0x80, {StreamKind::audio, unknownCoding}}, // linear PCM
+    {0x82, {StreamKind::audio, unknownCoding}}, // DTS
+    {0x83, {StreamKind::audio, unknownCoding}}, // TrueHD
+    {0x84, {StreamKind::audio, unknownCoding}}, // Enhanced AC-3
+    {0x85, {StreamKind::audio, unknownCoding}}, // DTS-HD, high resolution
+    {0x86, {StreamKind::audio, unknownCoding}}, // DTS-HD, master audio
+    {0xA1, {StreamKind::audio, unknownCoding}}, // Enhanced AC-3, secondary
+    {0xA2, {StreamKind::audio, unknownCoding}}, // DTS-HD, secondary
 }};
 
 constexpr std::array<Row<std::uint32_t>, 11> byRegistration{{
@@ -89,6 +113,25 @@ const StreamClass* find(const Rows& rows, Key key) {
     return nullptr;
 }
 
+const StreamClass* privatePesClass(const StreamHints& stream) {
+    for (const std::uint8_t tag : stream.tags) {
+        if (const StreamClass* what = find(byDescriptor, tag)) {
+            return what;
+        }
+    }
+    for (const std::uint8_t tag : stream.extensionTags) {
+        if (const StreamClass* what = find(byExtensionDescriptor, tag)) {
+            return what;
+        }
+    }
+    return nullptr;
+}
+
+const StreamClass* hdmvClass(std::uint8_t streamType, const StreamHints& stream) {
+    return stream.registration == hdmv || stream.programRegistration == hdmv ? find(byHdmvType, streamType)
+                                                                             : nullptr;
+}
+
 StreamClass roughClass(std::uint8_t streamType, const StreamHints& stream) {
     const bool privateType = streamType == privatePes || streamType >= firstUserPrivate;
     if (privateType && stream.registration) {
@@ -96,15 +139,11 @@ StreamClass roughClass(std::uint8_t streamType, const StreamHints& stream) {
             return *what;
         }
     }
-    if (streamType == privatePes) {
-        for (const std::uint8_t tag : stream.tags) {
-            if (const StreamClass* what = find(byDescriptor, tag)) {
-                return *what;
-            }
-        }
-        return {StreamKind::data, 0};
+    const StreamClass* what =
+        streamType == privatePes ? privatePesClass(stream) : hdmvClass(streamType, stream);
+    if (what == nullptr) {
+        what = find(byStreamType, streamType);
     }
-    const StreamClass* what = find(byStreamType, streamType);
     return what != nullptr ? *what : StreamClass{StreamKind::data, 0};
 }
 

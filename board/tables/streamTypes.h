@@ -11,9 +11,11 @@ namespace board {
 
 // The descriptors of a stream, as far as they tell what the stream carries.
 struct StreamHints {
-    std::vector<std::uint8_t> tags;            // descriptor tags in their order
-    std::optional<std::uint32_t> registration; // format_identifier of the registration descriptor
-    std::optional<std::uint8_t> aacProfile;    // profile and level of the AAC or MPEG-4 audio descriptor
+    std::vector<std::uint8_t> tags;                   // descriptor tags in their order
+    std::vector<std::uint8_t> extensionTags;          // of DVB's extension descriptors
+    std::optional<std::uint32_t> registration;        // format_identifier of the registration descriptor
+    std::optional<std::uint32_t> programRegistration; // the same of the whole program
+    std::optional<std::uint8_t> aacProfile; // profile and level of the AAC or MPEG-4 audio descriptor
 };
 
 struct StreamClass {

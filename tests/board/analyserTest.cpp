@@ -123,6 +123,16 @@ TEST_F(Analyser, TakesNeitherStreamsNorEcmsFromTheNullPackets) {
     EXPECT_EQ(programs(), "5 256: pcr 257; ecm 497; 257/27/video/0/; 259/6/data/0/;\n");
 }
 
+TEST_F(Analyser, KnowsAudioByExtensionDescriptorsAndByTheProgramsRegistration) {
+    const Bytes ac4 = descriptor(0x7F, {0x15, 0x00});
+    Packets packets;
+    packets.section(0, pat(77, {{5, pmtPid}}));
+    packets.section(pmtPid, pmt(5, videoPid, registrationDescriptor("HDMV"),
+                                {{0x82, videoPid, {}}, {0x06, audioPid, ac4}, {0x06, dataPid, {}}}));
+    play(packets);
+    EXPECT_EQ(programs(), "5 256: pcr 257; 257/130/audio/0/; 258/6/audio/0/; 259/6/data/0/;\n");
+}
+
 TEST_F(Analyser, ListsPidsInOrderOfFirstAppearance) {
     Packets packets = oneProgram();
     packets.filler(8191);

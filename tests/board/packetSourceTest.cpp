@@ -1,5 +1,5 @@
 // Standard input as a source of packets.
-#include "source/packetSource.h"
+#include "source/openSource.h"
 
 #include "boardProcess.h"
 
@@ -69,7 +69,7 @@ TEST_F(PipeWithoutWriter, KeepsNoClientWaiting) {
 }
 
 TEST_F(PipeWithoutWriter, IsAStreamThatHasNotBegun) {
-    const auto source = board::openSource(file, "");
+    const auto source = board::openSource(file, {});
     std::array<std::uint8_t, 10> buffer{};
     const auto read = [&] {
         const auto arrival = source->read(buffer);
@@ -83,7 +83,7 @@ TEST_F(PipeWithoutWriter, IsAStreamThatHasNotBegun) {
 
 TEST(StandardInputSource, ReadsWhatHasArrivedAndNeverWaits) {
     StandardInput input;
-    const auto source = board::openSource("-", "");
+    const auto source = board::openSource("-", {});
     std::array<std::uint8_t, 10> buffer{};
     const auto read = [&] {
         const auto arrival = source->read(buffer);

@@ -61,6 +61,46 @@ TEST(StreamTypes, KnowsPrivateStreamsByTheirDescriptors) {
     EXPECT_EQ(classOf(0x86, registered(0x43554549)), "data 0");  // CUEI
 }
 
+TEST(StreamTypes, KnowsPrivateStreamsByTheirExtensionDescriptors) {
+    StreamHints hints;
+    hints.tags = {0x52, 0x7F};
+    hints.extensionTags = {0x15}; // AC-4
+    EXPECT_EQ(classOf(0x06, hints), "audio 0");
+    EXPECT_EQ(classOf(0x05, hints), "data 0");
+    hints.extensionTags = {0x0E}; // DTS-HD
+    EXPECT_EQ(classOf(0x06, hints), "audio 0");
+    hints.extensionTags = {0x06}; // supplementary audio, which says nothing of the coding
+    EXPECT_EQ(classOf(0x06, hints), "data 0");
+}
+
+TEST(StreamTypes, KnowsEveryAudioThatHasATypeOfItsOwn) {
+    EXPECT_EQ(classOf(0x2D), "audio 0");
+    EXPECT_EQ(classOf(0x2E), "audio 0");
+    EXPECT_EQ(classOf(0x87), "audio 0");
+    EXPECT_EQ(classOf(0x88), "audio 0");
+}
+
+TEST(StreamTypes, KnowsStreamsWithEncryptedSamples) {
+    EXPECT_EQ(classOf(0xC1), "audio 2");
+    EXPECT_EQ(classOf(0xC2), "audio 0");
+    EXPECT_EQ(classOf(0xCF), "audio 1");
+    EXPECT_EQ(classOf(0xDB), "video 0");
+}
+
+TEST(StreamTypes, KnowsHdmvTypesWhereTheyAreRegistered) {
+    constexpr std::uint32_t hdmv = 0x48444D56;
+    StreamHints program;
+    program.programRegistration = hdmv;
+    for (const int type : {0x80, 0x82, 0x83, 0x84, 0x85, 0x86, 0xA1, 0xA2}) {
+        const auto streamType = static_cast<std::uint8_t>(type);
+        EXPECT_EQ(classOf(streamType), "data 0") << type;
+        EXPECT_EQ(classOf(streamType, registered(hdmv)), "audio 0") << type;
+        EXPECT_EQ(classOf(streamType, program), "audio 0") << type;
+    }
+    EXPECT_EQ(classOf(0x81, program), "audio 2");
+    EXPECT_EQ(classOf(0x90, program), "data 0"); // presentation graphics
+}
+
 TEST(StreamTypes, TellsHeAacByItsProfile) {
     EXPECT_EQ(classOf(0x11, profiled(0x51)), "audio 1");
     EXPECT_EQ(classOf(0x11, profiled(0x58)), "audio 5");

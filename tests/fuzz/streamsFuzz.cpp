@@ -6,7 +6,6 @@
 //         or PES packets, so that a CRC is no wall.
 #include "analysis/analyser.h"
 #include "check.h"
-#include "libraries.h"
 #include "packets/packetSync.h"
 #include "records/recordPrinter.h"
 #include "records/recordWriter.h"
@@ -121,11 +120,6 @@ void checkRecords(const wire::RecordSet& records) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const bool ready = [] {
-        board::initialiseLibraries(false);
-        return true;
-    }();
-    static_cast<void>(ready);
     if (size == 0) {
         return 0;
     }

@@ -1,7 +1,6 @@
-#include "source/packetSource.h"
+#include "source/fileSource.h"
 
 #include "boardError.h"
-#include "source/networkSource.h"
 
 #include <cerrno>
 #include <cstring>
@@ -74,10 +73,7 @@ class DescriptorSource final : public PacketSource {
 
 } // namespace
 
-std::unique_ptr<PacketSource> openSource(const std::string& name, const std::string& interface) {
-    if (isNetworkAddress(name)) {
-        return openNetworkSource(name, interface);
-    }
+std::unique_ptr<PacketSource> openFileSource(const std::string& name) {
     if (name == "-") {
         return std::make_unique<DescriptorSource>(STDIN_FILENO, "standard input");
     }
@@ -88,10 +84,6 @@ std::unique_ptr<PacketSource> openSource(const std::string& name, const std::str
                           "check the path and its permissions"});
     }
     return std::make_unique<DescriptorSource>(descriptor, name);
-}
-
-bool isNetworkAddress(const std::string& name) {
-    return name.find("://") != std::string::npos;
 }
 
 } // namespace board
