@@ -1,4 +1,5 @@
-// What nearly every test includes, compiled once for all test programs. Sources include what they use all the same.
+// What nearly every test includes, compiled once for all test programs. Sources include what they use all the
+// same.
 #pragma once
 
 #include <gmock/gmock.h>
