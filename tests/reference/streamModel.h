@@ -1,6 +1,6 @@
-// The stream model and its documents a second time, for the tests alone: written from the same contract,
-// without sight of the service's code, as plainly as it goes (strings, maps, printf), to be read beside it.
-// referenceTest compares the two.
+// The stream model and its documents a second time, for the tests alone: written from the
+// layouts of the records and the forms of the documents, without sight of the service's code, as plainly as
+// it goes (strings, maps, printf), to be read beside it. referenceTest compares the two.
 //
 // Counts and codes that point outside a record are cut, read as 0 or shown as "Unknown" as in the service.
 #pragma once

@@ -8,10 +8,10 @@
 
 namespace serviceTest {
 
-// Names of all cases, in order.
+// Names of all cases, in order. A folder with variants is a case for each, named "FOLDER-VARIANT".
 std::vector<std::string> caseNames();
 
-// The transcript of a case, with the library's version filled in.
+// The transcript of a case, its blocks expanded and the library's version filled in.
 std::string expectedTranscript(const std::string& caseName);
 
 // What the service itself has printed: a transcript without the recorder's lines.

@@ -24,11 +24,11 @@ struct Line {
     std::vector<std::string> words;
 };
 
-std::vector<Line> readLines(const std::filesystem::path& file) {
-    std::istringstream text(readFile(file));
+std::vector<Line> readLines(const std::string& text) {
+    std::istringstream stream(text);
     std::vector<Line> lines;
     std::string line;
-    for (int number = 1; std::getline(text, line); ++number) {
+    for (int number = 1; std::getline(stream, line); ++number) {
         const std::size_t start = line.find_first_not_of(' ');
         if (start != std::string::npos && line[start] != '#') {
             lines.push_back({number, start > 0, line.substr(start), splitWords(line)});
@@ -454,11 +454,11 @@ std::string readFile(const std::filesystem::path& file) {
     return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
 }
 
-Outcome playScript(const std::filesystem::path& script, const std::filesystem::path& recordFile,
+Outcome playScript(const std::string& script, const std::string& sharedRecordText,
                    const std::string& expectedTranscript, RunOptions options) {
     RecordBook book;
     RecordReader sharedRecords(book);
-    for (const Line& line : readLines(recordFile)) {
+    for (const Line& line : readLines(sharedRecordText)) {
         sharedRecords.readLine(line.words);
     }
     ServiceRun run(std::move(options));

@@ -21,11 +21,11 @@ struct Outcome {
 };
 
 // Plays a case's script against a new service; README.md has the verbs. The records that all cases share are
-// read from recordFile first. A script that ends with "ends-waiting" leaves the service waiting, and is over
+// given as text too. A script that ends with "ends-waiting" leaves the service waiting, and is over
 // once there are as many lines as expectedTranscript has; after any other, a last request is refused, whose
 // part is not shown in the transcript. From the moment in which a script closes the console, the transcript
 // is what the peers hear.
-Outcome playScript(const std::filesystem::path& script, const std::filesystem::path& recordFile,
+Outcome playScript(const std::string& script, const std::string& sharedRecordText,
                    const std::string& expectedTranscript, RunOptions options);
 
 // The whole of a text file. Throws std::runtime_error when it cannot be read.

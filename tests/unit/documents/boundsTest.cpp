@@ -104,7 +104,8 @@ void writeEveryDocument() {
 
 class Bounds : public testing::TestWithParam<int> {};
 
-INSTANTIATE_TEST_SUITE_P(Shards, Bounds, testing::Range(0, 4));
+INSTANTIATE_TEST_SUITE_P(Shards, Bounds, testing::Range(0, 4),
+                         [](const auto& row) { return "Shard" + std::to_string(row.param); });
 
 TEST_P(Bounds, RandomRecordsStayInsideRecordsAndDocuments) {
     clearProcessState();

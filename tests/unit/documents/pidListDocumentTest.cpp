@@ -186,7 +186,8 @@ TEST(PidListDocument, TheLongestEntriesStopAtTheLimitToo) {
 // come before the limit, the last with a description of the length that puts the prediction there.
 class PidListLimit : public testing::TestWithParam<int> {};
 
-INSTANTIATE_TEST_SUITE_P(Around24990, PidListLimit, testing::Values(-2, -1, 0, 1, 2));
+INSTANTIATE_TEST_SUITE_P(Around, PidListLimit, testing::Values(-2, -1, 0, 1, 2),
+                         [](const auto& row) { return std::to_string(24990 + row.param) + "Characters"; });
 
 TEST_P(PidListLimit, IsPassedByTheFirstCharacterBeyondIt) {
     std::vector<PidEntry> entries;

@@ -79,7 +79,8 @@ bool withBothSigns(RateTexts& texts, float value) {
 
 class RateText : public testing::TestWithParam<int> {};
 
-INSTANTIATE_TEST_SUITE_P(Shards, RateText, testing::Range(0, shards));
+INSTANTIATE_TEST_SUITE_P(Shards, RateText, testing::Range(0, shards),
+                         [](const auto& row) { return "Shard" + std::to_string(row.param); });
 
 TEST_P(RateText, EqualsPrintfForRandomBitPatterns) {
     std::mt19937 random(20240229U + static_cast<unsigned>(GetParam()));

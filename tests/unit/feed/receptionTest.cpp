@@ -389,7 +389,8 @@ TEST_F(Reception, AFailedQueryBehindTheRecordThatLeavesTheMoreFlagClearIsNotLook
 
 class ReceptionOfPart : public Reception, public testing::WithParamInterface<int> {};
 
-INSTANTIATE_TEST_SUITE_P(Parts, ReceptionOfPart, testing::Values(1, 2, 3));
+INSTANTIATE_TEST_SUITE_P(Parts, ReceptionOfPart, testing::Values(1, 2, 3),
+                         [](const auto& part) { return "Part" + std::to_string(part.param); });
 
 TEST_P(ReceptionOfPart, AnInterruptedWaitIsTakenUpAgain) {
     failCall(Call::receive, GetParam(), EINTR);
