@@ -1,6 +1,7 @@
 #include "trufios/trufiosReplies.h"
 
 #include "support/boundedText.h"
+#include "support/connection.h"
 #include "support/jsonText.h"
 
 #include <unistd.h>
@@ -17,11 +18,11 @@ namespace {
 constexpr unsigned waitStepMicroseconds = 10000;
 constexpr int maxRetries = 500; // after the first try: about 5 s in all
 
-// Sends the object as one message without a terminator, and releases it.
+// Sends the object as one message without a terminator, and releases it. It never waits for a peer.
 void sendObject(void* socket, json_t* object) {
     char* text = json_dumps(object, 0);
     if (text != nullptr) {
-        zmq_send(socket, text, std::strlen(text), 0);
+        zmq_send(socket, text, std::strlen(text), ZMQ_DONTWAIT);
         std::free(text);
     }
     json_decref(object);
@@ -42,6 +43,7 @@ bool receiveReply(void* socket, ReplyText& text) {
             text[clampCount(length, static_cast<int>(maxReplyLength))] = '\0';
             return true;
         }
+        keepConnectionsUp(nullptr);
     }
     std::puts("5s Abort");
     return false;
