@@ -25,6 +25,8 @@ constexpr Milliseconds renewalInterval{100};
 // Two channels with Trufios, and two of each of at most two feeds.
 constexpr std::size_t maxConnections = 6;
 
+constexpr int noDescriptor = -1;
+
 constexpr int watchedEvents =
     ZMQ_EVENT_HANDSHAKE_SUCCEEDED | ZMQ_EVENT_DISCONNECTED | ZMQ_EVENT_CONNECT_RETRIED;
 
@@ -41,9 +43,11 @@ struct Connection {
     const char* endpoint;
     void* monitor; // null: not watched
     int monitorDescriptor;
+    int commandDescriptor;  // readable when libzmq has something for the socket to do; -1: left to its own
+                            // waits
     bool established;       // a peer is there
     bool ended;             // and libzmq has not said that it tries again
-    bool lost;              // a peer that took the request has gone
+    bool lost;              // and the request with it, or so it may be
     Clock::time_point when; // it ended
     Clock::time_point renewed;
     Request request;
@@ -81,6 +85,18 @@ bool takeEvent(void* monitor, std::uint16_t& event) {
     return true;
 }
 
+// Whether the next peer has to be sent the request.
+bool isOpen(const Request& request) {
+    return request.bytes != nullptr && (request.life == RequestLife::untilReplaced || !request.taken);
+}
+
+// Whether somebody waits for what the request asks for. Nobody else sends a request that one peer at most
+// takes.
+bool isAwaited(const Connection& connection, const void* requester) {
+    return isOpen(connection.request) &&
+           (connection.request.life == RequestLife::oncePeer || connection.socket == requester);
+}
+
 void noteEvent(Connection& connection, std::uint16_t event) {
     switch (event) {
     case ZMQ_EVENT_HANDSHAKE_SUCCEEDED:
@@ -88,7 +104,7 @@ void noteEvent(Connection& connection, std::uint16_t event) {
         connection.request.taken = true;
         break;
     case ZMQ_EVENT_DISCONNECTED:
-        connection.lost = connection.lost || connection.established;
+        connection.lost = connection.lost || isOpen(connection.request);
         connection.established = false;
         connection.ended = true;
         connection.when = Clock::now();
@@ -106,11 +122,6 @@ void readEvents(Connection& connection) {
     }
 }
 
-bool isTold(const Connection& connection, const void* requester) {
-    return connection.socket == requester && connection.request.bytes != nullptr &&
-           connection.request.life == RequestLife::untilReplaced;
-}
-
 constexpr Clock::time_point never = Clock::time_point::max();
 
 // When the connection is to be made anew.
@@ -119,7 +130,7 @@ Clock::time_point renewalTime(const Connection& connection, const void* requeste
     if (connection.ended) {
         due = connection.when + graceForRetry;
     }
-    if (connection.lost && isTold(connection, requester)) {
+    if (connection.lost && isAwaited(connection, requester)) {
         due = connection.when;
     }
     return due == never ? never : std::max(due, connection.renewed + renewalInterval);
@@ -134,6 +145,7 @@ void sendAgain(Connection& connection) {
     setInt(connection.socket, ZMQ_REQ_RELAXED, 1);
     zmq_send(connection.socket, connection.request.bytes, connection.request.size, ZMQ_DONTWAIT);
     connection.request.owed = true;
+    connection.lost = false;
 }
 
 void forgetPeer(Connection& connection) {
@@ -141,21 +153,23 @@ void forgetPeer(Connection& connection) {
     connection.ended = false;
 }
 
+// An old connection ends, with its attempts to connect, only when its socket takes part.
+void takePart(const Connection& connection) {
+    int events = 0;
+    std::size_t size = sizeof events;
+    zmq_getsockopt(connection.socket, ZMQ_EVENTS, &events, &size);
+}
+
 void renew(Connection& connection, const void* requester) {
+    std::size_t size = sizeof connection.commandDescriptor;
+    zmq_getsockopt(connection.socket, ZMQ_FD, &connection.commandDescriptor, &size);
     setInt(connection.socket, ZMQ_LINGER, 0);
     zmq_disconnect(connection.socket, connection.endpoint);
     zmq_connect(connection.socket, connection.endpoint);
     forgetPeer(connection);
     connection.renewed = Clock::now();
-    Request& request = connection.request;
-    if (request.bytes == nullptr) {
-        connection.lost = false;
-    } else if (request.life == RequestLife::untilReplaced) {
-        connection.lost = !isTold(connection, requester);
-        if (!connection.lost) {
-            sendAgain(connection);
-        }
-    } else if (!request.taken) {
+    connection.lost = isOpen(connection.request);
+    if (isAwaited(connection, requester)) {
         sendAgain(connection);
     }
 }
@@ -211,11 +225,13 @@ void watch(Connection& connection, void* context) {
     if (connection.monitor == nullptr) {
         zmq_socket_monitor(connection.socket, nullptr, 0);
     }
+    // The descriptor tells of new events only once there has been none.
+    readEvents(connection);
 }
 
 // A poll passes over what is no descriptor.
-int descriptorOf(const Connection& connection) {
-    return connection.monitor != nullptr ? connection.monitorDescriptor : -1;
+zmq_pollitem_t readable(int descriptor) {
+    return {nullptr, descriptor, ZMQ_POLLIN, 0};
 }
 
 long shorter(long limit, long other) {
@@ -229,6 +245,7 @@ int connectSocket(void* context, void* socket, const char* endpoint) {
                                      [](const Connection& candidate) { return candidate.socket == nullptr; });
     if (place != connections.end()) {
         *place = {};
+        place->commandDescriptor = noDescriptor;
         place->socket = socket;
         place->endpoint = endpoint;
         watch(*place, context);
@@ -290,17 +307,25 @@ void settleRequest(void* socket) {
 
 int waitReadable(void* socket, long milliseconds, void* requester) {
     renewWhatIsDue(requester);
-    std::array<zmq_pollitem_t, 1 + maxConnections> items{{{socket, 0, ZMQ_POLLIN, 0}}};
-    for (std::size_t i = 0; i < maxConnections; ++i) {
-        items[i + 1] = {nullptr, descriptorOf(connections[i]), ZMQ_POLLIN, 0};
+    // No more than libzmq polls without allocating.
+    std::array<zmq_pollitem_t, 1 + 2 * maxConnections> items{{{socket, 0, ZMQ_POLLIN, 0}}};
+    auto* item = items.data();
+    for (const Connection& connection : connections) {
+        const bool watched = connection.monitor != nullptr;
+        *++item = readable(watched ? connection.monitorDescriptor : noDescriptor);
+        *++item = readable(watched ? connection.commandDescriptor : noDescriptor);
     }
     const long limit = shorter(milliseconds, untilRenewal(requester));
     if (zmq_poll(items.data(), static_cast<int>(items.size()), limit) < 0) {
         return errno == EINTR ? 0 : -1;
     }
-    for (std::size_t i = 0; i < maxConnections; ++i) {
-        if (items[i + 1].revents != 0) {
-            readEvents(connections[i]);
+    item = items.data();
+    for (Connection& connection : connections) {
+        if ((++item)->revents != 0) {
+            readEvents(connection);
+        }
+        if ((++item)->revents != 0) {
+            takePart(connection);
         }
     }
     return (items[0].revents & ZMQ_POLLIN) != 0 ? 1 : 0;
@@ -309,6 +334,9 @@ int waitReadable(void* socket, long milliseconds, void* requester) {
 void keepConnectionsUp(void* requester) {
     for (Connection& connection : connections) {
         readEvents(connection);
+        if (connection.socket != nullptr && connection.commandDescriptor != noDescriptor) {
+            takePart(connection);
+        }
     }
     renewWhatIsDue(requester);
 }
