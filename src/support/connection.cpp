@@ -284,8 +284,12 @@ void sendRequest(void* socket, const void* bytes, std::size_t size, RequestLife 
         connection->lost = false;
         connection->request = {bytes, size, life, connection->established, true};
     }
-    // Without a pipe to put it into, the connection has been given up, and the renewal sends the request.
-    zmq_send(socket, bytes, size, ZMQ_DONTWAIT);
+    const bool noPlace = zmq_send(socket, bytes, size, ZMQ_DONTWAIT) < 0 && errno == EAGAIN;
+    if (noPlace && connection != nullptr) {
+        // libzmq has given the connection up, and taken its queue away.
+        connection->request.taken = false;
+        renew(*connection, socket);
+    }
 }
 
 bool replyIsOwed(void* socket) {

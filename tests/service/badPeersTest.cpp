@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
-#include <csignal>
+#include <cstring>
 #include <fstream>
 #include <functional>
 #include <gtest/gtest.h>
@@ -82,7 +82,7 @@ class Exchange {
         disturbIn(Wait::request);
         request(R"({"dataStream":"TDT","status":"off"})");
         takeInstruction(0x001);
-        peers.answerInstruction({word(0x001)});
+        answer(0x001);
         awaitConsole("Exit MPEG Processing\n", start);
         return service.console().substr(start);
     }
@@ -110,6 +110,14 @@ class Exchange {
         peers.publish({record.topic, "1", record.bytes});
     }
 
+    // With whatever the parser is to send behind its answer.
+    void answer(std::uint16_t bits) {
+        testSupport::Parts parts{word(bits)};
+        parts.insert(parts.end(), furtherParts.begin(), furtherParts.end());
+        peers.answerInstruction(parts);
+    }
+
+    testSupport::Parts furtherParts;
     ChannelPeers peers;
     ServiceRun service;
     const RecordBook records = readRecords();
@@ -138,7 +146,7 @@ class Exchange {
         if (!unheard) {
             disturbIn(Wait::answer);
         }
-        peers.answerInstruction({word(0x025)});
+        answer(0x025);
     }
 
     void awaitRecords() {
@@ -146,7 +154,7 @@ class Exchange {
         disturbIn(Wait::records);
         if (disturbs(Wait::records, Channel::instructions)) {
             takeInstruction(0x025);
-            peers.answerInstruction({word(0x025)});
+            answer(0x025);
         }
         awaitSubscriptions();
         if (disturbs(Wait::acknowledgement, Channel::documents)) {
@@ -304,6 +312,169 @@ TEST_P(BadPeers, ThatGoAreForgotten) {
     }
     EXPECT_EQ(exchange.service.terminate(), "signal 15 (Terminated)");
     EXPECT_EQ(exchange.service.errors(), "");
+}
+
+class Peers : public testing::Test {
+  protected:
+    static void SetUpTestSuite() {
+        testSupport::enterIsolation();
+    }
+
+    // In kB: the most that the service has ever had in memory.
+    static long mostMemory(const Exchange& exchange) {
+        std::ifstream status("/proc/" + std::to_string(exchange.service.processId()) + "/status");
+        for (std::string line; std::getline(status, line);) {
+            if (line.starts_with("VmHWM:")) {
+                return std::stol(line.substr(std::strlen("VmHWM:")));
+            }
+        }
+        return 0;
+    }
+
+    // A request that waits for the parser's answer, and with it all requests behind it.
+    static void keepBusy(Exchange& exchange) {
+        exchange.request(R"({"dataStream":"TDT","status":"on"})");
+        exchange.takeInstruction(0x025);
+    }
+};
+
+// The word and the records come from one process: it goes with both of its endpoints, and forgets what it was
+// told.
+TEST_F(Peers, AParserThatGoesInTheMiddleIsToldAgain) {
+    Exchange exchange;
+    const std::string undisturbed = exchange.serve();
+    for (int round = 0; round < 3; ++round) {
+        for (const Wait wait : {Wait::answer, Wait::records}) {
+            Clock::time_point back;
+            const auto restart = [&] {
+                exchange.peers.stop(Channel::instructions);
+                exchange.peers.stop(Channel::records);
+                exchange.peers.start(Channel::records);
+                exchange.peers.start(Channel::instructions);
+                back = Clock::now();
+                exchange.takeInstruction(0x025);
+                if (wait == Wait::records) {
+                    exchange.answer(0x025);
+                }
+            };
+            EXPECT_EQ(exchange.serve(Exchange::Disturbance{wait, Channel::records, restart}), undisturbed);
+            EXPECT_LT(Clock::now() - back, promptly);
+        }
+    }
+}
+
+TEST_F(Peers, AParserMayAnswerInSeveralParts) {
+    Exchange exchange;
+    const std::string undisturbed = exchange.serve();
+    exchange.furtherParts = {"second", "", "fourth"};
+    EXPECT_EQ(exchange.serve(), undisturbed);
+    EXPECT_EQ(exchange.serve(), undisturbed);
+}
+
+TEST_F(Peers, RequestsThatWaitTakeABoundedAmountOfMemory) {
+    if (MPEGFE_SANITIZED) {
+        GTEST_SKIP() << "sanitizers keep freed memory";
+    }
+    constexpr int count = 900; // the sender holds 1000
+    Exchange exchange;
+    keepBusy(exchange);
+    for (int request = 0; request < count; ++request) {
+        exchange.peers.sendRequest(std::string(60000, 'x'));
+    }
+    exchange.answer(0x025);
+    exchange.await("subscriptions", [&] { return exchange.peers.subscriptions() == 3; });
+    exchange.publish("TDT stream");
+    exchange.publish("PAT stream");
+    exchange.publish("TS-STATUS stream");
+    exchange.await("a document", [&] { return exchange.peers.document(); });
+    exchange.peers.answerDocument({R"({"reply": "ack"})"});
+    for (int request = 0; request < count; ++request) {
+        exchange.await("an acknowledgement", [&] { return exchange.peers.acknowledgement(); });
+    }
+    EXPECT_LT(mostMemory(exchange), 32 * 1024);
+}
+
+// More than a request may have ends the connection. The next one is served all the same.
+TEST_F(Peers, RequestsThatAreTooLargeTakeABoundedAmountOfMemory) {
+    if (MPEGFE_SANITIZED) {
+        GTEST_SKIP() << "sanitizers keep freed memory";
+    }
+    constexpr int count = 1500;
+    Exchange exchange;
+    const std::string undisturbed = exchange.serve();
+    const std::string large(1000000, 'x');
+    Clock::time_point back;
+    const auto overwhelm = [&] {
+        const Clock::time_point start = Clock::now();
+        for (int sent = 0; sent < count && Clock::now() - start < std::chrono::seconds(3);) {
+            sent += exchange.peers.trySendRequest(large) ? 1 : 0;
+        }
+        exchange.peers.stop(Channel::requests);
+        back = Clock::now();
+        exchange.peers.start(Channel::requests);
+    };
+    EXPECT_EQ(exchange.serve(Exchange::Disturbance{Wait::records, Channel::requests, overwhelm}),
+              undisturbed);
+    EXPECT_LT(Clock::now() - back, promptly);
+    EXPECT_LT(mostMemory(exchange), 32 * 1024);
+}
+
+// Beginnings of a true handshake with some bytes changed, at any channel in any wait.
+TEST_F(Peers, OfRandomBytesAreForgotten) {
+    constexpr unsigned rounds = 16;
+    Exchange exchange;
+    const std::string undisturbed = exchange.serve();
+    std::mt19937 random(20);
+    const auto any = [&](std::size_t count) { return static_cast<std::size_t>(random() % count); };
+    for (unsigned round = 0; round < rounds; ++round) {
+        const Channel channel = channels[any(channels.size())];
+        const Wait wait = waits[any(waits.size())];
+        std::string bytes = greeting("NULL") + readyCommand(rowOf(channel).peerType) + randomBytes(any(300));
+        bytes.resize(any(bytes.size() + 1));
+        for (std::size_t changes = any(4); changes > 0 && !bytes.empty(); --changes) {
+            bytes[any(bytes.size())] = static_cast<char>(random());
+        }
+        const bool closes = any(2) == 0;
+        SCOPED_TRACE("round " + std::to_string(round) + " at " + rowOf(channel).name);
+        Clock::time_point back;
+        const auto happens = [&] {
+            exchange.peers.stop(channel);
+            {
+                BadPeer peer(rowOf(channel).endpoint, {.says = bytes, .closes = closes});
+                exchange.await("a connection to the peer", [&] { return peer.connections() > 0; });
+                exchange.service.letPass(std::chrono::milliseconds(any(400)));
+            }
+            back = Clock::now();
+            exchange.peers.start(channel);
+        };
+        EXPECT_EQ(exchange.serve(Exchange::Disturbance{wait, channel, happens}), undisturbed);
+        EXPECT_LT(Clock::now() - back, promptly);
+    }
+    EXPECT_EQ(exchange.service.errors(), "");
+}
+
+// A monitor that nobody reads stops libzmq after 2000 events. Two channels have peers that close what they
+// accept, two events each time, and two have none.
+TEST_F(Peers, MayCloseOrBeAwayForAThousandAttempts) {
+    Exchange exchange;
+    const std::string undisturbed = exchange.serve();
+    Clock::time_point back;
+    const auto closeOften = [&] {
+        exchange.peers.stopAll();
+        {
+            const BadPeerScript closing{.closesUnheard = true};
+            BadPeer requests(rowOf(Channel::requests).endpoint, closing);
+            BadPeer records(rowOf(Channel::records).endpoint, closing);
+            while (std::min(requests.connections(), records.connections()) < 1100) {
+                exchange.service.letPass(std::chrono::seconds(1));
+            }
+        }
+        exchange.peers.startAll();
+        back = Clock::now();
+    };
+    EXPECT_EQ(exchange.serve(Exchange::Disturbance{Wait::request, Channel::requests, closeOften}),
+              undisturbed);
+    EXPECT_LT(Clock::now() - back, promptly);
 }
 
 INSTANTIATE_TEST_SUITE_P(Are, BadPeers, testing::ValuesIn(allPairings()), pairingName);

@@ -96,6 +96,11 @@ void ChannelPeers::sendRequest(const std::string& text) {
     send(socket(Channel::requests), {"", text});
 }
 
+bool ChannelPeers::trySendRequest(const std::string& text) {
+    const std::array<zmq::const_buffer, 2> parts{zmq::const_buffer(), zmq::buffer(text)};
+    return zmq::send_multipart(socket(Channel::requests), parts, zmq::send_flags::dontwait).has_value();
+}
+
 std::optional<std::string> ChannelPeers::acknowledgement() {
     std::optional<Parts> message = take(Channel::requests);
     return message ? std::optional(takeBody(*message)) : std::nullopt;

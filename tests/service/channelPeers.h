@@ -36,6 +36,8 @@ class ChannelPeers {
     void stopAll();
 
     void sendRequest(const std::string& text);
+    // The same without waiting for anything; false when there is no room for a request now.
+    bool trySendRequest(const std::string& text);
     // What has come and has not been taken; nothing when there is none yet.
     std::optional<std::string> acknowledgement();
     std::optional<std::string> document();
