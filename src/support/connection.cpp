@@ -31,24 +31,25 @@ constexpr int watchedEvents =
     ZMQ_EVENT_HANDSHAKE_SUCCEEDED | ZMQ_EVENT_DISCONNECTED | ZMQ_EVENT_CONNECT_RETRIED;
 
 struct Request {
-    const void* bytes; // null: none
-    std::size_t size;
-    RequestLife life;
-    bool taken; // there has been a peer for it
-    bool owed;  // its reply
+    const void* bytes = nullptr; // none
+    std::size_t size = 0;
+    RequestLife life = RequestLife::oncePeer;
+    bool taken = false; // there has been a peer for it
+    bool owed = false;  // its reply
 };
 
 struct Connection {
-    void* socket; // null: this place is free
-    const char* endpoint;
-    void* monitor; // null: not watched
-    int monitorDescriptor;
-    int commandDescriptor;  // readable when libzmq has something for the socket to do; -1: left to its own
-                            // waits
-    bool established;       // a peer is there
-    bool ended;             // and libzmq has not said that it tries again
-    bool lost;              // and the request with it, or so it may be
-    Clock::time_point when; // it ended
+    void* socket = nullptr; // this place is free
+    const char* endpoint = nullptr;
+    void* monitor = nullptr; // not watched
+    int monitorDescriptor = noDescriptor;
+    // Readable when libzmq has something for the socket to do. None until the connection has been made anew:
+    // the socket does it in its own waits.
+    int commandDescriptor = noDescriptor;
+    bool established = false; // a peer is there
+    bool ended = false;       // and libzmq has not said that it tries again
+    bool lost = false;        // and the request with it, or so it may be
+    Clock::time_point when;   // it ended
     Clock::time_point renewed;
     Request request;
 };
@@ -245,7 +246,6 @@ int connectSocket(void* context, void* socket, const char* endpoint) {
                                      [](const Connection& candidate) { return candidate.socket == nullptr; });
     if (place != connections.end()) {
         *place = {};
-        place->commandDescriptor = noDescriptor;
         place->socket = socket;
         place->endpoint = endpoint;
         watch(*place, context);
