@@ -16,7 +16,8 @@ namespace mpegfe {
 namespace {
 
 constexpr unsigned waitStepMicroseconds = 10000;
-constexpr int maxRetries = 500; // after the first try: about 5 s in all
+constexpr int retriesPerUpkeep = 10; // of the connections
+constexpr int maxRetries = 500;      // after the first try: about 5 s in all
 
 // Sends the object as one message without a terminator, and releases it. It never waits for a peer.
 void sendObject(void* socket, json_t* object) {
@@ -43,7 +44,9 @@ bool receiveReply(void* socket, ReplyText& text) {
             text[clampCount(length, static_cast<int>(maxReplyLength))] = '\0';
             return true;
         }
-        keepConnectionsUp(nullptr);
+        if (retry % retriesPerUpkeep == 0) {
+            keepConnectionsUp(nullptr);
+        }
     }
     std::puts("5s Abort");
     return false;
