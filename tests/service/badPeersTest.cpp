@@ -292,6 +292,11 @@ class BadPeers : public testing::TestWithParam<Pairing> {
 // come again by itself.
 TEST_P(BadPeers, ThatGoAreForgotten) {
     const auto& [kind, channel] = GetParam();
+    const bool ofTheFeed = channel == Channel::records || channel == Channel::instructions;
+    if (MPEGFE_SANITIZED && ofTheFeed && std::string(kind->name).starts_with("Oversized")) {
+        GTEST_SKIP()
+            << "a sanitizer ends a process that asks for so much memory; without one, ZeroMQ is refused it";
+    }
     Exchange exchange;
     const std::string undisturbed = exchange.serve();
     for (const Wait wait : waits) {
