@@ -2,6 +2,7 @@
 
 #include "requests.h"
 #include "support/boundedText.h"
+#include "support/connection.h"
 #include "support/jsonText.h"
 #include "support/sockets.h"
 #include "trufios/trufiosChannels.h"
@@ -31,17 +32,6 @@ void printZmqVersion() {
     int patch = 0;
     zmq_version(&major, &minor, &patch);
     std::printf("MPEGFE ZMQ Version %d.%d.%d\n", major, minor, patch);
-}
-
-// Requests have one part; whatever follows it would keep the socket from sending the acknowledgement.
-void dropFurtherParts(void* socket) {
-    int more = 0;
-    std::size_t size = sizeof more;
-    while (zmq_getsockopt(socket, ZMQ_RCVMORE, &more, &size) == 0 && more != 0) {
-        if (receivePart(socket, nullptr, 0) < 0) {
-            return;
-        }
-    }
 }
 
 // Receives the request that the poll has reported, as a text. False when there is none after all.
@@ -74,9 +64,8 @@ void runMainLoop() {
     printZmqVersion();
     initMPEGsideofMLC_MPEG_CTX(&trufios);
     session.docSocket = trufios.mpegMstmlc;
-    zmq_pollitem_t requests{trufios.mlcMstmpeg, 0, ZMQ_POLLIN, 0};
     for (;;) {
-        if (zmq_poll(&requests, 1, pollMilliseconds) <= 0 || !receiveRequest()) {
+        if (waitReadable(trufios.mlcMstmpeg, pollMilliseconds, nullptr) <= 0 || !receiveRequest()) {
             continue;
         }
         sendReplyAck(trufios.mlcMstmpeg);

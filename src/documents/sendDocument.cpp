@@ -6,10 +6,9 @@
 #include "documents/psiDocument.h"
 #include "feed/recordStore.h"
 #include "psiRequests.h"
+#include "support/connection.h"
 #include "trufios/trufiosChannels.h"
 #include "trufios/trufiosReplies.h"
-
-#include <zmq.h>
 
 #include <array>
 #include <cstdio>
@@ -87,8 +86,10 @@ void sendJsonToGUI(const MpegSession* session) {
     if (length == nothingToSend) {
         return;
     }
-    zmq_send(session->docSocket, document, length, 0);
-    if (waitReply(session->docSocket) == replyTimeout) {
+    sendRequest(session->docSocket, document, length, RequestLife::oncePeer);
+    const ReplyResult reply = waitReply(session->docSocket);
+    settleRequest(session->docSocket);
+    if (reply == replyTimeout) {
         abandonDocument(session->docSocket);
     }
 }

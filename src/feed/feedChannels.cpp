@@ -1,6 +1,7 @@
 #include "feed/feedChannels.h"
 
 #include "support/assertion.h"
+#include "support/connection.h"
 #include "support/sockets.h"
 
 #include "wire/endpoints.h"
@@ -17,6 +18,10 @@ namespace mpegfe {
 namespace {
 
 constexpr char publisherEndpoint[] = "tcp://" MPEGFE_PARSER_HOST ":" WIRE_PARSER_PORT;
+
+// The word that the active feed's parser was sent last. A parser that comes in the place of one that knew it
+// is sent it again.
+wire::InstructionWord wordInForce;
 
 constexpr char sourceFile[] = "tolk_mpeg_toGui";
 
@@ -49,6 +54,13 @@ void setSubscription(FeedContext* ptx, int option, const wire::Topic& topic) {
     zmq_setsockopt(ptx->subscribers[ptx->activeChannel], option, topic.name, std::strlen(topic.name));
 }
 
+void receiveAnswer(void* instructor) {
+    wire::InstructionWord answer{};
+    receivePart(instructor, answer.data(), answer.size(), instructor);
+    dropFurtherParts(instructor);
+    noteReply(instructor);
+}
+
 } // namespace
 
 int init_mpeg_zmq_sub_context(FeedContext* ptx) {
@@ -62,7 +74,7 @@ int init_mpeg_zmq_sub_context(FeedContext* ptx) {
 
     ptx->subscriber_1 = zmq_socket(ptx->context, ZMQ_SUB);
     require(ptx->subscriber_1 != nullptr, "ptx->subscriber_1 != ((void *)0)", __LINE__);
-    int rc = zmq_connect(ptx->subscriber_1, publisherEndpoint);
+    int rc = connectSocket(ptx->context, ptx->subscriber_1, publisherEndpoint);
     if (rc != 0) {
         std::printf("MPEG SUB1 failed %d %s\n", rc, zmq_strerror(errno));
     }
@@ -72,7 +84,7 @@ int init_mpeg_zmq_sub_context(FeedContext* ptx) {
 
     ptx->instructor_1 = zmq_socket(ptx->context, ZMQ_REQ);
     require(ptx->instructor_1 != nullptr, "ptx->instructor_1 != ((void *)0)", __LINE__);
-    rc = zmq_connect(ptx->instructor_1, wire::instructionEndpoint);
+    rc = connectSocket(ptx->context, ptx->instructor_1, wire::instructionEndpoint);
     if (rc != 0) {
         std::printf("MPEG MLC1 REQ To ZYNQ1 failed %d %s\n", rc, zmq_strerror(errno));
     }
@@ -116,10 +128,13 @@ void unsubscribeTopic(FeedContext* ptx, const wire::Topic& topic) {
 
 void sendInstruction(FeedContext* ptx) {
     void* instructor = ptx->instructors[ptx->activeChannel];
-    const wire::InstructionWord word = wire::instructionWord(ptx->instructionWord);
-    zmq_send(instructor, word.data(), word.size(), 0);
-    wire::InstructionWord reply{};
-    receivePart(instructor, reply.data(), reply.size());
+    // A word that was sent again while records were awaited.
+    if (replyIsOwed(instructor)) {
+        receiveAnswer(instructor);
+    }
+    wordInForce = wire::instructionWord(ptx->instructionWord);
+    sendRequest(instructor, wordInForce.data(), wordInForce.size(), RequestLife::untilReplaced);
+    receiveAnswer(instructor);
 }
 
 } // namespace mpegfe

@@ -22,6 +22,7 @@ constexpr std::size_t maxSecondPart = 10; // bytes of the part between topic and
 // and then its last word counts.
 struct PartFlags {
     void* socket;
+    void* instructor; // over which the message was asked for
     int more;
 };
 
@@ -32,8 +33,8 @@ bool queryFails(PartFlags& flags) {
 
 // Receives one part as a text, cut to its buffer. False when there was none.
 template <std::size_t width>
-bool receiveText(void* socket, char (&text)[width]) {
-    const int length = receivePart(socket, text, width - 1);
+bool receiveText(const PartFlags& flags, char (&text)[width]) {
+    const int length = receivePart(flags.socket, text, width - 1, flags.instructor);
     text[clampCount(length, static_cast<int>(width) - 1)] = '\0';
     return length >= 0;
 }
@@ -85,7 +86,8 @@ CaptureStatus receiveRecord(FeedContext* ptx, const ReceivedTopic& row, PartFlag
     if (row.announce != nullptr) {
         row.announce(ptx->currentTopic);
     }
-    const int length = receivePart(flags.socket, recordOf(newestRecords, topic), topic.size);
+    const int length =
+        receivePart(flags.socket, recordOf(newestRecords, topic), topic.size, flags.instructor);
     if (length < 0) {
         return brokenMessage;
     }
@@ -110,8 +112,8 @@ CaptureStatus receiveRecord(FeedContext* ptx, const ReceivedTopic& row, PartFlag
 } // namespace
 
 CaptureStatus receiveMpegTopic(FeedContext* ptx, std::int32_t* programCountOut) {
-    PartFlags flags{ptx->subscribers[ptx->activeChannel], 0};
-    if (!receiveText(flags.socket, ptx->currentTopic)) {
+    PartFlags flags{ptx->subscribers[ptx->activeChannel], ptx->instructors[ptx->activeChannel], 0};
+    if (!receiveText(flags, ptx->currentTopic)) {
         return brokenMessage;
     }
     std::printf("MPEGtopic received: %s\n", ptx->currentTopic);
@@ -119,7 +121,7 @@ CaptureStatus receiveMpegTopic(FeedContext* ptx, std::int32_t* programCountOut) 
         return brokenMessage;
     }
     char secondPart[maxSecondPart + 1];
-    if (!receiveText(flags.socket, secondPart)) {
+    if (!receiveText(flags, secondPart)) {
         return brokenMessage;
     }
     if (queryFails(flags) && flags.more == 0) {

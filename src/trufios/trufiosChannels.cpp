@@ -1,6 +1,7 @@
 #include "trufios/trufiosChannels.h"
 
 #include "support/assertion.h"
+#include "support/connection.h"
 #include "support/sockets.h"
 
 #include "wire/endpoints.h"
@@ -25,6 +26,16 @@ void allowAbandoning(void* docSocket) {
     zmq_setsockopt(docSocket, ZMQ_LINGER, &linger, sizeof linger);
 }
 
+// A request is cut at 400 bytes and a reply at 50. Trufios waits when the queue is full; a part beyond the
+// limit ends the connection, which is then made anew.
+constexpr std::int64_t maxPartLength = 65536; // bytes
+constexpr int maxQueuedMessages = 64;
+
+void limitWhatIsHeld(void* socket) {
+    zmq_setsockopt(socket, ZMQ_MAXMSGSIZE, &maxPartLength, sizeof maxPartLength);
+    zmq_setsockopt(socket, ZMQ_RCVHWM, &maxQueuedMessages, sizeof maxQueuedMessages);
+}
+
 } // namespace
 
 void initMPEGsideofMLC_MPEG_CTX(TrufiosChannels* vtx) {
@@ -38,7 +49,8 @@ void initMPEGsideofMLC_MPEG_CTX(TrufiosChannels* vtx) {
     vtx->mpegMstmlc = zmq_socket(vtx->context, ZMQ_REQ);
     require(vtx->mpegMstmlc != nullptr, "vtx->mpegMstmlc != ((void *)0)", 102);
     allowAbandoning(vtx->mpegMstmlc);
-    int rc = zmq_connect(vtx->mpegMstmlc, wire::documentEndpoint);
+    limitWhatIsHeld(vtx->mpegMstmlc);
+    int rc = connectSocket(vtx->context, vtx->mpegMstmlc, wire::documentEndpoint);
     if (rc != 0) {
         std::printf("mpegFE to IntermediateMR connect failed %d %s\n", rc, zmq_strerror(errno));
     }
@@ -47,7 +59,8 @@ void initMPEGsideofMLC_MPEG_CTX(TrufiosChannels* vtx) {
 
     vtx->mlcMstmpeg = zmq_socket(vtx->context, ZMQ_REP);
     require(vtx->mlcMstmpeg != nullptr, "vtx->mlcMstmpeg != ((void *)0)", 109);
-    rc = zmq_connect(vtx->mlcMstmpeg, wire::requestEndpoint);
+    limitWhatIsHeld(vtx->mlcMstmpeg);
+    rc = connectSocket(vtx->context, vtx->mlcMstmpeg, wire::requestEndpoint);
     if (rc != 0) {
         std::printf("Trufios to mpegFE connect failed %d %s\n", rc, zmq_strerror(errno));
     }
@@ -57,9 +70,7 @@ void initMPEGsideofMLC_MPEG_CTX(TrufiosChannels* vtx) {
 
 // A new connection is the only way to take back what the old one has queued, and to be deaf to its answers.
 void abandonDocument(void* docSocket) {
-    if (zmq_disconnect(docSocket, wire::documentEndpoint) == 0) {
-        zmq_connect(docSocket, wire::documentEndpoint);
-    }
+    reconnect(docSocket, wire::documentEndpoint);
 }
 
 void closeMPEGsideofMLC_MPEG_CTX(TrufiosChannels* vtx) {

@@ -1,6 +1,7 @@
 #include "trufios/trufiosReplies.h"
 
 #include "support/boundedText.h"
+#include "support/connection.h"
 #include "support/jsonText.h"
 
 #include <unistd.h>
@@ -15,13 +16,14 @@ namespace mpegfe {
 namespace {
 
 constexpr unsigned waitStepMicroseconds = 10000;
-constexpr int maxRetries = 500; // after the first try: about 5 s in all
+constexpr int retriesPerUpkeep = 10; // of the connections
+constexpr int maxRetries = 500;      // after the first try: about 5 s in all
 
-// Sends the object as one message without a terminator, and releases it.
+// Sends the object as one message without a terminator, and releases it. It never waits for a peer.
 void sendObject(void* socket, json_t* object) {
     char* text = json_dumps(object, 0);
     if (text != nullptr) {
-        zmq_send(socket, text, std::strlen(text), 0);
+        zmq_send(socket, text, std::strlen(text), ZMQ_DONTWAIT);
         std::free(text);
     }
     json_decref(object);
@@ -41,6 +43,9 @@ bool receiveReply(void* socket, ReplyText& text) {
         if (length >= 0) {
             text[clampCount(length, static_cast<int>(maxReplyLength))] = '\0';
             return true;
+        }
+        if (retry % retriesPerUpkeep == 0) {
+            keepConnectionsUp(nullptr);
         }
     }
     std::puts("5s Abort");

@@ -90,8 +90,20 @@ constexpr std::array<Option, 4> intOptions{{
     {ZMQ_RCVTIMEO, "receive timeout"},
 }};
 
+// Limits on what the service holds of what comes in: no peer that keeps to them notices.
+constexpr std::array<int, 2> limits{ZMQ_MAXMSGSIZE, ZMQ_RCVHWM};
+
+bool isLimit(int option) {
+    return std::find(limits.begin(), limits.end(), option) != limits.end();
+}
+
 const std::string& nameOf(const void* socket) {
     return names().sockets[socket];
+}
+
+// The sockets of libzmq's monitors stay inside the process and have no name.
+bool isSeen(const void* socket) {
+    return names().sockets.contains(socket);
 }
 
 void record(const std::string& who, const std::string& what) {
@@ -205,7 +217,7 @@ int zmq_ctx_term(void* context) {
 void* zmq_socket(void* context, int type) {
     const Nested call;
     void* const socket = next<decltype(zmq_socket)>("zmq_socket")(context, type);
-    if (call.outermost()) {
+    if (call.outermost() && type != ZMQ_PAIR) {
         names().sockets[socket] = newSocket;
     }
     return socket;
@@ -213,7 +225,7 @@ void* zmq_socket(void* context, int type) {
 
 int zmq_connect(void* socket, const char* endpoint) {
     const Nested call;
-    if (call.outermost()) {
+    if (call.outermost() && isSeen(socket)) {
         nameAfter(socket, placeName(endpoint));
         record(nameOf(socket), std::string("connect ") + endpoint);
     }
@@ -230,7 +242,7 @@ int zmq_disconnect(void* socket, const char* endpoint) {
 
 int zmq_setsockopt(void* socket, int option, const void* value, std::size_t length) {
     const Nested call;
-    if (call.outermost()) {
+    if (call.outermost() && isSeen(socket) && !isLimit(option)) {
         record(nameOf(socket), shownOption(option, value, length));
     }
     return next<decltype(zmq_setsockopt)>("zmq_setsockopt")(socket, option, value, length);
@@ -238,16 +250,17 @@ int zmq_setsockopt(void* socket, int option, const void* value, std::size_t leng
 
 int zmq_send(void* socket, const void* data, std::size_t length, int flags) {
     const Nested call;
-    if (call.outermost()) {
+    const int sent = next<decltype(zmq_send)>("zmq_send")(socket, data, length, flags);
+    if (call.outermost() && sent >= 0) {
         record(nameOf(socket), "sends " + shown(nameOf(socket), data, length));
     }
-    return next<decltype(zmq_send)>("zmq_send")(socket, data, length, flags);
+    return sent;
 }
 
 int zmq_recv(void* socket, void* buffer, std::size_t capacity, int flags) {
     const Nested call;
     const int length = next<decltype(zmq_recv)>("zmq_recv")(socket, buffer, capacity, flags);
-    if (call.outermost() && length >= 0) {
+    if (call.outermost() && length >= 0 && isSeen(socket)) {
         record(nameOf(socket), "receives " + shownReceived(nameOf(socket), buffer, capacity,
                                                            static_cast<std::size_t>(length)));
     }
@@ -256,7 +269,7 @@ int zmq_recv(void* socket, void* buffer, std::size_t capacity, int flags) {
 
 int zmq_close(void* socket) {
     const Nested call;
-    if (call.outermost()) {
+    if (call.outermost() && isSeen(socket)) {
         record(nameOf(socket), "close");
         names().sockets.erase(socket);
     }

@@ -235,12 +235,15 @@ void Player::starts(const Line& line) {
     }
 }
 
+// Of a parser that goes the service has noticed it: what it sends from here on is for the next one.
 void Player::stops(const Line& line) {
     if (line.words.at(1) == "trufios") {
         run.stopTrufios();
-    } else {
-        run.stopParser();
+        return;
     }
+    const std::size_t connected = run.descriptorCount();
+    run.stopParser();
+    run.watchUntil("the end of the parser's connections", [&] { return run.descriptorCount() < connected; });
 }
 
 void Player::request(const Line& line) {

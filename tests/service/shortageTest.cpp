@@ -10,9 +10,9 @@
 namespace serviceTest {
 namespace {
 
-// The service has 3 descriptors of its start, 7 of its context and two sockets, 2 of the connections to
-// Trufios, and 9 of each feed: 5 of its context, 1 of each socket and 1 of each connection.
-constexpr int enoughDescriptors = 30;
+// The service has 3 descriptors of its start, 13 of the channels with Trufios and 13 of each feed: 5 of a
+// context, and of each of its two sockets 1, 2 of the monitor and 1 of the connection.
+constexpr int enoughDescriptors = 42;
 
 struct Shortage {
     const char* name;
@@ -44,29 +44,29 @@ constexpr Shortage shortagesAtStart[] = {
 };
 
 constexpr Shortage shortagesOfFeeds[] = {
-    {"FeedContext", 12,
+    {"FeedContext", 16,
      "mpegFE: tolk_mpeg_toGui:LINE: init_mpeg_zmq_sub_context: Assertion "
      "`ptx->context != ((void *)0)' failed.\n",
      "Init MPEG Feed ZMQ channel"},
-    {"FeedThread", 14, reportOfZeroMq, "Init MPEG Feed ZMQ channel"},
-    {"FeedSubscriber", 17,
+    {"FeedThread", 18, reportOfZeroMq, "Init MPEG Feed ZMQ channel"},
+    {"FeedSubscriber", 21,
      "mpegFE: tolk_mpeg_toGui:LINE: init_mpeg_zmq_sub_context: Assertion "
      "`ptx->subscriber_1 != ((void *)0)' failed.\n",
      "Init MPEG Feed ZMQ channel"},
-    {"FeedInstructor", 18,
+    {"FeedInstructor", 22,
      "mpegFE: tolk_mpeg_toGui:LINE: init_mpeg_zmq_sub_context: Assertion "
      "`ptx->instructor_1 != ((void *)0)' failed.\n",
      "Connect SUB1 to MPEG PUB OK"},
-    {"SecondFeedContext", 21,
+    {"SecondFeedContext", 29,
      "mpegFE: tolk_mpeg_toGui:LINE: init_mpeg_zmq_sub_context: Assertion "
      "`ptx->context != ((void *)0)' failed.\n",
      "Init MPEG Feed ZMQ channel", 2},
-    {"SecondFeedThread", 23, reportOfZeroMq, "Init MPEG Feed ZMQ channel", 2},
-    {"SecondFeedSubscriber", 26,
+    {"SecondFeedThread", 31, reportOfZeroMq, "Init MPEG Feed ZMQ channel", 2},
+    {"SecondFeedSubscriber", 34,
      "mpegFE: tolk_mpeg_toGui:LINE: init_mpeg_zmq_sub_context: Assertion "
      "`ptx->subscriber_1 != ((void *)0)' failed.\n",
      "Init MPEG Feed ZMQ channel", 2},
-    {"SecondFeedInstructor", 27,
+    {"SecondFeedInstructor", 35,
      "mpegFE: tolk_mpeg_toGui:LINE: init_mpeg_zmq_sub_context: Assertion "
      "`ptx->instructor_1 != ((void *)0)' failed.\n",
      "Connect SUB1 to MPEG PUB OK", 2},
@@ -144,7 +144,7 @@ TEST_P(Descriptors, AreEnough) {
     EXPECT_EQ(outcome.ending.actual, "signal 15 (Terminated)");
 }
 
-INSTANTIATE_TEST_SUITE_P(Number, Descriptors, testing::Values(enoughDescriptors, 32));
+INSTANTIATE_TEST_SUITE_P(Number, Descriptors, testing::Values(enoughDescriptors, 44));
 
 } // namespace
 } // namespace serviceTest

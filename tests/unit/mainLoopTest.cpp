@@ -42,16 +42,17 @@ class MainLoop : public StreamTest {
   protected:
     MainLoop() {
         hooks.insteadOfPoll = [this](zmq_pollitem_t* items, int count, long timeout) {
-            EXPECT_EQ(count, 1);
             EXPECT_EQ(timeout, 5000);
             EXPECT_EQ(items[0].events, ZMQ_POLLIN);
-            items[0].revents = 0;
+            for (int item = 0; item < count; ++item) {
+                items[item].revents = 0;
+            }
             if (turns.empty()) {
                 throw ScriptEnded{};
             }
             const auto turn = turns.front();
             turns.pop_front();
-            return turn(items, count);
+            return turn(items);
         };
         hooks.afterSend = [this, others = hooks.afterSend](void* socket, const std::string& endpoint,
                                                            const std::string& bytes) {
@@ -65,17 +66,17 @@ class MainLoop : public StreamTest {
 
     // The next poll finds this request, of one part or of several.
     void requestNext(const Message& parts) {
-        turns.emplace_back([this, parts](zmq_pollitem_t* items, int count) {
+        turns.emplace_back([this, parts](zmq_pollitem_t* requestItem) {
             for (std::size_t part = 0; part < parts.size(); ++part) {
                 PeerSockets::send(requests, parts[part], part + 1 < parts.size() ? ZMQ_SNDMORE : 0);
             }
-            return __real_zmq_poll(items, count, 10000);
+            return __real_zmq_poll(requestItem, 1, 10000);
         });
     }
 
     // The next poll returns this and finds nothing.
     void nothingNext(int result, int errorNumber = 0) {
-        turns.emplace_back([=](zmq_pollitem_t*, int) {
+        turns.emplace_back([=](zmq_pollitem_t*) {
             errno = errorNumber;
             return result;
         });
@@ -99,7 +100,8 @@ class MainLoop : public StreamTest {
 
     PeerSockets client;
     void* requests = client.bind(ZMQ_REQ, "ipc:///run/shm/zmq/uRO_MMR_MpegFE");
-    std::deque<std::function<int(zmq_pollitem_t*, int)>> turns;
+    // Each takes the item of the request channel; those behind it are libzmq's own events.
+    std::deque<std::function<int(zmq_pollitem_t*)>> turns;
 };
 
 TEST_F(MainLoop, StartsWithTheVersionAndTheChannels) {
@@ -194,7 +196,7 @@ TEST_F(MainLoop, FurtherPartsOfARequestAreDroppedBeforeItIsAcknowledged) {
 TEST_F(MainLoop, AReceiveThatFailsIsNoRequest) {
     requestNext({R"({"dataStream": "BAT"})"});
     failCall(Call::receive, 1, EAGAIN);
-    turns.emplace_back([](zmq_pollitem_t* items, int count) { return __real_zmq_poll(items, count, 10000); });
+    turns.emplace_back([](zmq_pollitem_t* requestItem) { return __real_zmq_poll(requestItem, 1, 10000); });
     EXPECT_EQ(served(), acknowledged + "Illegal Client MPEG Request: BAT\nClient Request not recognized\n");
 }
 

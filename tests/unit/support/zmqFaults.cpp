@@ -1,5 +1,7 @@
 #include "support/zmqFaults.h"
 
+#include "support/connection.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -30,6 +32,7 @@ struct Seen {
     std::vector<Failure> failures;
     std::map<Call, std::size_t> calls;
     std::map<void*, OpenSocket> sockets;
+    std::set<void*> monitors; // their reading ends, which stay inside the process and count for nothing
     std::set<void*> contexts;
     std::vector<int> lingers;
     std::vector<OptionSet> options;
@@ -61,6 +64,12 @@ int lingerOf(void* socket) {
 OpenSocket* openSocket(void* socket) {
     const auto found = seen.sockets.find(socket);
     return found == seen.sockets.end() ? nullptr : &found->second;
+}
+
+// The feed's sockets are waited for here, so that a script decides what each wait meets.
+bool waitsHere(const OpenSocket* open) {
+    return open != nullptr &&
+           (open->type == ZMQ_SUB || open->endpoint == "ipc:///run/shm/zmq/uRO_MMR_MPEGFE-1");
 }
 
 std::string endpointOf(void* socket) {
@@ -113,6 +122,7 @@ std::size_t callsOf(Call call) {
 void forgetEverything() {
     hooks = {};
     for (const auto& [socket, state] : seen.sockets) {
+        mpegfe::stopWatching(socket);
         setLinger(socket, 0);
         __real_zmq_close(socket);
     }
@@ -151,6 +161,11 @@ int __wrap_zmq_ctx_term(void* context) {
 }
 
 void* __wrap_zmq_socket(void* context, int type) {
+    if (type == ZMQ_PAIR) {
+        void* monitor = __real_zmq_socket(context, type);
+        seen.monitors.insert(monitor);
+        return monitor;
+    }
     if (const auto failure = failureOf(Call::socketNew)) {
         errno = failure->errorNumber;
         return nullptr;
@@ -164,6 +179,9 @@ void* __wrap_zmq_socket(void* context, int type) {
 }
 
 int __wrap_zmq_close(void* socket) {
+    if (seen.monitors.erase(socket) != 0) {
+        return __real_zmq_close(socket);
+    }
     if (seen.sockets.erase(socket) != 0) {
         seen.lingers.push_back(lingerOf(socket));
     }
@@ -174,6 +192,9 @@ int __wrap_zmq_close(void* socket) {
 }
 
 int __wrap_zmq_connect(void* socket, const char* endpoint) {
+    if (seen.monitors.contains(socket)) {
+        return __real_zmq_connect(socket, endpoint);
+    }
     if (const auto failure = failureOf(Call::connect)) {
         errno = failure->errorNumber;
         return -1;
@@ -200,6 +221,10 @@ int __wrap_zmq_setsockopt(void* socket, int option, const void* value, std::size
 }
 
 int __wrap_zmq_getsockopt(void* socket, int option, void* value, std::size_t* size) {
+    const OpenSocket* open = openSocket(socket);
+    if (seen.monitors.contains(socket) || (open != nullptr && open->type != ZMQ_SUB)) {
+        return __real_zmq_getsockopt(socket, option, value, size);
+    }
     if (const auto failure = failureOf(Call::option)) {
         if (failure->written) {
             std::memcpy(value, &*failure->written, sizeof *failure->written);
@@ -219,6 +244,9 @@ int __wrap_zmq_send(void* socket, const void* bytes, std::size_t size, int flags
 }
 
 int __wrap_zmq_recv(void* socket, void* bytes, std::size_t size, int flags) {
+    if (seen.monitors.contains(socket)) {
+        return __real_zmq_recv(socket, bytes, size, flags);
+    }
     if (const auto failure = failureOf(Call::receive)) {
         errno = failure->errorNumber;
         return -1;
@@ -227,7 +255,11 @@ int __wrap_zmq_recv(void* socket, void* bytes, std::size_t size, int flags) {
     if (open != nullptr && open->type == ZMQ_SUB && !open->insideMessage && hooks.beforeMessage) {
         hooks.beforeMessage(socket);
     }
-    const int result = __real_zmq_recv(socket, bytes, size, flags);
+    const bool waits = waitsHere(open);
+    const int result = __real_zmq_recv(socket, bytes, size, waits ? 0 : flags);
+    if (waits && result < 0 && errno == EAGAIN) {
+        errno = ETERM;
+    }
     if (open != nullptr) {
         open->insideMessage = result >= 0 && moreParts(socket);
     }

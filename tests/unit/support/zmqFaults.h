@@ -33,7 +33,7 @@ enum class Call { contextNew, socketNew, connect, option, receive };
 // Several failures of one call may be asked for.
 void failCall(Call call, int nth, int errorNumber);
 
-// Makes the nth query of ZMQ_RCVMORE from now on fail after it has written this value.
+// Makes the nth query of ZMQ_RCVMORE about published parts from now on fail after it has written this value.
 void failMoreQuery(int nth, int written);
 
 // What happens around a call. An empty function means that nothing does.
