@@ -1,8 +1,8 @@
 // Addresses of network sources: what they mean, and the words in which wrong ones are refused.
 #include "source/networkAddress.h"
 
-#include "source/openSource.h"
 #include "../support/isolation.h"
+#include "source/openSource.h"
 
 #include <gtest/gtest.h>
 
