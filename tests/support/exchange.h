@@ -4,6 +4,7 @@
 #include "childProcess.h"
 #include "peers.h"
 
+#include <chrono>
 #include <functional>
 #include <string>
 #include <vector>
@@ -40,6 +41,10 @@ class Exchange {
     const ChildProcess& process() const {
         return program;
     }
+    // When the program was started.
+    std::chrono::steady_clock::time_point startTime() const {
+        return started;
+    }
 
   private:
     void waitUntil(const char* what, const std::function<bool()>& isThere);
@@ -47,6 +52,7 @@ class Exchange {
     zmq::context_t context;
     Trufios trufios{context};
     Parser parser{context};
+    std::chrono::steady_clock::time_point started = std::chrono::steady_clock::now();
     ChildProcess program;
     int instructionsAnswered = 0; // since the last start of a feed
 };
