@@ -52,8 +52,8 @@ class Printer {
 
     static void showSharing() {
         say(companions::describe({"more than one service takes the requests",
-                      std::string("one mpegFE at ") + wire::requestEndpoint, "two or more",
-                      "a request reaches one of them only: stop all but one"}));
+                                  std::string("one mpegFE at ") + wire::requestEndpoint, "two or more",
+                                  "a request reaches one of them only: stop all but one"}));
     }
 
     ExitStatus status() const {

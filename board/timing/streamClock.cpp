@@ -136,7 +136,7 @@ bool StreamClock::moveTo(Line& line, Ticks step, std::uint64_t packets) {
     lastMove_ = packets_;
     arrival_.streamRan();
     if (leader_ != &line) {
-        if (!leaderIsLate(line)) {
+        if (!leaderIsLate(line, step)) {
             return false;
         }
         line.time = std::max(now_, line.time);
@@ -148,9 +148,10 @@ bool StreamClock::moveTo(Line& line, Ticks step, std::uint64_t packets) {
     return true;
 }
 
-// Whether the leader has missed two readings by this line's time, or has had one only and long ago.
-bool StreamClock::leaderIsLate(const Line& line) const {
-    return expectedStep_ > 0 ? line.time > anchorTime_ + 2 * static_cast<double>(expectedStep_)
+// Whether the leader has missed two readings, by its pace and this line's, or has had one only and long ago.
+bool StreamClock::leaderIsLate(const Line& line, Ticks step) const {
+    const auto pace = static_cast<double>(std::max(expectedStep_, step));
+    return expectedStep_ > 0 ? line.time > anchorTime_ + 2 * pace
                              : packets_ - anchorPacket_ >= tunables::stampPatience;
 }
 

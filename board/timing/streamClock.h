@@ -58,7 +58,7 @@ class StreamClock {
     bool lags(const Line& line, Ticks step) const;
     void startAnew(Line& line);
     bool moveTo(Line& line, Ticks step, std::uint64_t packets);
-    bool leaderIsLate(const Line& line) const;
+    bool leaderIsLate(const Line& line, Ticks step) const;
     void anchor(const Line& line, double time);
     void learnRate(Ticks step, std::uint64_t packets);
     void assumeRate();
