@@ -31,7 +31,7 @@ BoardProcess::~BoardProcess() {
 void BoardProcess::start(const std::vector<std::string>& arguments) {
     std::vector<std::string> words{MPEGFE_BOARD};
     words.insert(words.end(), arguments.begin(), arguments.end());
-    board.emplace(words);
+    board.emplace(words, std::vector<std::string>{});
     console.clear();
 }
 
