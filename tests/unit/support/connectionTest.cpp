@@ -217,3 +217,43 @@ TEST_F(Connections, MoreOfThemThanTheServiceHasAreConnectedAllTheSame) {
     }
     EXPECT_EQ(openSockets(), 1);
 }
+
+TEST_F(Connections, SignalsDoNotHideWhatHappensToAConnection) {
+    for (int call = 1; call < 20; call += 2) {
+        failCall(Call::monitorReceive, call, EINTR);
+    }
+    {
+        Peer peer(ZMQ_REP);
+        send(RequestLife::untilReplaced);
+        EXPECT_TRUE(isHeardBy(peer, socket));
+    }
+    Peer next(ZMQ_REP);
+    EXPECT_TRUE(isHeardBy(next, socket));
+}
+
+// A monitor that cannot be had, at each call that it takes.
+class UnwatchedConnection : public Connections, public testing::WithParamInterface<Call> {};
+
+TEST_P(UnwatchedConnection, ServesAllTheSameAndLeavesNothingBehind) {
+    const int monitors = openMonitors();
+    failCall(GetParam(), 1, EMFILE);
+    void* unwatched = opened(ZMQ_REQ);
+    EXPECT_EQ(openMonitors(), monitors);
+    Peer peer(ZMQ_REP);
+    sendRequest(unwatched, request.data(), request.size(), RequestLife::untilReplaced);
+    EXPECT_TRUE(replyIsOwed(unwatched));
+    EXPECT_TRUE(isHeardBy(peer, unwatched));
+    PeerSockets::send(peer.socket, "reply");
+    EXPECT_EQ(receivePart(unwatched, nullptr, 0, unwatched), 5);
+    closeSocketNow(unwatched);
+    EXPECT_EQ(openSockets(), 1);
+    EXPECT_EQ(openMonitors(), monitors);
+}
+
+INSTANTIATE_TEST_SUITE_P(WithoutIts, UnwatchedConnection,
+                         testing::Values(Call::monitor, Call::monitorSocketNew, Call::monitorConnect),
+                         [](const auto& call) {
+                             return std::string(call.param == Call::monitor            ? "Monitor"
+                                                : call.param == Call::monitorSocketNew ? "ReadingEnd"
+                                                                                       : "Junction");
+                         });

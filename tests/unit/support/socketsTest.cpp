@@ -52,6 +52,25 @@ TEST_F(Sockets, OtherErrorsEndAWait) {
     EXPECT_EQ(receivePart(near, buffer, sizeof buffer), -1);
 }
 
+TEST_F(Sockets, APartThatCannotBeReceivedIsTheLastThatIsDropped) {
+    PeerSockets::send(far, "first", ZMQ_SNDMORE);
+    PeerSockets::send(far, "second");
+    char buffer[10] = "";
+    EXPECT_EQ(receivePart(near, buffer, sizeof buffer), 5);
+    failCall(Call::receive, 1, ETERM);
+    dropFurtherParts(near);
+    EXPECT_EQ(callsOf(Call::receive), 2U);
+}
+
+TEST_F(Sockets, SignalsDoNotKeepAContextFromItsEnd) {
+    void* context = zmq_ctx_new();
+    failCall(Call::contextEnd, 1, EINTR);
+    failCall(Call::contextEnd, 2, EINTR);
+    destroyContext(context);
+    EXPECT_EQ(context, nullptr);
+    EXPECT_EQ(openContexts(), 0);
+}
+
 TEST_F(Sockets, ASocketIsClosedAtOnceAndForgotten) {
     void* context = zmq_ctx_new();
     void* socket = zmq_socket(context, ZMQ_REQ);

@@ -103,6 +103,10 @@ int openContexts() {
     return static_cast<int>(seen.contexts.size());
 }
 
+int openMonitors() {
+    return static_cast<int>(seen.monitors.size());
+}
+
 std::vector<int> lingersAtClose() {
     return seen.lingers;
 }
@@ -151,6 +155,10 @@ void* __wrap_zmq_ctx_new() {
 }
 
 int __wrap_zmq_ctx_destroy(void* context) {
+    if (const auto failure = failureOf(Call::contextEnd)) {
+        errno = failure->errorNumber;
+        return -1;
+    }
     seen.contexts.erase(context);
     return __real_zmq_ctx_destroy(context);
 }
@@ -162,6 +170,10 @@ int __wrap_zmq_ctx_term(void* context) {
 
 void* __wrap_zmq_socket(void* context, int type) {
     if (type == ZMQ_PAIR) {
+        if (const auto failure = failureOf(Call::monitorSocketNew)) {
+            errno = failure->errorNumber;
+            return nullptr;
+        }
         void* monitor = __real_zmq_socket(context, type);
         seen.monitors.insert(monitor);
         return monitor;
@@ -193,6 +205,10 @@ int __wrap_zmq_close(void* socket) {
 
 int __wrap_zmq_connect(void* socket, const char* endpoint) {
     if (seen.monitors.contains(socket)) {
+        if (const auto failure = failureOf(Call::monitorConnect)) {
+            errno = failure->errorNumber;
+            return -1;
+        }
         return __real_zmq_connect(socket, endpoint);
     }
     if (const auto failure = failureOf(Call::connect)) {
@@ -245,6 +261,10 @@ int __wrap_zmq_send(void* socket, const void* bytes, std::size_t size, int flags
 
 int __wrap_zmq_recv(void* socket, void* bytes, std::size_t size, int flags) {
     if (seen.monitors.contains(socket)) {
+        if (const auto failure = failureOf(Call::monitorReceive)) {
+            errno = failure->errorNumber;
+            return -1;
+        }
         return __real_zmq_recv(socket, bytes, size, flags);
     }
     if (const auto failure = failureOf(Call::receive)) {
@@ -269,6 +289,17 @@ int __wrap_zmq_recv(void* socket, void* bytes, std::size_t size, int flags) {
 int __wrap_zmq_poll(zmq_pollitem_t* items, int count, long timeout) {
     return hooks.insteadOfPoll ? hooks.insteadOfPoll(items, count, timeout)
                                : __real_zmq_poll(items, count, timeout);
+}
+
+int __wrap_zmq_socket_monitor(void* socket, const char* endpoint, int events) {
+    if (endpoint == nullptr) { // the end of monitoring
+        return __real_zmq_socket_monitor(socket, endpoint, events);
+    }
+    if (const auto failure = failureOf(Call::monitor)) {
+        errno = failure->errorNumber;
+        return -1;
+    }
+    return __real_zmq_socket_monitor(socket, endpoint, events);
 }
 
 int __wrap_usleep(useconds_t microseconds) {

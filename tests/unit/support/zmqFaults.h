@@ -22,12 +22,25 @@ int __real_zmq_getsockopt(void* socket, int option, void* value, std::size_t* si
 int __real_zmq_send(void* socket, const void* bytes, std::size_t size, int flags);
 int __real_zmq_recv(void* socket, void* bytes, std::size_t size, int flags);
 int __real_zmq_poll(zmq_pollitem_t* items, int count, long timeout);
+int __real_zmq_socket_monitor(void* socket, const char* endpoint, int events);
 int __real_usleep(useconds_t microseconds);
 }
 
 namespace zmqFaults {
 
-enum class Call { contextNew, socketNew, connect, option, receive };
+// A monitor is what tells of a socket's connection; its reading end is a socket of its own.
+enum class Call {
+    contextNew,
+    contextEnd,
+    socketNew,
+    connect,
+    option,
+    receive,
+    monitor,
+    monitorSocketNew,
+    monitorConnect,
+    monitorReceive
+};
 
 // Makes the nth call from now on (1: the next one) fail with this error number without reaching libzmq.
 // Several failures of one call may be asked for.
@@ -58,6 +71,7 @@ struct OptionSet {
 // What the service has done since the last forgetEverything.
 int openSockets();
 int openContexts();
+int openMonitors();                            // reading ends
 std::vector<int> lingersAtClose();             // ZMQ_LINGER of each socket that was closed
 std::vector<OptionSet> optionsSet();           // ZMQ_LINGER left out
 std::vector<std::string> endpointsConnected(); // in the order of the connections
