@@ -4,47 +4,43 @@ namespace board {
 
 bool RateMeter::reading(Ticks now, std::uint64_t packetNumber) {
     last_ = {now, packetNumber, counts_};
-    if (now == past_.front().time) {
-        past_.front() = last_;
+    if (now == steps_.front().time) {
+        steps_.front() = last_;
         return false;
     }
     constexpr int stepsPerPeriod = 10;
-    const Ticks step = now - past_.back().time;
+    const Ticks step = now - steps_.back().time;
     if (period_ == Ticks::zero() || step < period_ / stepsPerPeriod) {
         return false;
     }
     // Until the next step the window gets older by about the length of the last one.
     const Ticks longest = period_ - step;
-    while (past_.size() > 1 && now - past_.front().time > longest) {
-        past_.pop_front();
+    while (steps_.size() > 1 && now - steps_.front().time > longest) {
+        steps_.pop_front();
     }
-    if (measured() || now - past_.front().time + step > longest) {
-        measure();
+    if (measured() || now - steps_.front().time + step > longest) {
+        begin_ = steps_.front();
+        end_ = last_;
     }
-    past_.push_back(last_);
+    steps_.push_back(last_);
     return measured();
 }
 
 void RateMeter::finish(Ticks now, std::uint64_t packetNumber) {
-    if (last_.time == past_.front().time) {
+    if (last_.time == steps_.front().time) {
         last_ = {now, packetNumber, counts_};
     }
-    if (!measured() && last_.time > past_.front().time) {
-        measure();
+    if (!measured() && last_.time > steps_.front().time) {
+        begin_ = steps_.front();
+        end_ = last_;
     }
 }
 
-void RateMeter::measure() {
+float RateMeter::rate(std::size_t position) const {
     constexpr double bitsPerPacket = 188 * 8;
-    const Reading& first = past_.front();
-    window_ = {first.packet, last_.packet, last_.time - first.time};
-    const double seconds = std::chrono::duration<double>(window_.elapsed).count();
-    rates_.resize(last_.counts.size());
-    for (std::size_t k = 0; k < rates_.size(); ++k) {
-        const std::uint64_t before = k < first.counts.size() ? first.counts[k] : 0;
-        rates_[k] =
-            static_cast<float>(static_cast<double>(last_.counts[k] - before) * bitsPerPacket / seconds);
-    }
+    const auto packets = static_cast<double>(end_.count(position) - begin_.count(position));
+    const std::chrono::duration<double> elapsed = end_.time - begin_.time;
+    return measured() ? static_cast<float>(packets * bitsPerPacket / elapsed.count()) : 0.0F;
 }
 
 } // namespace board

@@ -16,9 +16,9 @@ namespace board {
 // The stretch of stream that the current rates were measured over. Packets are counted from the start of the
 // stream, unreadable ones included.
 struct RateWindow {
-    std::uint64_t firstPacket = 0;
-    std::uint64_t endPacket = 0; // one past the last
-    Ticks elapsed{0};
+    std::uint64_t firstPacket;
+    std::uint64_t endPacket; // one past the last
+    Ticks elapsed;
 };
 
 class RateMeter {
@@ -26,7 +26,7 @@ class RateMeter {
     // Period in stream time; 0 measures the whole stream at once. The stream begins at this time, with the
     // packet of this number.
     explicit RateMeter(Ticks period, Ticks start = Ticks::zero(), std::uint64_t firstPacket = 0)
-        : period_(period), past_{{start, firstPacket, {}}}, last_(past_.front()) {}
+        : period_(period), steps_{{start, firstPacket, {}}}, last_(steps_.front()) {}
 
     // Counts one packet of the PID at this position of the PID list.
     void count(std::size_t position) {
@@ -46,31 +46,32 @@ class RateMeter {
     void finish(Ticks now, std::uint64_t packetNumber);
 
     // Rate in bit/s of the PID at this position; 0 before the first window is full.
-    float rate(std::size_t position) const {
-        return position < rates_.size() ? rates_[position] : 0.0F;
-    }
+    float rate(std::size_t position) const;
+
     bool measured() const {
-        return window_.elapsed > Ticks::zero();
+        return end_.time > begin_.time;
     }
-    const RateWindow& window() const {
-        return window_;
+    RateWindow window() const {
+        return {begin_.packet, end_.packet, end_.time - begin_.time};
     }
 
   private:
     struct Reading {
-        Ticks time;
-        std::uint64_t packet;
+        Ticks time{0};
+        std::uint64_t packet = 0;
         std::vector<std::uint64_t> counts; // so far, by position in the PID list
-    };
 
-    void measure();
+        std::uint64_t count(std::size_t position) const {
+            return position < counts.size() ? counts[position] : 0;
+        }
+    };
 
     Ticks period_;
     std::vector<std::uint64_t> counts_;
-    std::deque<Reading> past_; // a step apart, the first where the window begins
+    std::deque<Reading> steps_; // the first where the next window may begin
     Reading last_;
-    std::vector<float> rates_;
-    RateWindow window_;
+    Reading begin_; // of the window
+    Reading end_;
 };
 
 } // namespace board

@@ -7,8 +7,8 @@ namespace board {
 namespace {
 
 constexpr Ticks modulus{(std::int64_t{1} << 33) * 300}; // of PCRs, and of time stamps given in the same ticks
-constexpr double bitsPerPacket = 188 * 8;
-constexpr FineTicks shortestPacket{4}; // that one takes at 10 Gbit/s; none comes faster
+constexpr FineTicks shortestPacket{4};                  // that one takes at 10 Gbit/s; none comes faster
+constexpr FineTicks assumedPacket = FineTicks(std::chrono::seconds(1)) * 188 * 8 / tunables::assumedBitRate;
 constexpr Ticks readingPeriod = std::chrono::milliseconds(100);
 
 // From one reading of a clock to the next; a damaged reading may lie outside of the clock's range.
@@ -19,9 +19,8 @@ Ticks between(Ticks before, Ticks after) {
 // How long a live stream may show no time before real time stands in for it: longer than a network's bursts
 // are apart, and short enough for the rates to be at 0 within their period.
 Ticks longestPause(Ticks ratePeriod) {
-    const Ticks period =
-        ratePeriod > Ticks::zero() ? std::min(ratePeriod, tunables::ratePeriod) : tunables::ratePeriod;
-    return period * 6 / 10;
+    const bool wholeStream = ratePeriod == Ticks::zero();
+    return (wholeStream ? tunables::ratePeriod : std::min(ratePeriod, tunables::ratePeriod)) * 6 / 10;
 }
 
 } // namespace
@@ -31,14 +30,10 @@ StreamClock::StreamClock(SourceKind source, Ticks ratePeriod)
 
 bool StreamClock::packet(std::uint16_t pid, std::optional<Ticks> pcr, std::optional<Ticks> timeStamp) {
     ++packets_;
-    now_ = std::max(now_, estimate());
-    bool due = now_ - lastRead_ >= readingPeriod;
-    if (timeStamp && read(stamps_, pid, *timeStamp)) {
-        due = true;
-    }
-    if (pcr && read(pcrs_, pid, *pcr)) {
-        due = true;
-    }
+    estimate();
+    const bool byStamp = timeStamp && read(stamps_, pid, *timeStamp);
+    const bool byPcr = pcr && read(pcrs_, pid, *pcr);
+    const bool due = byStamp || byPcr || now_ - lastRead_ >= readingPeriod;
     if (due) {
         lastRead_ = now_;
     }
@@ -55,8 +50,8 @@ bool StreamClock::passEnded() {
     if (timed()) {
         return false;
     }
-    assumeRate();
-    now_ = std::max(now_, estimate());
+    packetTime_ = assumedPacket;
+    estimate();
     return true;
 }
 
@@ -73,9 +68,10 @@ void StreamClock::startOver() {
 
 // Takes a reading of one PID's clock. Returns whether the stream's clock is to be read.
 bool StreamClock::read(Lines& lines, std::uint16_t pid, Ticks value) {
+    const bool isPcr = &lines == &pcrs_;
+    const bool counts = isPcr || packets_ - lastPcrMove_ >= tunables::stampPatience;
     const auto [place, isNew] = lines.try_emplace(pid, Line{value, now_, packets_});
     Line& line = place->second;
-    const bool counts = &lines == &pcrs_ || stampsCount();
     if (isNew) {
         if (counts && leader_ == nullptr) {
             anchor(line, now_);
@@ -83,24 +79,21 @@ bool StreamClock::read(Lines& lines, std::uint16_t pid, Ticks value) {
         return leader_ == &line;
     }
     const Ticks step = between(line.value, value);
-    if (step == Ticks::zero()) { // written twice, or stuck: what is expected next is expected from here
-        if (timed() && leader_ == &line) {
+    const std::uint64_t packets = packets_ - line.packet;
+    const bool plausible = isPlausible(line, step, packets);
+    if (step != Ticks::zero()) { // else it is written twice, or stuck
+        // Time may have gone on without this line, by more than an estimate may be wrong.
+        const bool late = now_ - line.time - step > 2 * std::max(step, line.lastStep);
+        line = {value, plausible && !late ? line.time + step : now_, packets_,
+                step <= tunables::longestStep ? step : Ticks::zero()};
+    }
+    if (!plausible) { // what the leader shows next is expected from here
+        if (leader_ == &line && timed()) {
             anchor(line, now_);
         }
         return false;
     }
-    const std::uint64_t packets = packets_ - line.packet;
-    const bool plausible = isPlausible(line, step, packets);
-    const bool late = lags(line, step);
-    line.value = value;
-    line.packet = packets_;
-    line.lastStep = step <= tunables::longestStep ? step : Ticks::zero();
-    if (!plausible) {
-        startAnew(line);
-        return false;
-    }
-    line.time = late ? now_ : line.time + step;
-    if (&lines == &pcrs_) {
+    if (isPcr) {
         lastPcrMove_ = packets_;
     }
     return counts && moveTo(line, step, packets);
@@ -112,22 +105,8 @@ bool StreamClock::isPlausible(const Line& line, Ticks step, std::uint64_t packet
     if (step < packets * shortestPacket || step > tunables::longestStep) {
         return false;
     }
-    if (step <= tunables::plausibleStep || recentTime_ == FineTicks::zero()) {
-        return true;
-    }
-    return step <= 2 * std::max<FineTicks>(packets * packetTime_, line.lastStep);
-}
-
-// Whether time has gone on without this line, by more than an estimate may be wrong.
-bool StreamClock::lags(const Line& line, Ticks step) const {
-    return now_ - line.time - step > 2 * std::max(step, line.lastStep);
-}
-
-void StreamClock::startAnew(Line& line) {
-    line.time = now_;
-    if (leader_ == &line && timed()) {
-        anchor(line, now_);
-    }
+    return step <= tunables::plausibleStep || recentTime_ == FineTicks::zero() ||
+           step <= 2 * std::max<FineTicks>(packets * packetTime_, line.lastStep);
 }
 
 // A line has run on, and moves time if it leads. Returns whether it does.
@@ -149,8 +128,7 @@ bool StreamClock::moveTo(Line& line, Ticks step, std::uint64_t packets) {
 
 // Whether the leader has missed two readings, by its pace and this line's, or has had one only and long ago.
 bool StreamClock::leaderIsLate(const Line& line, Ticks step) const {
-    const Ticks pace = std::max(expectedStep_, step);
-    return expectedStep_ > Ticks::zero() ? line.time > anchorTime_ + 2 * pace
+    return expectedStep_ > Ticks::zero() ? line.time > anchorTime_ + 2 * std::max(expectedStep_, step)
                                          : packets_ - anchorPacket_ >= tunables::stampPatience;
 }
 
@@ -170,31 +148,23 @@ void StreamClock::learnRate(Ticks step, std::uint64_t packets) {
     }
 }
 
-void StreamClock::assumeRate() {
-    packetTime_ = FineTicks(std::chrono::seconds(1)) * bitsPerPacket / tunables::assumedBitRate;
-}
-
 // Whether it is known, or assumed, how long a packet takes.
 bool StreamClock::timed() const {
     return packetTime_ > FineTicks::zero();
 }
 
-bool StreamClock::stampsCount() const {
-    return packets_ - lastPcrMove_ >= tunables::stampPatience;
-}
-
-// The time by the packets since the leader's last reading. While it lives its next reading is not passed by:
-// many packets in a row are a large picture rather than much time. A live source's packets tell nothing
+// Time goes on by the packets since the leader's last reading. While it lives its next reading is not passed
+// by: many packets in a row are a large picture rather than much time. A live source's packets tell nothing
 // further.
-FineTicks StreamClock::estimate() {
+void StreamClock::estimate() {
     const bool gone = packets_ - lastMove_ >= tunables::clockPatience && source_ == SourceKind::stored;
-    if (!timed() && gone) {
-        assumeRate();
+    if (gone && !timed()) {
+        packetTime_ = assumedPacket;
     }
     const FineTicks byPackets = (packets_ - anchorPacket_) * packetTime_;
-    return anchorTime_ + (gone || expectedStep_ == Ticks::zero()
-                              ? byPackets
-                              : std::min<FineTicks>(byPackets, expectedStep_));
+    const bool unbounded = gone || expectedStep_ == Ticks::zero();
+    now_ =
+        std::max(now_, anchorTime_ + (unbounded ? byPackets : std::min<FineTicks>(byPackets, expectedStep_)));
 }
 
 } // namespace board

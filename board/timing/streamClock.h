@@ -2,7 +2,7 @@
 //
 // Every PID that carries a PCR (ISO/IEC 13818-1, 2.4.3.5) has a line: its last value, and the time at which
 // it was read. A plausible step from there moves time on; anything else starts the line anew at the time that
-// it is. The line that is furthest leads, and between its readings time goes on by packets. The time stamps
+// it is. One line leads until it is late, and between its readings time goes on by packets. The time stamps
 // of PES packets have such lines too, which count where no PCR does. Where a stream shows no time at all,
 // packets take as long as at an assumed bit rate, or, when the source is live, as long as they take to
 // arrive.
@@ -55,16 +55,12 @@ class StreamClock {
 
     bool read(Lines& lines, std::uint16_t pid, Ticks value);
     bool isPlausible(const Line& line, Ticks step, std::uint64_t packets) const;
-    bool lags(const Line& line, Ticks step) const;
-    void startAnew(Line& line);
     bool moveTo(Line& line, Ticks step, std::uint64_t packets);
     bool leaderIsLate(const Line& line, Ticks step) const;
     void anchor(const Line& line, FineTicks time);
     void learnRate(Ticks step, std::uint64_t packets);
-    void assumeRate();
     bool timed() const;
-    bool stampsCount() const;
-    FineTicks estimate();
+    void estimate();
 
     SourceKind source_;
     ArrivalTime arrival_;
@@ -81,7 +77,7 @@ class StreamClock {
     Ticks expectedStep_{0};   // of the leader; 0 while none has led
     FineTicks recentTime_{0}; // of the last steps, a second or two
     double recentPackets_ = 0;
-    FineTicks packetTime_{0}; // 0 while it is not known
+    FineTicks packetTime_{0}; // 0 while it is neither known nor assumed
 };
 
 } // namespace board
