@@ -144,7 +144,7 @@ void addOptions(CLI::App& app, Words& words, std::span<const char* const> argume
     auto* const ratePeriod =
         addNumber(app, "--rate-period",
                   "Measure rates over this much stream time (1000); 0: the whole stream", 0, hour,
-                  [&words](int value) { words.play.ratePeriod = value * ticksPerMillisecond; })
+                  [&words](int value) { words.play.ratePeriod = milliseconds(value); })
             ->type_name("MS");
     auto* const service =
         addNumber(app, "--service", "List this program's events in the EIT record (the first that has any)",

@@ -22,18 +22,11 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 using companions::stopRequested;
+using std::chrono::duration_cast;
 using std::chrono::milliseconds;
 
 Instant realTime() {
     return Clock::now().time_since_epoch();
-}
-
-Instant asInstant(Ticks ticks) {
-    return std::chrono::nanoseconds(ticks * 1000 / (ticksPerSecond / 1'000'000));
-}
-
-Ticks asTicks(Instant time) {
-    return time.count() * (ticksPerSecond / 1'000'000) / 1000;
 }
 
 // The packets of a source.
@@ -134,11 +127,12 @@ class Pace {
     // How long to wait until this stream time; starts anew when real time is far ahead.
     milliseconds untilDue(Ticks now) {
         const Instant real = realTime();
+        const auto due = duration_cast<Instant>(now);
         if (!started_) {
             started_ = true;
-            offset_ = real - asInstant(now);
+            offset_ = real - due;
         }
-        const Instant left = asInstant(now) + offset_ - real;
+        const Instant left = due + offset_ - real;
         if (-left > tunables::fallingBehind) {
             started_ = false;
         }
@@ -218,7 +212,7 @@ class Session {
 
     // Streams that follow one another so fast that none of them settles are published as they are.
     bool waitedLong() const {
-        return !options_.deterministic && realTime() - unsettledSince_ >= asInstant(tunables::settlePatience);
+        return !options_.deterministic && realTime() - unsettledSince_ >= tunables::settlePatience;
     }
 
     // A PAT that says so and nothing else comes before the records of a new stream.
@@ -279,7 +273,7 @@ class Session {
         const Instant now = realTime();
         const Instant elapsed = now - std::exchange(lastRead_, now);
         const bool counts = reader_.canBeSilent() && !options_.deterministic && analyser_.packets() > 0;
-        if (counts && analyser_.realTime(asTicks(elapsed))) {
+        if (counts && analyser_.realTime(duration_cast<Ticks>(elapsed))) {
             settle();
             turn(milliseconds(0), -1);
         }
@@ -322,7 +316,7 @@ class Session {
     }
 
     Instant now() const {
-        return options_.deterministic ? asInstant(analyser_.clock().now()) : realTime();
+        return options_.deterministic ? duration_cast<Instant>(analyser_.clock().now()) : realTime();
     }
 
     const PlayOptions& options_;
@@ -360,7 +354,7 @@ void printRecords(const StreamOptions& options) {
         const Instant now = realTime();
         const Instant elapsed = now - std::exchange(lastRead, now);
         if (reader.kind() == SourceKind::live && analyser.packets() > 0) {
-            analyser.realTime(asTicks(elapsed));
+            analyser.realTime(duration_cast<Ticks>(elapsed));
         }
     }
     analyser.finish();

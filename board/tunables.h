@@ -4,17 +4,18 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <ratio>
 
 namespace board {
 
-// Ticks of the 27 MHz system clock (ISO/IEC 13818-1, 2.4.2.1).
-using Ticks = std::int64_t;
-inline constexpr Ticks ticksPerSecond = 27'000'000;
-inline constexpr Ticks ticksPerMillisecond = ticksPerSecond / 1000;
+// Ticks of the 27 MHz system clock (ISO/IEC 13818-1, 2.4.2.1), and fractions of them.
+using Ticks = std::chrono::duration<std::int64_t, std::ratio<1, 27'000'000>>;
+using FineTicks = std::chrono::duration<double, Ticks::period>;
 
 namespace tunables {
 
 using std::chrono::milliseconds;
+using std::chrono::seconds;
 
 // Publishing.
 inline constexpr milliseconds publishInterval{250}; // every requested topic at least this often
@@ -31,22 +32,22 @@ inline constexpr milliseconds recordPoll{50};       // between looks at signals 
 inline constexpr milliseconds recordPatience{3000}; // before it is said that nothing arrives
 
 // Measuring, in stream time.
-inline constexpr Ticks ratePeriod = ticksPerSecond; // in which the rate of a silent PID falls to 0
-inline constexpr Ticks settlePatience = 5 * ticksPerSecond / 2; // wait for tables before publishing without
-inline constexpr Ticks headerRecheck = ticksPerSecond;          // between looks at a known stream's header
-inline constexpr std::uint32_t timedPictures = 100;           // that a picture rate is measured over, at most
-inline constexpr std::uint32_t fewestPictures = 2;            // and at least
-inline constexpr Ticks stampJitter = 2 * ticksPerMillisecond; // between pictures of an even rate
-inline constexpr std::uint64_t settlePackets = 400'000;       // settling never takes more packets than this
-inline constexpr std::size_t probedStreams = 1'024;           // whose headers are looked at, at most
+inline constexpr Ticks ratePeriod = seconds(1);             // in which the rate of a silent PID falls to 0
+inline constexpr Ticks settlePatience = milliseconds(2500); // wait for tables before publishing without
+inline constexpr Ticks headerRecheck = seconds(1);          // between looks at a known stream's header
+inline constexpr std::uint32_t timedPictures = 100;         // that a picture rate is measured over, at most
+inline constexpr std::uint32_t fewestPictures = 2;          // and at least
+inline constexpr Ticks stampJitter = milliseconds(2);       // between pictures of an even rate
+inline constexpr std::uint64_t settlePackets = 400'000;     // settling never takes more packets than this
+inline constexpr std::size_t probedStreams = 1'024;         // whose headers are looked at, at most
 
 // The stream clock.
-inline constexpr Ticks plausibleStep = ticksPerSecond; // of a PCR; a longer one must agree with the packets,
-inline constexpr Ticks longestStep = 30 * ticksPerSecond; // and none is longer than this
-inline constexpr std::uint64_t stampPatience = 5'000;     // packets without a PCR; then PES time stamps count
-inline constexpr std::uint64_t clockPatience = 20'000;    // the same of any time; no picture has more packets
-inline constexpr double assumedBitRate = 10e6;            // bit/s of a stream that shows no time at all
-inline constexpr Ticks longestGap = 2 * ticksPerSecond;   // between bursts of a live stream
+inline constexpr Ticks plausibleStep = seconds(1);     // of a PCR; a longer one must agree with the packets,
+inline constexpr Ticks longestStep = seconds(30);      // and none is longer than this
+inline constexpr std::uint64_t stampPatience = 5'000;  // packets without a PCR; then PES time stamps count
+inline constexpr std::uint64_t clockPatience = 20'000; // the same of any time; no picture has more packets
+inline constexpr double assumedBitRate = 10e6;         // bit/s of a stream that shows no time at all
+inline constexpr Ticks longestGap = seconds(2);        // between bursts of a live stream
 
 // Reading.
 inline constexpr std::size_t readSize = 64 * 1024;      // bytes a read

@@ -13,7 +13,7 @@ std::optional<bool> ScramblingVotes::judge() {
 }
 
 bool ScramblingPeriod::over(Ticks now, bool ratesMeasured) {
-    const bool wholeStream = ratePeriod_ == 0;
+    const bool wholeStream = ratePeriod_ == Ticks::zero();
     const bool due = start_ ? now - *start_ >= (wholeStream ? tunables::ratePeriod : ratePeriod_)
                             : ratesMeasured || wholeStream;
     if (due) {

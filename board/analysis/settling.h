@@ -32,7 +32,7 @@ class SettlingPatience {
     }
 
   private:
-    Ticks start_ = 0;
+    Ticks start_{0};
     std::uint64_t packets_ = 0;
 };
 

@@ -70,7 +70,7 @@ void HeaderProbe::timePictures(std::span<const std::uint8_t> bytes, StreamModel&
     }
     const auto stamp = timeStampOf(bytes);
     const auto last = std::exchange(lastStamp_, stamp);
-    if (!stamp || !last || *stamp <= *last || *stamp - *last > ticksPerSecond) {
+    if (!stamp || !last || *stamp <= *last || *stamp - *last > std::chrono::seconds(1)) {
         return;
     }
     const Ticks step = *stamp - *last;
@@ -79,11 +79,9 @@ void HeaderProbe::timePictures(std::span<const std::uint8_t> bytes, StreamModel&
     longestStep_ = std::max(longestStep_, step);
     ++steps_;
     const bool even = longestStep_ - shortestStep_ <= tunables::stampJitter;
-    model.pictureRates[pid_] =
-        even && steps_ >= tunables::fewestPictures
-            ? static_cast<float>(static_cast<double>(steps_) * static_cast<double>(ticksPerSecond) /
-                                 static_cast<double>(timed_))
-            : 0.0F;
+    model.pictureRates[pid_] = even && steps_ >= tunables::fewestPictures
+                                   ? static_cast<float>(steps_ * FineTicks(std::chrono::seconds(1)) / timed_)
+                                   : 0.0F;
 }
 
 void HeaderProbe::readHeaders(Ticks now, StreamModel& model) {

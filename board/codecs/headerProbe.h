@@ -42,11 +42,11 @@ class HeaderProbe {
     std::vector<std::uint8_t> data_; // of the PES packets that are being collected
     std::size_t searched_ = 0;       // bytes of them that held no header
     bool collecting_ = false;
-    Ticks quietUntil_ = 0;
+    Ticks quietUntil_{0};
     std::optional<Ticks> lastStamp_;
-    Ticks timed_ = 0; // what the measured pictures took
-    Ticks shortestStep_ = 0;
-    Ticks longestStep_ = 0;
+    Ticks timed_{0}; // what the measured pictures took
+    Ticks shortestStep_{0};
+    Ticks longestStep_{0};
     std::uint32_t steps_ = 0;
 };
 

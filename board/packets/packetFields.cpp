@@ -9,7 +9,7 @@ namespace board {
 
 namespace {
 
-constexpr Ticks ticksPerPcrBase = 300; // and per tick of a PES time stamp: 90 kHz
+using BaseTicks = std::chrono::duration<std::int64_t, std::ratio<1, 90'000>>; // of PCR bases and PES stamps
 
 } // namespace
 
@@ -18,8 +18,7 @@ std::optional<Ticks> pcrOf(const std::uint8_t* packet) {
     if (!ts_has_adaptation(packet) || ts_get_adaptation(packet) < bytesWithPcr || !tsaf_has_pcr(packet)) {
         return std::nullopt;
     }
-    return static_cast<Ticks>(tsaf_get_pcr(packet)) * ticksPerPcrBase +
-           static_cast<Ticks>(tsaf_get_pcrext(packet));
+    return BaseTicks(tsaf_get_pcr(packet)) + Ticks(tsaf_get_pcrext(packet));
 }
 
 std::span<const std::uint8_t> payloadOf(const std::uint8_t* packet) {
@@ -48,9 +47,7 @@ std::optional<Ticks> timeStampOf(std::span<const std::uint8_t> payload) {
     if (payload.size() < needed) {
         return std::nullopt;
     }
-    const std::uint64_t stamp =
-        pes_has_dts(payload.data()) ? pes_get_dts(payload.data()) : pes_get_pts(payload.data());
-    return static_cast<Ticks>(stamp) * ticksPerPcrBase;
+    return BaseTicks(pes_has_dts(payload.data()) ? pes_get_dts(payload.data()) : pes_get_pts(payload.data()));
 }
 
 } // namespace board

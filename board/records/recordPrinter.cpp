@@ -127,7 +127,7 @@ json_t* tdtOf(const wire::TdtRecord& tdt) {
 json_t* windowOf(const RateWindow& window) {
     return json_pack("{s:I, s:I, s:f}", "firstPacket", static_cast<json_int_t>(window.firstPacket),
                      "endPacket", static_cast<json_int_t>(window.endPacket), "seconds",
-                     static_cast<double>(window.elapsed) / static_cast<double>(ticksPerSecond));
+                     std::chrono::duration<double>(window.elapsed).count());
 }
 
 } // namespace

@@ -261,12 +261,10 @@ class SrtSource final : public PacketSource {
     }
 
     void callAgain(const std::stop_token& stop) {
-        std::mutex mutex;
-        std::condition_variable_any never;
-        std::unique_lock lock(mutex);
+        std::unique_lock lock(pausing_);
         while (!stop.stop_requested()) {
             call(stop);
-            never.wait_for(lock, stop, tunables::srtCallPause, [] { return false; });
+            pauseOver_.wait_for(lock, stop, tunables::srtCallPause, [] { return false; });
         }
     }
 
@@ -326,6 +324,8 @@ class SrtSource final : public PacketSource {
     Library library_;
     Descriptor board_;   // where the board reads
     Descriptor network_; // where the thread writes
+    std::mutex pausing_;
+    std::condition_variable_any pauseOver_; // only a stop ends a pause early
     std::jthread receiver_;
 };
 

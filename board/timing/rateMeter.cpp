@@ -8,9 +8,9 @@ bool RateMeter::reading(Ticks now, std::uint64_t packetNumber) {
         past_.front() = last_;
         return false;
     }
-    constexpr Ticks stepsPerPeriod = 10;
+    constexpr int stepsPerPeriod = 10;
     const Ticks step = now - past_.back().time;
-    if (period_ == 0 || step < period_ / stepsPerPeriod) {
+    if (period_ == Ticks::zero() || step < period_ / stepsPerPeriod) {
         return false;
     }
     // Until the next step the window gets older by about the length of the last one.
@@ -38,7 +38,7 @@ void RateMeter::measure() {
     constexpr double bitsPerPacket = 188 * 8;
     const Reading& first = past_.front();
     window_ = {first.packet, last_.packet, last_.time - first.time};
-    const double seconds = static_cast<double>(window_.elapsed) / static_cast<double>(ticksPerSecond);
+    const double seconds = std::chrono::duration<double>(window_.elapsed).count();
     rates_.resize(last_.counts.size());
     for (std::size_t k = 0; k < rates_.size(); ++k) {
         const std::uint64_t before = k < first.counts.size() ? first.counts[k] : 0;

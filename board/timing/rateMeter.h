@@ -18,14 +18,14 @@ namespace board {
 struct RateWindow {
     std::uint64_t firstPacket = 0;
     std::uint64_t endPacket = 0; // one past the last
-    Ticks elapsed = 0;
+    Ticks elapsed{0};
 };
 
 class RateMeter {
   public:
     // Period in stream time; 0 measures the whole stream at once. The stream begins at this time, with the
     // packet of this number.
-    explicit RateMeter(Ticks period, Ticks start = 0, std::uint64_t firstPacket = 0)
+    explicit RateMeter(Ticks period, Ticks start = Ticks::zero(), std::uint64_t firstPacket = 0)
         : period_(period), past_{{start, firstPacket, {}}}, last_(past_.front()) {}
 
     // Counts one packet of the PID at this position of the PID list.
@@ -50,7 +50,7 @@ class RateMeter {
         return position < rates_.size() ? rates_[position] : 0.0F;
     }
     bool measured() const {
-        return window_.elapsed > 0;
+        return window_.elapsed > Ticks::zero();
     }
     const RateWindow& window() const {
         return window_;

@@ -6,12 +6,12 @@ namespace board {
 
 namespace {
 
-constexpr Ticks modulus = (Ticks{1} << 33) * 300; // of PCRs, and of time stamps given in the same ticks
+constexpr Ticks modulus{(std::int64_t{1} << 33) * 300}; // of PCRs, and of time stamps given in the same ticks
 constexpr double bitsPerPacket = 188 * 8;
-constexpr Ticks shortestPacket = 4; // ticks that one takes at 10 Gbit/s; none comes faster
-constexpr double readingPeriod = static_cast<double>(ticksPerSecond) / 10;
+constexpr FineTicks shortestPacket{4}; // that one takes at 10 Gbit/s; none comes faster
+constexpr Ticks readingPeriod = std::chrono::milliseconds(100);
 
-// Ticks from one reading of a clock to the next; a damaged reading may lie outside of the clock's range.
+// From one reading of a clock to the next; a damaged reading may lie outside of the clock's range.
 Ticks between(Ticks before, Ticks after) {
     return ((after - before) % modulus + modulus) % modulus;
 }
@@ -19,7 +19,8 @@ Ticks between(Ticks before, Ticks after) {
 // How long a live stream may show no time before real time stands in for it: longer than a network's bursts
 // are apart, and short enough for the rates to be at 0 within their period.
 Ticks longestPause(Ticks ratePeriod) {
-    const Ticks period = ratePeriod > 0 ? std::min(ratePeriod, tunables::ratePeriod) : tunables::ratePeriod;
+    const Ticks period =
+        ratePeriod > Ticks::zero() ? std::min(ratePeriod, tunables::ratePeriod) : tunables::ratePeriod;
     return period * 6 / 10;
 }
 
@@ -45,9 +46,9 @@ bool StreamClock::packet(std::uint16_t pid, std::optional<Ticks> pcr, std::optio
 }
 
 bool StreamClock::realTime(Ticks elapsed) {
-    const double owed = arrival_.owed(elapsed, now_);
+    const FineTicks owed = arrival_.owed(elapsed, now_);
     now_ += owed;
-    return owed > 0;
+    return owed > FineTicks::zero();
 }
 
 bool StreamClock::passEnded() {
@@ -63,8 +64,9 @@ void StreamClock::startOver() {
     pcrs_.clear();
     stamps_.clear();
     leader_ = nullptr;
-    ticksPerPacket_ = recentTicks_ = recentPackets_ = 0;
-    expectedStep_ = 0;
+    packetTime_ = recentTime_ = FineTicks::zero();
+    recentPackets_ = 0;
+    expectedStep_ = Ticks::zero();
     lastMove_ = lastPcrMove_ = anchorPacket_ = packets_;
     anchorTime_ = now_;
 }
@@ -81,7 +83,7 @@ bool StreamClock::read(Lines& lines, std::uint16_t pid, Ticks value) {
         return leader_ == &line;
     }
     const Ticks step = between(line.value, value);
-    if (step == 0) { // written twice, or stuck: what is expected next is expected from here
+    if (step == Ticks::zero()) { // written twice, or stuck: what is expected next is expected from here
         if (timed() && leader_ == &line) {
             anchor(line, now_);
         }
@@ -92,12 +94,12 @@ bool StreamClock::read(Lines& lines, std::uint16_t pid, Ticks value) {
     const bool late = lags(line, step);
     line.value = value;
     line.packet = packets_;
-    line.lastStep = step <= tunables::longestStep ? step : 0;
+    line.lastStep = step <= tunables::longestStep ? step : Ticks::zero();
     if (!plausible) {
         startAnew(line);
         return false;
     }
-    line.time = late ? now_ : line.time + static_cast<double>(step);
+    line.time = late ? now_ : line.time + step;
     if (&lines == &pcrs_) {
         lastPcrMove_ = packets_;
     }
@@ -107,21 +109,18 @@ bool StreamClock::read(Lines& lines, std::uint16_t pid, Ticks value) {
 // Whether a clock can have run by these ticks. A long step is at most twice the one before, or twice as long
 // as the packets since take, where that has been measured.
 bool StreamClock::isPlausible(const Line& line, Ticks step, std::uint64_t packets) const {
-    if (step < static_cast<Ticks>(packets) * shortestPacket || step > tunables::longestStep) {
+    if (step < packets * shortestPacket || step > tunables::longestStep) {
         return false;
     }
-    if (step <= tunables::plausibleStep || recentTicks_ == 0) {
+    if (step <= tunables::plausibleStep || recentTime_ == FineTicks::zero()) {
         return true;
     }
-    const double expected =
-        std::max(static_cast<double>(packets) * ticksPerPacket_, static_cast<double>(line.lastStep));
-    return static_cast<double>(step) <= 2 * expected;
+    return step <= 2 * std::max<FineTicks>(packets * packetTime_, line.lastStep);
 }
 
 // Whether time has gone on without this line, by more than an estimate may be wrong.
 bool StreamClock::lags(const Line& line, Ticks step) const {
-    return now_ - line.time - static_cast<double>(step) >
-           2 * static_cast<double>(std::max(step, line.lastStep));
+    return now_ - line.time - step > 2 * std::max(step, line.lastStep);
 }
 
 void StreamClock::startAnew(Line& line) {
@@ -150,34 +149,34 @@ bool StreamClock::moveTo(Line& line, Ticks step, std::uint64_t packets) {
 
 // Whether the leader has missed two readings, by its pace and this line's, or has had one only and long ago.
 bool StreamClock::leaderIsLate(const Line& line, Ticks step) const {
-    const auto pace = static_cast<double>(std::max(expectedStep_, step));
-    return expectedStep_ > 0 ? line.time > anchorTime_ + 2 * pace
-                             : packets_ - anchorPacket_ >= tunables::stampPatience;
+    const Ticks pace = std::max(expectedStep_, step);
+    return expectedStep_ > Ticks::zero() ? line.time > anchorTime_ + 2 * pace
+                                         : packets_ - anchorPacket_ >= tunables::stampPatience;
 }
 
-void StreamClock::anchor(const Line& line, double time) {
+void StreamClock::anchor(const Line& line, FineTicks time) {
     leader_ = &line;
     anchorTime_ = time;
     anchorPacket_ = packets_;
 }
 
 void StreamClock::learnRate(Ticks step, std::uint64_t packets) {
-    recentTicks_ += static_cast<double>(step);
+    recentTime_ += step;
     recentPackets_ += static_cast<double>(packets);
-    ticksPerPacket_ = recentTicks_ / recentPackets_;
-    if (recentTicks_ > static_cast<double>(ticksPerSecond)) {
-        recentTicks_ /= 2;
+    packetTime_ = recentTime_ / recentPackets_;
+    if (recentTime_ > std::chrono::seconds(1)) {
+        recentTime_ /= 2;
         recentPackets_ /= 2;
     }
 }
 
 void StreamClock::assumeRate() {
-    ticksPerPacket_ = bitsPerPacket * static_cast<double>(ticksPerSecond) / tunables::assumedBitRate;
+    packetTime_ = FineTicks(std::chrono::seconds(1)) * bitsPerPacket / tunables::assumedBitRate;
 }
 
 // Whether it is known, or assumed, how long a packet takes.
 bool StreamClock::timed() const {
-    return ticksPerPacket_ > 0;
+    return packetTime_ > FineTicks::zero();
 }
 
 bool StreamClock::stampsCount() const {
@@ -187,14 +186,15 @@ bool StreamClock::stampsCount() const {
 // The time by the packets since the leader's last reading. While it lives its next reading is not passed by:
 // many packets in a row are a large picture rather than much time. A live source's packets tell nothing
 // further.
-double StreamClock::estimate() {
+FineTicks StreamClock::estimate() {
     const bool gone = packets_ - lastMove_ >= tunables::clockPatience && source_ == SourceKind::stored;
     if (!timed() && gone) {
         assumeRate();
     }
-    const double byPackets = static_cast<double>(packets_ - anchorPacket_) * ticksPerPacket_;
-    return anchorTime_ +
-           (gone || expectedStep_ == 0 ? byPackets : std::min(byPackets, static_cast<double>(expectedStep_)));
+    const FineTicks byPackets = (packets_ - anchorPacket_) * packetTime_;
+    return anchorTime_ + (gone || expectedStep_ == Ticks::zero()
+                              ? byPackets
+                              : std::min<FineTicks>(byPackets, expectedStep_));
 }
 
 } // namespace board

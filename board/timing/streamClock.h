@@ -1,4 +1,4 @@
-// The time of the stream itself, in ticks from 0 on, never backwards.
+// The time of the stream itself, from 0 on, never backwards.
 //
 // Every PID that carries a PCR (ISO/IEC 13818-1, 2.4.3.5) has a line: its last value, and the time at which
 // it was read. A plausible step from there moves time on; anything else starts the line anew at the time that
@@ -41,15 +41,15 @@ class StreamClock {
     void startOver();
 
     Ticks now() const {
-        return static_cast<Ticks>(now_);
+        return std::chrono::duration_cast<Ticks>(now_);
     }
 
   private:
     struct Line {
         Ticks value; // at its last reading
-        double time;
+        FineTicks time;
         std::uint64_t packet;
-        Ticks lastStep = 0; // to its last reading; 0 when that was beyond every step
+        Ticks lastStep{0}; // to its last reading; 0 when that was beyond every step
     };
     using Lines = std::map<std::uint16_t, Line>; // by PID
 
@@ -59,30 +59,29 @@ class StreamClock {
     void startAnew(Line& line);
     bool moveTo(Line& line, Ticks step, std::uint64_t packets);
     bool leaderIsLate(const Line& line, Ticks step) const;
-    void anchor(const Line& line, double time);
+    void anchor(const Line& line, FineTicks time);
     void learnRate(Ticks step, std::uint64_t packets);
     void assumeRate();
     bool timed() const;
     bool stampsCount() const;
-    double estimate();
+    FineTicks estimate();
 
     SourceKind source_;
     ArrivalTime arrival_;
     Lines pcrs_;
     Lines stamps_;
-    double now_ = 0;
-    double lastRead_ = 0;
+    FineTicks now_{0};
+    FineTicks lastRead_{0};
     std::uint64_t packets_ = 0;
     std::uint64_t lastMove_ = 0;    // packet at which a line moved time
     std::uint64_t lastPcrMove_ = 0; // the same of a PCR's
     const Line* leader_ = nullptr;
-    double anchorTime_ =
-        0; // of the leader's last reading, or of a new start since; the estimate goes on from here
+    FineTicks anchorTime_{0}; // of the leader's last reading, or of a new start since: estimates begin here
     std::uint64_t anchorPacket_ = 0;
-    Ticks expectedStep_ = 0; // of the leader; 0 while none has led
-    double recentTicks_ = 0; // of the last steps, a second or two
+    Ticks expectedStep_{0};   // of the leader; 0 while none has led
+    FineTicks recentTime_{0}; // of the last steps, a second or two
     double recentPackets_ = 0;
-    double ticksPerPacket_ = 0; // 0 while it is not known
+    FineTicks packetTime_{0}; // 0 while it is not known
 };
 
 } // namespace board

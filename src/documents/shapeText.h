@@ -155,10 +155,12 @@ void writeParts(DocumentText& text, const shape::LimitedList<key, Entry, Shape>&
         const std::size_t entryStart = textLength(text);
         writeParts<"">(text, list.shape(list.entries[k]));
         const std::size_t length = textLength(text);
-        if (text.truncated || length + (length - entryStart) > listTextLimit) {
-            if (text.truncated) {
-                rewindText(text, lengthBefore);
-            }
+        const bool doesNotFit = text.truncated;
+        const bool anotherMayNotFit = length + (length - entryStart) > listTextLimit;
+        if (doesNotFit) {
+            rewindText(text, lengthBefore);
+        }
+        if (doesNotFit || anotherMayNotFit) {
             std::puts(list.overflowLine);
             break;
         }

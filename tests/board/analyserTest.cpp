@@ -11,6 +11,7 @@
 
 namespace {
 
+using namespace std::chrono_literals;
 using namespace streamWriter;
 
 constexpr std::uint16_t videoPid = 0x101;
@@ -89,7 +90,7 @@ class Analyser : public testing::Test {
         return list;
     }
 
-    board::Analyser analyser{board::ticksPerSecond};
+    board::Analyser analyser{1s};
 };
 
 Packets oneProgram(std::uint8_t patVersion = 0) {
@@ -295,7 +296,7 @@ TEST_F(Analyser, JudgesScramblingByMostPacketsOfAPeriod) {
 }
 
 TEST_F(Analyser, JudgesScramblingOnceASecondWhereTheWholeStreamIsOnePeriod) {
-    board::Analyser wholeStream(0);
+    board::Analyser wholeStream(0s);
     Packets packets = oneProgram();
     packets.pcr(videoPid, 0);
     packets.filler(videoPid, 9, true);

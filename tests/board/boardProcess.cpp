@@ -31,11 +31,7 @@ BoardProcess::~BoardProcess() {
 void BoardProcess::start(const std::vector<std::string>& arguments) {
     std::vector<std::string> words{MPEGFE_BOARD};
     words.insert(words.end(), arguments.begin(), arguments.end());
-    // For builds with sanitizers; others do not look at it. Whole stacks are needed to tell GLib's
-    // tables.
-    board.emplace(words,
-                  std::vector<std::string>{"ASAN_OPTIONS=fast_unwind_on_malloc=0",
-                                           "LSAN_OPTIONS=print_suppressions=0:suppressions=" MPEGFE_LEAKS});
+    board.emplace(words, std::vector<std::string>{});
     console.clear();
 }
 

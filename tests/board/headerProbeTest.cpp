@@ -45,7 +45,7 @@ class HeaderProbe : public testing::Test {
             if (k == lost) {
                 probe.lost();
             } else {
-                probe.payload(board::payloadOf(packet), ts_get_unitstart(packet), 0, model);
+                probe.payload(board::payloadOf(packet), ts_get_unitstart(packet), board::Ticks(0), model);
             }
         }
     }

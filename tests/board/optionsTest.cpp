@@ -1,6 +1,7 @@
 #include "options.h"
 
 #include "companions/trouble.h"
+#include "tickPrinter.h"
 
 #include <gtest/gtest.h>
 
@@ -35,7 +36,7 @@ TEST(Options, PlaysASourceInRealTimeForEver) {
     EXPECT_EQ(options.source, "file.ts");
     EXPECT_FALSE(options.once || options.fast || options.deterministic || options.newStreamOnLoop);
     EXPECT_EQ(options.interval.count(), 250);
-    EXPECT_EQ(options.ratePeriod, board::ticksPerSecond);
+    EXPECT_EQ(options.ratePeriod, std::chrono::seconds(1));
     EXPECT_FALSE(options.eventService);
     EXPECT_EQ(options.interface, "");
 }
@@ -47,13 +48,13 @@ TEST(Options, TakesEveryOption) {
     EXPECT_EQ(options.source, "-");
     EXPECT_TRUE(options.once && options.fast && options.deterministic && options.newStreamOnLoop);
     EXPECT_EQ(options.interval.count(), 100);
-    EXPECT_EQ(options.ratePeriod, 0);
+    EXPECT_EQ(options.ratePeriod, board::Ticks(0));
     EXPECT_EQ(options.eventService, 7);
     EXPECT_EQ(task<board::PlayOptions>({"udp://239.1.1.1:5000", "--interface", "lo"}).interface, "lo");
     const auto printing =
         task<board::PrintOptions>({"--print", "file.ts", "--rate-period", "2", "--service", "9"});
     EXPECT_EQ(printing.source, "file.ts");
-    EXPECT_EQ(printing.ratePeriod, 2 * board::ticksPerMillisecond);
+    EXPECT_EQ(printing.ratePeriod, std::chrono::milliseconds(2));
     EXPECT_EQ(printing.eventService, 9);
     const auto recording = task<board::RecordOptions>(
         {"--record", "out", "--host", "board", "--instruct", "--duration", "5000"});

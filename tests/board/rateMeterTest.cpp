@@ -1,5 +1,7 @@
 #include "timing/rateMeter.h"
 
+#include "tickPrinter.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
@@ -9,7 +11,7 @@ namespace {
 
 using board::RateMeter;
 using board::Ticks;
-using board::ticksPerSecond;
+using namespace std::chrono_literals;
 
 constexpr float bitsPerPacket = 1504;
 
@@ -19,7 +21,7 @@ void count(RateMeter& meter, std::size_t position, int packets) {
     }
 }
 
-// Plays a stretch of stream with a reading every so many ticks, and this many packets a reading on each of
+// Plays a stretch of stream with a reading so often, and this many packets a reading on each of
 // the positions. Returns the time behind it.
 Ticks play(RateMeter& meter, Ticks from, Ticks to, Ticks every, const std::vector<std::size_t>& positions) {
     static std::uint64_t number = 0;
@@ -35,37 +37,37 @@ Ticks play(RateMeter& meter, Ticks from, Ticks to, Ticks every, const std::vecto
 }
 
 TEST(RateMeter, DividesByTheTimeThatTheWindowReallySpans) {
-    RateMeter meter(ticksPerSecond);
-    meter.reading(0, 0);
+    RateMeter meter(1s);
+    meter.reading(0s, 0);
     count(meter, 0, 100);
     count(meter, 1, 10);
-    EXPECT_TRUE(meter.reading(ticksPerSecond * 5 / 8, 110)) << "the next step would be older than a period";
+    EXPECT_TRUE(meter.reading(625ms, 110)) << "the next step would be older than a period";
     EXPECT_FLOAT_EQ(meter.rate(0), 100 * bitsPerPacket / 0.625F);
     EXPECT_FLOAT_EQ(meter.rate(1), 10 * bitsPerPacket / 0.625F);
     EXPECT_EQ(meter.window().firstPacket, 0U);
     EXPECT_EQ(meter.window().endPacket, 110U);
-    EXPECT_EQ(meter.window().elapsed, ticksPerSecond * 5 / 8);
+    EXPECT_EQ(meter.window().elapsed, 625ms);
     count(meter, 0, 50);
-    EXPECT_TRUE(meter.reading(ticksPerSecond * 6 / 8, 160));
+    EXPECT_TRUE(meter.reading(750ms, 160));
     EXPECT_FLOAT_EQ(meter.rate(0), 150 * bitsPerPacket / 0.75F);
     EXPECT_FLOAT_EQ(meter.rate(1), 10 * bitsPerPacket / 0.75F);
 }
 
 TEST(RateMeter, TakesWhatThereIsWhenTheStreamEndsAsAStepBegins) {
-    RateMeter meter(ticksPerSecond);
-    meter.reading(0, 0);
+    RateMeter meter(1s);
+    meter.reading(0s, 0);
     count(meter, 63, 100);
-    EXPECT_FALSE(meter.reading(ticksPerSecond / 5, 100));
-    meter.finish(ticksPerSecond / 5, 100);
+    EXPECT_FALSE(meter.reading(200ms, 100));
+    meter.finish(200ms, 100);
     EXPECT_FLOAT_EQ(meter.rate(63), 100 * bitsPerPacket / 0.2F);
     EXPECT_EQ(meter.window().endPacket, 100U);
 }
 
 TEST(RateMeter, MovesItsWindowATenthOfThePeriodAtATime) {
-    constexpr Ticks tenth = ticksPerSecond / 10;
-    RateMeter meter(ticksPerSecond);
-    meter.reading(0, 0);
-    play(meter, 0, 8 * tenth, tenth, {0});
+    constexpr Ticks tenth = 100ms;
+    RateMeter meter(1s);
+    meter.reading(0s, 0);
+    play(meter, 0s, 8 * tenth, tenth, {0});
     EXPECT_FALSE(meter.measured());
     play(meter, 8 * tenth, 9 * tenth, tenth, {0});
     EXPECT_TRUE(meter.measured());
@@ -88,8 +90,8 @@ TEST_P(SilentPid, IsAtZeroWithinAPeriodOfItsLastPacket) {
     const auto [name, period, readings] = GetParam();
     for (Ticks lasting = 3 * period; lasting < 4 * period; lasting += period / 7) {
         RateMeter meter(period);
-        meter.reading(0, 0);
-        const Ticks silentSince = play(meter, 0, lasting, readings, {0, 1});
+        meter.reading(0s, 0);
+        const Ticks silentSince = play(meter, 0s, lasting, readings, {0, 1});
         EXPECT_GT(meter.rate(1), 0.0F);
         play(meter, silentSince, silentSince + period - readings, readings, {0});
         EXPECT_EQ(meter.rate(1), 0.0F) << name;
@@ -98,51 +100,51 @@ TEST_P(SilentPid, IsAtZeroWithinAPeriodOfItsLastPacket) {
 }
 
 INSTANTIATE_TEST_SUITE_P(, SilentPid,
-                         testing::Values(Silence{"frequentReadings", ticksPerSecond, ticksPerSecond / 1000},
-                                         Silence{"usualReadings", ticksPerSecond, ticksPerSecond / 25},
-                                         Silence{"rareReadings", ticksPerSecond, ticksPerSecond / 4},
-                                         Silence{"shortPeriod", ticksPerSecond / 5, ticksPerSecond / 25},
-                                         Silence{"longPeriod", 10 * ticksPerSecond, ticksPerSecond / 25}),
+                         testing::Values(Silence{"frequentReadings", 1s, 1ms},
+                                         Silence{"usualReadings", 1s, 40ms},
+                                         Silence{"rareReadings", 1s, 250ms},
+                                         Silence{"shortPeriod", 200ms, 40ms},
+                                         Silence{"longPeriod", 10s, 40ms}),
                          [](const auto& silence) { return std::string(silence.param.name); });
 
 TEST(RateMeter, LeavesOutWhatComesBeforeTheFirstReading) {
-    RateMeter meter(ticksPerSecond);
+    RateMeter meter(1s);
     count(meter, 0, 1000);
-    meter.reading(0, 1000);
+    meter.reading(0s, 1000);
     count(meter, 0, 1);
-    meter.reading(ticksPerSecond, 1001);
+    meter.reading(1s, 1001);
     EXPECT_FLOAT_EQ(meter.rate(0), bitsPerPacket);
 }
 
 TEST(RateMeter, MeasuresTheWholeStreamAsOnePeriodUpToItsLastReading) {
-    RateMeter meter(0);
-    meter.reading(0, 0);
+    RateMeter meter(0s);
+    meter.reading(0s, 0);
     count(meter, 0, 50);
-    meter.reading(ticksPerSecond / 4, 50);
+    meter.reading(250ms, 50);
     count(meter, 0, 50); // after the last reading, in no known time
     EXPECT_FALSE(meter.measured());
-    meter.finish(ticksPerSecond / 3, 100);
+    meter.finish(Ticks(1s) / 3, 100);
     EXPECT_TRUE(meter.measured());
     EXPECT_FLOAT_EQ(meter.rate(0), 200 * bitsPerPacket);
 }
 
 TEST(RateMeter, KnowsNoRateOfAStreamWithoutTime) {
-    RateMeter meter(0);
+    RateMeter meter(0s);
     count(meter, 0, 50);
-    meter.finish(0, 50);
+    meter.finish(0s, 50);
     EXPECT_FALSE(meter.measured());
     EXPECT_EQ(meter.rate(0), 0.0F);
     EXPECT_EQ(meter.rate(77), 0.0F);
 }
 
 TEST(RateMeter, TakesAStreamWithoutReadingsForAsLongAsTheClockSaysAtTheEnd) {
-    RateMeter meter(ticksPerSecond);
+    RateMeter meter(1s);
     count(meter, 0, 50);
-    meter.finish(ticksPerSecond / 2, 50);
+    meter.finish(500ms, 50);
     EXPECT_FLOAT_EQ(meter.rate(0), 100 * bitsPerPacket);
     EXPECT_EQ(meter.window().firstPacket, 0U);
     EXPECT_EQ(meter.window().endPacket, 50U);
-    EXPECT_EQ(meter.window().elapsed, ticksPerSecond / 2);
+    EXPECT_EQ(meter.window().elapsed, 500ms);
 }
 
 } // namespace

@@ -7,6 +7,7 @@
 
 namespace {
 
+using namespace std::chrono_literals;
 using board::ElementaryStream;
 using board::Program;
 using board::ProgramMap;
@@ -33,7 +34,7 @@ class RecordWriter : public testing::Test {
     }
 
     board::StreamModel model;
-    board::RateMeter rates{board::ticksPerSecond};
+    board::RateMeter rates{1s};
     std::optional<std::uint16_t> eventService;
     std::vector<std::string> told;
     board::LimitReport limits{[this](const std::string& line) { told.push_back(line); }};
@@ -48,11 +49,11 @@ TEST_F(RecordWriter, PutsThePatFirstAndKeepsTheOrderOfTheOthers) {
 
 TEST_F(RecordWriter, WritesRatesInTheOrderOfThePidList) {
     pidList({500, 0});
-    rates.reading(0, 0);
+    rates.reading(0s, 0);
     rates.count(0);
     rates.count(0);
     rates.count(1);
-    rates.reading(board::ticksPerSecond, 3);
+    rates.reading(1s, 3);
     write();
     EXPECT_FLOAT_EQ(records->tsStatus.pidStats[0].rate, 1504);
     EXPECT_FLOAT_EQ(records->tsStatus.pidStats[1].rate, 3008);

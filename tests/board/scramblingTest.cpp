@@ -5,7 +5,9 @@
 
 namespace {
 
-constexpr board::Ticks second = board::ticksPerSecond;
+using namespace std::chrono_literals;
+
+constexpr board::Ticks tick{1};
 
 board::ScramblingVotes votes(int scrambled, int clear) {
     board::ScramblingVotes result;
@@ -34,26 +36,26 @@ TEST(ScramblingVotes, BeginAnewWithEachJudgement) {
 }
 
 TEST(ScramblingPeriod, BeginsWithTheFirstRates) {
-    board::ScramblingPeriod period(second);
-    EXPECT_FALSE(period.over(5 * second, false));
-    EXPECT_TRUE(period.over(6 * second, true));
-    EXPECT_FALSE(period.over(7 * second - 1, true));
-    EXPECT_TRUE(period.over(7 * second, true));
+    board::ScramblingPeriod period(1s);
+    EXPECT_FALSE(period.over(5s, false));
+    EXPECT_TRUE(period.over(6s, true));
+    EXPECT_FALSE(period.over(7s - tick, true));
+    EXPECT_TRUE(period.over(7s, true));
 }
 
 TEST(ScramblingPeriod, IsASecondWhereTheWholeStreamIsOneRatePeriod) {
-    board::ScramblingPeriod period(0);
-    EXPECT_TRUE(period.over(0, false));
-    EXPECT_FALSE(period.over(second - 1, false));
-    EXPECT_TRUE(period.over(second, false));
+    board::ScramblingPeriod period(0s);
+    EXPECT_TRUE(period.over(0s, false));
+    EXPECT_FALSE(period.over(1s - tick, false));
+    EXPECT_TRUE(period.over(1s, false));
 }
 
 TEST(ScramblingPeriod, BeginsAnewWithAnotherStream) {
-    board::ScramblingPeriod period(second);
-    EXPECT_TRUE(period.over(0, true));
+    board::ScramblingPeriod period(1s);
+    EXPECT_TRUE(period.over(0s, true));
     period.restart();
-    EXPECT_FALSE(period.over(2 * second, false));
-    EXPECT_TRUE(period.over(2 * second, true));
+    EXPECT_FALSE(period.over(2s, false));
+    EXPECT_TRUE(period.over(2s, true));
 }
 
 } // namespace

@@ -55,17 +55,18 @@ TEST_F(Settling, NeedsTheFormatOfVideoThatIsNotScrambled) {
 }
 
 TEST(SettlingPatience, EndsWithTimeOrPackets) {
+    constexpr board::Ticks start{1000};
     board::SettlingPatience patience;
-    patience.begin(1000);
-    EXPECT_FALSE(patience.over(1000 + board::tunables::settlePatience - 1));
-    EXPECT_TRUE(patience.over(1000 + board::tunables::settlePatience));
+    patience.begin(start);
+    EXPECT_FALSE(patience.over(start + board::tunables::settlePatience - board::Ticks(1)));
+    EXPECT_TRUE(patience.over(start + board::tunables::settlePatience));
     for (std::uint64_t k = 0; k < board::tunables::settlePackets; ++k) {
-        EXPECT_FALSE(patience.over(1000));
+        EXPECT_FALSE(patience.over(start));
         patience.packet();
     }
-    EXPECT_TRUE(patience.over(1000));
-    patience.begin(1000);
-    EXPECT_FALSE(patience.over(1000)) << "of another stream";
+    EXPECT_TRUE(patience.over(start));
+    patience.begin(start);
+    EXPECT_FALSE(patience.over(start)) << "of another stream";
 }
 
 } // namespace

@@ -1,20 +1,29 @@
 #include "timing/streamClock.h"
 
+#include "tickPrinter.h"
+
 #include <gtest/gtest.h>
 
 namespace {
 
 using board::StreamClock;
 using board::Ticks;
+using namespace std::chrono_literals;
 
 constexpr std::uint16_t pid = 256;
-constexpr Ticks step = 40 * board::ticksPerMillisecond;
+constexpr Ticks step = 40ms;
+
+// For EXPECT_NEAR.
+double inTicks(board::FineTicks time) {
+    return time.count();
+}
+
 // That this many packets take at the bit rate that is assumed where a stream shows no time.
 double assumedTicks(std::uint64_t packets) {
     return static_cast<double>(packets) * 188 * 8 / board::tunables::assumedBitRate * 27e6;
 }
 
-constexpr Ticks pause = 600 * board::ticksPerMillisecond; // that networks' bursts may be apart
+constexpr Ticks pause = 600ms; // that networks' bursts may be apart
 
 // A stream with a PCR every tenth packet, 40 ms apart.
 Ticks play(StreamClock& clock, Ticks firstPcr, int pcrs) {
@@ -29,17 +38,17 @@ Ticks play(StreamClock& clock, Ticks firstPcr, int pcrs) {
 
 TEST(StreamClock, StartsAtTheFirstPcr) {
     StreamClock clock;
-    EXPECT_TRUE(clock.packet(pid, 123456789, std::nullopt));
-    EXPECT_EQ(clock.now(), 0);
+    EXPECT_TRUE(clock.packet(pid, Ticks(123456789), std::nullopt));
+    EXPECT_EQ(clock.now(), 0s);
 }
 
 TEST(StreamClock, RunsWithThePcrAndBetweenItByEstimation) {
     StreamClock clock;
-    EXPECT_EQ(play(clock, 5000, 11), 10 * step + step * 9 / 10);
+    EXPECT_EQ(play(clock, Ticks(5000), 11), 10 * step + step * 9 / 10);
 }
 
 TEST(StreamClock, RunsOnWhenThePcrWraps) {
-    constexpr Ticks modulus = (Ticks{1} << 33) * 300;
+    constexpr Ticks modulus{(std::int64_t{1} << 33) * 300};
     StreamClock clock;
     clock.packet(pid, modulus - step / 2, std::nullopt);
     clock.packet(pid, step / 2, std::nullopt);
@@ -48,10 +57,10 @@ TEST(StreamClock, RunsOnWhenThePcrWraps) {
 
 TEST(StreamClock, TakesALeapOfThePcrForANewStart) {
     StreamClock clock;
-    const Ticks before = play(clock, 0, 10);
-    clock.packet(pid, 500 * board::ticksPerSecond, std::nullopt);
+    const Ticks before = play(clock, 0s, 10);
+    clock.packet(pid, 500s, std::nullopt);
     EXPECT_EQ(clock.now(), before + step / 10);
-    clock.packet(pid, 500 * board::ticksPerSecond + step, std::nullopt);
+    clock.packet(pid, 500s + step, std::nullopt);
     EXPECT_EQ(clock.now(), before + step / 10 + step);
 }
 
@@ -68,11 +77,11 @@ Ticks playSparsely(StreamClock& clock, Ticks apart, int pcrs) {
 
 TEST(StreamClock, RunsWithPcrsThatAreSecondsApart) {
     StreamClock clock;
-    EXPECT_EQ(playSparsely(clock, 5 * board::ticksPerSecond, 20), 19 * 5 * board::ticksPerSecond);
+    EXPECT_EQ(playSparsely(clock, 5s, 20), 19 * 5s);
 }
 
 TEST(StreamClock, RunsWithTheTimeStampsWherePcrsAreAMinuteApart) {
-    constexpr Ticks aMinute = 60 * board::ticksPerSecond;
+    constexpr Ticks aMinute = 1min;
     constexpr int packets = 30'000;
     StreamClock clock;
     for (int minute = 0; minute < 4; ++minute) {
@@ -84,19 +93,18 @@ TEST(StreamClock, RunsWithTheTimeStampsWherePcrsAreAMinuteApart) {
         }
     }
     clock.packet(pid, 4 * aMinute, std::nullopt);
-    EXPECT_NEAR(static_cast<double>(clock.now()), static_cast<double>(4 * aMinute),
-                static_cast<double>(board::ticksPerSecond) / 10);
+    EXPECT_NEAR(inTicks(clock.now()), inTicks(4 * aMinute), inTicks(100ms));
 }
 
 TEST(StreamClock, RunsAtAnAssumedRateWhereOnePcrIsAllThereIs) {
     StreamClock clock;
-    clock.packet(pid, 0, std::nullopt);
+    clock.packet(pid, 0s, std::nullopt);
     for (std::uint64_t k = 2; k < board::tunables::clockPatience; ++k) {
         clock.packet(pid, std::nullopt, std::nullopt);
     }
-    EXPECT_EQ(clock.now(), 0);
+    EXPECT_EQ(clock.now(), 0s);
     EXPECT_TRUE(clock.packet(pid, std::nullopt, std::nullopt));
-    EXPECT_NEAR(static_cast<double>(clock.now()), assumedTicks(board::tunables::clockPatience - 1), 1);
+    EXPECT_NEAR(inTicks(clock.now()), assumedTicks(board::tunables::clockPatience - 1), 1);
 }
 
 TEST(StreamClock, RunsAtAnAssumedRateWhereTheSamePcrComesWithEveryPassOfAFile) {
@@ -109,7 +117,7 @@ TEST(StreamClock, RunsAtAnAssumedRateWhereTheSamePcrComesWithEveryPassOfAFile) {
                          std::nullopt);
         }
         EXPECT_EQ(clock.passEnded(), pass == 0);
-        EXPECT_NEAR(static_cast<double>(clock.now()),
+        EXPECT_NEAR(inTicks(clock.now()),
                     assumedTicks(packets - beforeThePcr - 1 + static_cast<std::uint64_t>(pass) * packets), 2)
             << pass;
     }
@@ -124,41 +132,41 @@ TEST(StreamClock, TakesAPairOfPcrsThatNoLinkIsFastEnoughForForNoStep) {
         }
         return clock.packet(pid, second, std::nullopt);
     };
-    EXPECT_FALSE(pair(1000, 1037)) << "111 Gbit/s";
-    EXPECT_EQ(clock.now(), 0);
+    EXPECT_FALSE(pair(Ticks(1000), Ticks(1037))) << "111 Gbit/s";
+    EXPECT_EQ(clock.now(), 0s);
     EXPECT_TRUE(pair(5000 * step, 5001 * step));
     EXPECT_EQ(clock.now(), step);
 }
 
 TEST(StreamClock, FollowsAnotherPidWhereTheFirstShowsOnePcrOnly) {
     StreamClock clock;
-    clock.packet(300, 1234, std::nullopt);
+    clock.packet(300, Ticks(1234), std::nullopt);
     for (std::uint64_t k = 0; k < board::tunables::stampPatience; ++k) {
         clock.packet(pid, std::nullopt, std::nullopt);
     }
-    EXPECT_EQ(play(clock, 0, 11), 10 * step + step * 9 / 10);
+    EXPECT_EQ(play(clock, 0s, 11), 10 * step + step * 9 / 10);
 }
 
 TEST(StreamClock, KeepsToOnePidWhereAllPcrsAreFarApart) {
     constexpr std::uint16_t other = 300;
     StreamClock clock;
     for (int k = 0; k < 10; ++k) {
-        clock.packet(pid, 2 * k * board::ticksPerSecond, std::nullopt);
-        clock.packet(other, 99 * k * board::ticksPerSecond, std::nullopt);
+        clock.packet(pid, 2 * k * 1s, std::nullopt);
+        clock.packet(other, 99 * k * 1s, std::nullopt);
     }
-    EXPECT_EQ(clock.now() / board::ticksPerSecond, 18 + 1) << "half a step behind the last, by estimation";
+    EXPECT_EQ(clock.now() / 1s, 18 + 1) << "half a step behind the last, by estimation";
 }
 
 TEST(StreamClock, GoesOnThroughTheSeamOfALoop) {
     StreamClock clock;
-    const Ticks before = play(clock, 7777, 10);
-    EXPECT_EQ(play(clock, 7777, 10) - before, before + step / 10);
+    const Ticks before = play(clock, Ticks(7777), 10);
+    EXPECT_EQ(play(clock, Ticks(7777), 10) - before, before + step / 10);
 }
 
 TEST(StreamClock, GoesOnWithWhicheverPidRuns) {
     constexpr std::uint16_t other = 300;
     StreamClock clock;
-    play(clock, 0, 10);
+    play(clock, 0s, 10);
     for (int k = 0; k < 20; ++k) {
         const bool leads = k >= 2; // when the first has missed two
         EXPECT_EQ(clock.packet(other, 77 * step + k * step, std::nullopt), leads) << k;
@@ -174,13 +182,11 @@ TEST(StreamClock, IsNotHurriedByManyPidsThatRunSideBySide) {
          ++k) { // a packet a millisecond, each PID's PCR every 37 to 91 of them
         const int one = k % pids;
         const bool due = k % (37 + 6 * one) == 0;
-        const Ticks epoch = one * 5000 * board::ticksPerSecond;
+        const Ticks epoch = one * 5000s;
         clock.packet(static_cast<std::uint16_t>(pid + one),
-                     due ? std::optional<Ticks>(epoch + k * board::ticksPerMillisecond) : std::nullopt,
-                     std::nullopt);
+                     due ? std::optional<Ticks>(epoch + k * 1ms) : std::nullopt, std::nullopt);
     }
-    EXPECT_NEAR(static_cast<double>(clock.now()), seconds * static_cast<double>(board::ticksPerSecond),
-                static_cast<double>(board::ticksPerSecond) / 10);
+    EXPECT_NEAR(inTicks(clock.now()), inTicks(seconds * 1s), inTicks(100ms));
 }
 
 TEST(StreamClock, RunsTrulyThoughOnePcrInTwentyIsDamaged) {
@@ -190,9 +196,9 @@ TEST(StreamClock, RunsTrulyThoughOnePcrInTwentyIsDamaged) {
     for (int k = 0; k < pcrs; ++k) {
         random = random * 6364136223846793005 + 1442695040888963407;
         const bool damaged = (random >> 33) % 20 == 0;
-        play(clock, damaged ? static_cast<Ticks>(random >> 24) : k * step, 1);
+        play(clock, damaged ? Ticks(random >> 24) : k * step, 1);
     }
-    EXPECT_NEAR(static_cast<double>(clock.now()) / static_cast<double>(board::ticksPerSecond), 60, 0.5);
+    EXPECT_NEAR(inTicks(clock.now()) / inTicks(1s), 60, 0.5);
 }
 
 TEST(StreamClock, GoesOnWithTheTimeStampsWhenThePcrHasDied) {
@@ -202,8 +208,7 @@ TEST(StreamClock, GoesOnWithTheTimeStampsWhenThePcrHasDied) {
         clock.packet(pid, k % 10 == 0 && k < 10'000 ? std::optional<Ticks>(k * step / 10) : std::nullopt,
                      stamped ? std::optional<Ticks>(k * step / 10) : std::nullopt);
     }
-    EXPECT_NEAR(static_cast<double>(clock.now()), 2000 * static_cast<double>(step),
-                static_cast<double>(step));
+    EXPECT_NEAR(inTicks(clock.now()), 2000 * inTicks(step), inTicks(step));
 }
 
 TEST(StreamClock, KeepsToThePcrsThroughALargePicture) {
@@ -222,7 +227,7 @@ TEST(StreamClock, KeepsToThePcrsThroughALargePicture) {
 
 TEST(StreamClock, ReadsByEstimationWhenTheReferenceIsGone) {
     StreamClock clock;
-    play(clock, 0, 10);
+    play(clock, 0s, 10);
     int readings = 0;
     for (std::uint64_t k = 9; k < board::tunables::clockPatience; ++k) {
         readings += clock.packet(pid, std::nullopt, std::nullopt) ? 1 : 0;
@@ -232,20 +237,18 @@ TEST(StreamClock, ReadsByEstimationWhenTheReferenceIsGone) {
         readings += clock.packet(pid, std::nullopt, std::nullopt) ? 1 : 0;
     }
     EXPECT_EQ(readings, 5);
-    EXPECT_EQ(clock.now() / step, 9 + (static_cast<Ticks>(board::tunables::clockPatience) + 100) / 10);
+    EXPECT_EQ(clock.now() / step, 9 + (static_cast<Ticks::rep>(board::tunables::clockPatience) + 100) / 10);
 }
 
 TEST(StreamClock, RunsByItsPacketsWhileThePcrIsStuckAndWithItBehind) {
     StreamClock clock;
-    const Ticks before = play(clock, 0, 10);
+    const Ticks before = play(clock, 0s, 10);
     for (int k = 0; k < 100; ++k) {
         play(clock, 9 * step, 1);
     }
-    EXPECT_NEAR(static_cast<double>(clock.now() - before), 100 * static_cast<double>(step),
-                static_cast<double>(step));
+    EXPECT_NEAR(inTicks(clock.now() - before), 100 * inTicks(step), inTicks(step));
     play(clock, 10 * step, 10);
-    EXPECT_NEAR(static_cast<double>(clock.now() - before), 110 * static_cast<double>(step),
-                static_cast<double>(step));
+    EXPECT_NEAR(inTicks(clock.now() - before), 110 * inTicks(step), inTicks(step));
 }
 
 TEST(StreamClock, TakesTheTimeOfAPcrThatIsWrittenTwice) {
@@ -254,8 +257,7 @@ TEST(StreamClock, TakesTheTimeOfAPcrThatIsWrittenTwice) {
         play(clock, k * step, 1);
         play(clock, k * step, 1);
     }
-    EXPECT_NEAR(static_cast<double>(clock.now()), 99.95 * static_cast<double>(step),
-                static_cast<double>(step) / 100);
+    EXPECT_NEAR(inTicks(clock.now()), 99.95 * inTicks(step), inTicks(step) / 100);
 }
 
 TEST(StreamClock, IsTimedByTheStampsOrAtAnAssumedRateWhereThePcrIsStuckFromTheStart) {
@@ -263,23 +265,22 @@ TEST(StreamClock, IsTimedByTheStampsOrAtAnAssumedRateWhereThePcrIsStuckFromTheSt
     const auto play = [&clock](std::uint64_t packets, bool withStamps) {
         for (std::uint64_t k = 0; k < packets; ++k) {
             clock.packet(pid, k % 10 == 0 ? std::optional<Ticks>(77) : std::nullopt,
-                         withStamps && k % 10 == 5 ? std::optional<Ticks>(static_cast<Ticks>(k) * step / 10)
-                                                   : std::nullopt);
+                         withStamps && k % 10 == 5
+                             ? std::optional<Ticks>(static_cast<Ticks::rep>(k) * step / 10)
+                             : std::nullopt);
         }
     };
     play(6000, true);
-    EXPECT_NEAR(static_cast<double>(clock.now()), 600 * static_cast<double>(step),
-                2 * static_cast<double>(step));
+    EXPECT_NEAR(inTicks(clock.now()), 600 * inTicks(step), 2 * inTicks(step));
     clock = StreamClock();
     play(board::tunables::clockPatience + 1000, false);
-    EXPECT_NEAR(static_cast<double>(clock.now()), assumedTicks(board::tunables::clockPatience + 1000),
-                assumedTicks(10));
+    EXPECT_NEAR(inTicks(clock.now()), assumedTicks(board::tunables::clockPatience + 1000), assumedTicks(10));
 }
 
 TEST(StreamClock, FollowsAnotherPidWhereTheFirstIsStuck) {
     constexpr std::uint16_t other = 300;
     StreamClock clock;
-    play(clock, 0, 10);
+    play(clock, 0s, 10);
     for (int k = 0; k < 100; ++k) {
         clock.packet(pid, 9 * step, std::nullopt);
         clock.packet(other, 500 * step + k * step, std::nullopt);
@@ -291,19 +292,18 @@ TEST(StreamClock, FollowsThePidThatRunsWhereAnotherIsStuckToo) {
     constexpr std::uint16_t stuck = 300;
     constexpr std::uint16_t running = 301;
     StreamClock clock;
-    play(clock, 0, 10);
+    play(clock, 0s, 10);
     for (int k = 0; k < 100; ++k) {
-        clock.packet(stuck, 77, std::nullopt);
+        clock.packet(stuck, Ticks(77), std::nullopt);
         clock.packet(running, 500 * step + k * step, std::nullopt);
     }
-    EXPECT_NEAR(static_cast<double>(clock.now()), (9 + 99) * static_cast<double>(step),
-                static_cast<double>(step));
+    EXPECT_NEAR(inTicks(clock.now()), (9 + 99) * inTicks(step), inTicks(step));
 }
 
 TEST(StreamClock, RunsWithPcrsThatBecomeSparse) {
-    constexpr Ticks sparse = 5 * board::ticksPerSecond / 2;
+    constexpr Ticks sparse = 2500ms;
     StreamClock clock;
-    play(clock, 0, 50);
+    play(clock, 0s, 50);
     for (int k = 1; k <= 20; ++k) {
         play(clock, 49 * step + k * sparse, 1);
     }
@@ -323,48 +323,43 @@ TEST_P(CutStream, GoesOnWhereverTheClocksHaveLeapt) {
                          std::nullopt);
         }
     };
-    play(0, true);
+    play(0s, true);
     play(GetParam(), true);
-    EXPECT_NEAR(static_cast<double>(clock.now()), 99 * static_cast<double>(step), static_cast<double>(step));
+    EXPECT_NEAR(inTicks(clock.now()), 99 * inTicks(step), inTicks(step));
     play(2 * GetParam(), false);
-    EXPECT_NEAR(static_cast<double>(clock.now()), 149 * static_cast<double>(step),
-                2 * static_cast<double>(step));
+    EXPECT_NEAR(inTicks(clock.now()), 149 * inTicks(step), 2 * inTicks(step));
 }
 
-INSTANTIATE_TEST_SUITE_P(, CutStream,
-                         testing::Values(20 * board::ticksPerSecond, 40 * board::ticksPerSecond,
-                                         20'000 * board::ticksPerSecond),
-                         [](const auto& leap) {
-                             return std::to_string(leap.param / board::ticksPerSecond) + "Seconds";
-                         });
+INSTANTIATE_TEST_SUITE_P(, CutStream, testing::Values(20s, 40s, 20'000s),
+                         [](const auto& leap) { return std::to_string(leap.param / 1s) + "Seconds"; });
 
 TEST(StreamClock, TakesADamagedPcrBehindItsRangeForNoStepBack) {
-    constexpr Ticks modulus = (Ticks{1} << 33) * 300;
+    constexpr Ticks modulus{(std::int64_t{1} << 33) * 300};
     StreamClock clock;
-    clock.packet(pid, modulus + 200, std::nullopt);
+    clock.packet(pid, modulus + Ticks(200), std::nullopt);
     clock.packet(pid, step, std::nullopt);
-    EXPECT_EQ(clock.now(), step - 200);
+    EXPECT_EQ(clock.now(), step - Ticks(200));
 }
 
 TEST(StreamClock, RunsWithTimeStampsWhereThereIsNoPcr) {
     StreamClock clock;
     for (std::uint64_t k = 0; k < 6000; ++k) {
         clock.packet(pid, std::nullopt,
-                     k % 10 == 0 ? std::optional<Ticks>(static_cast<Ticks>(k) * step / 10) : std::nullopt);
+                     k % 10 == 0 ? std::optional<Ticks>(static_cast<Ticks::rep>(k) * step / 10)
+                                 : std::nullopt);
     }
-    EXPECT_NEAR(static_cast<double>(clock.now()), 599.9 * static_cast<double>(step),
-                static_cast<double>(step) / 10);
+    EXPECT_NEAR(inTicks(clock.now()), 599.9 * inTicks(step), inTicks(step) / 10);
 }
 
 TEST(StreamClock, RunsAtAnAssumedRateWhereThereIsNoTimeAtAll) {
     StreamClock clock;
     clock.packet(pid, std::nullopt, std::nullopt);
-    EXPECT_EQ(clock.now(), 0);
+    EXPECT_EQ(clock.now(), 0s);
     EXPECT_TRUE(clock.passEnded());
     for (int k = 0; k < 1000; ++k) {
         clock.packet(pid, std::nullopt, std::nullopt);
     }
-    EXPECT_NEAR(static_cast<double>(clock.now()), assumedTicks(1001), 1);
+    EXPECT_NEAR(inTicks(clock.now()), assumedTicks(1001), 1);
 }
 
 TEST(StreamClock, LearnsTheTrueRateFromPcrsThatComeLate) {
@@ -372,9 +367,8 @@ TEST(StreamClock, LearnsTheTrueRateFromPcrsThatComeLate) {
     for (std::uint64_t k = 0; k < board::tunables::clockPatience + 1000; ++k) {
         clock.packet(pid, std::nullopt, std::nullopt);
     }
-    const Ticks before = play(clock, 0, 1);
-    EXPECT_NEAR(static_cast<double>(play(clock, step, 100) - before), 100 * static_cast<double>(step),
-                2 * static_cast<double>(step));
+    const Ticks before = play(clock, 0s, 1);
+    EXPECT_NEAR(inTicks(play(clock, step, 100) - before), 100 * inTicks(step), 2 * inTicks(step));
 }
 
 // A live stream in real time, told after every PCR's packets.
@@ -402,36 +396,36 @@ class LiveClock : public testing::Test {
 
     // How far time is from real time, in milliseconds.
     double error() const {
-        return static_cast<double>(clock.now() - real) / static_cast<double>(board::ticksPerMillisecond);
+        return inTicks(clock.now() - real) / inTicks(1ms);
     }
 
     StreamClock clock{board::SourceKind::live};
-    Ticks real = 0;
+    Ticks real{0};
 };
 
 TEST_F(LiveClock, FollowsRealTimeWhileNothingArrives) {
-    run(0, 50);
+    run(0s, 50);
     const Ticks before = clock.now();
-    pass(pause - 1);
+    pass(pause - Ticks(1));
     EXPECT_EQ(clock.now(), before) << "bursts are as far apart";
-    pass(1);
+    pass(Ticks(1));
     EXPECT_NEAR(error(), 0, 5);
     pass(step);
     EXPECT_NEAR(error(), 0, 5);
 }
 
 TEST_F(LiveClock, RunsByRealTimeWhenItsPcrHasDied) {
-    run(0, 50);
+    run(0s, 50);
     for (int k = 0; k < 50; ++k) { // a trickle of packets
         clock.packet(pid, std::nullopt, std::nullopt);
-        pass(board::ticksPerSecond / 10);
+        pass(100ms);
         EXPECT_NEAR(error(), 0, 600) << k;
     }
     EXPECT_NEAR(error(), 0, 100);
 }
 
 TEST_F(LiveClock, RunsByRealTimeWhenItsPcrIsStuck) {
-    run(0, 50);
+    run(0s, 50);
     for (int k = 0; k < 100; ++k) {
         packets(50 * step);
         pass(step);
@@ -442,7 +436,7 @@ TEST_F(LiveClock, RunsByRealTimeWhenItsPcrIsStuck) {
 TEST_F(LiveClock, RunsByRealTimeFromTheBeginningWhereNoTimeIsShown) {
     for (std::uint64_t k = 0; k < 2 * board::tunables::clockPatience; ++k) {
         clock.packet(pid, std::nullopt, std::nullopt);
-        pass(board::ticksPerMillisecond / 10); // 15 Mbit/s
+        pass(100us); // 15 Mbit/s
     }
     EXPECT_NEAR(error(), 0, 1);
 }
@@ -460,14 +454,14 @@ TEST_F(LiveClock, TakesBurstsFarApartForARunningStream) {
 }
 
 TEST_F(LiveClock, GoesOnAtOnceWhenTheSenderHadStopped) {
-    run(0, 50);
-    pass(3 * board::ticksPerSecond / 2);
+    run(0s, 50);
+    pass(1500ms);
     run(50 * step, 50);
     EXPECT_NEAR(error(), 0, 50);
 }
 
 TEST_F(LiveClock, CountsALossOnTheWayOnce) {
-    run(0, 50);
+    run(0s, 50);
     pass(20 * step);
     run(70 * step, 50);
     EXPECT_NEAR(error(), 0, 50);
@@ -478,7 +472,7 @@ TEST_F(LiveClock, KeepsToThePcrOfASenderThatIsTooSlow) {
         packets(k * step);
         pass(2 * step);
     }
-    EXPECT_NEAR(static_cast<double>(clock.now()), 500 * static_cast<double>(step), static_cast<double>(step));
+    EXPECT_NEAR(inTicks(clock.now()), 500 * inTicks(step), inTicks(step));
 }
 
 TEST_F(LiveClock, OwesNothingForAPauseInWhichItsStreamHasRun) {
@@ -488,8 +482,7 @@ TEST_F(LiveClock, OwesNothingForAPauseInWhichItsStreamHasRun) {
         }
         EXPECT_FALSE(clock.realTime(25 * step)) << read;
     }
-    EXPECT_NEAR(static_cast<double>(clock.now()), 499.9 * static_cast<double>(step),
-                static_cast<double>(step) / 10);
+    EXPECT_NEAR(inTicks(clock.now()), 499.9 * inTicks(step), inTicks(step) / 10);
 }
 
 // How long after the last packet time has gone on by a second.
@@ -498,10 +491,10 @@ class SilenceBehind : public LiveClock {
     double millisecondsUntilASecondIsOver() {
         const Ticks before = clock.now();
         const Ticks start = real;
-        while (clock.now() < before + board::ticksPerSecond) {
+        while (clock.now() < before + 1s) {
             pass(step / 10);
         }
-        return static_cast<double>(real - start) / static_cast<double>(board::ticksPerMillisecond);
+        return inTicks(real - start) / inTicks(1ms);
     }
 };
 

@@ -129,7 +129,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::size_t piece = chunks ? stream.size() : std::size_t{data[0]} * 4 + 1;
 
     board::PacketSync sync;
-    board::Analyser analyser(board::ticksPerSecond);
+    board::Analyser analyser(std::chrono::seconds(1));
     const auto take = [&](const std::uint8_t* packet) { analyser.packet(packet); };
     for (std::size_t at = 0; at < stream.size(); at += piece) {
         sync.push(std::span(stream).subspan(at, std::min(piece, stream.size() - at)), take);
