@@ -60,6 +60,10 @@ Descriptor openSocket(const NetworkAddress& address, const std::string& interfac
         reinterpret_cast<sockaddr_in6*>(&local.storage)->sin6_scope_id = index;
     }
     Descriptor socket(::socket(local.family(), SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+    if (socket.get() < 0) {
+        throw BoardError({"cannot open " + address.text, "a socket", std::strerror(errno),
+                          "check the limits of this process, and that this machine has such a network"});
+    }
     if (multicast) { // of which every receiver gets its own copy
         setOption(socket, SOL_SOCKET, SO_REUSEADDR, int{1});
     }

@@ -1,6 +1,7 @@
-// Standard input as a source of packets.
+// Files, pipes and standard input as sources of packets.
 #include "source/openSource.h"
 
+#include "boardError.h"
 #include "boardProcess.h"
 
 #include <array>
@@ -96,6 +97,20 @@ TEST(StandardInputSource, ReadsWhatHasArrivedAndNeverWaits) {
     EXPECT_EQ(read(), "0");
     input.end();
     EXPECT_EQ(read(), "0 and the end");
+}
+
+// A regular file whose first byte belongs to no memory.
+TEST(FileSource, SaysWhyItsFileCannotBeRead) {
+    const auto source = board::openSource("/proc/self/mem", {});
+    std::array<std::uint8_t, 10> buffer{};
+    try {
+        source->read(buffer);
+        ADD_FAILURE() << "nothing can be read there";
+    } catch (const board::BoardError& error) {
+        EXPECT_STREQ(error.what(),
+                     "cannot read /proc/self/mem: expected the bytes of a transport stream, got Input/output "
+                     "error; check the disk or the program that writes them");
+    }
 }
 
 TEST_F(BoardProcess, LeavesStandardInputToOthersAsItWas) {

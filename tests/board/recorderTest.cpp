@@ -116,6 +116,20 @@ TEST_F(Recorder, StopsThoughNothingArrives) {
     EXPECT_NE(stop().find("recorded 0 messages to " + file + "\nexit code 0"), std::string::npos) << console;
 }
 
+TEST_F(Recorder, SaysThatNoBoardTakesItsInstruction) {
+    EXPECT_EQ(outcome({"--record", file, "--instruct"}),
+              "mpegfe-board: cannot instruct the board: expected a reply to the instruction word, got none; "
+              "start the board first, or leave out --instruct\nexit code 1");
+    EXPECT_FALSE(std::filesystem::exists(file));
+}
+
+TEST_F(Recorder, SaysThatItsHostIsNoAddress) {
+    EXPECT_EQ(outcome({"--record", file, "--host", "no host"}),
+              "mpegfe-board: cannot connect to tcp://no host:5101: expected the address of a board, got "
+              "Invalid argument; check --host\nexit code 1");
+    EXPECT_FALSE(std::filesystem::exists(file));
+}
+
 TEST_F(Recorder, LeavesAnOlderRecordingAloneWhenItIsStoppedBeforeTheBoardAnswers) {
     writeRecording({{0us, "MPEG-STRUCT-PAT", sizeof(wire::PatRecord)}});
     const std::string before = recorded();

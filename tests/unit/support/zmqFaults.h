@@ -31,11 +31,11 @@ namespace zmqFaults {
 // A monitor is what tells of a socket's connection; its reading end is a socket of its own.
 enum class Call {
     contextNew,
-    contextEnd,
     socketNew,
     connect,
     option,
     receive,
+    contextEnd,
     monitor,
     monitorSocketNew,
     monitorConnect,
