@@ -98,10 +98,7 @@ int main(int argc, char** argv) {
     void* context = zmq_ctx_new();
     void* documents = connected(context, ZMQ_REQ, wire::documentEndpoint);
     void* requests = connected(context, ZMQ_REP, wire::requestEndpoint);
-    Feed feed{};
-    if (argc > 1 && std::strcmp(argv[1], "--open-feed") == 0) {
-        feed = openFeed();
-    }
+    Feed feed = argc > 1 && std::strcmp(argv[1], "--open-feed") == 0 ? openFeed() : Feed{};
     zmq_pollitem_t waiting{requests, 0, ZMQ_POLLIN, 0};
     for (;;) {
         char request[400]{};

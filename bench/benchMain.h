@@ -1,46 +1,46 @@
-// What the bench programs share: the service's console out of the way, the figures on standard error.
+// What the bench programs share. The figures go to the file of --benchmark_out, because standard output is
+// the service's console.
 #pragma once
 
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdio>
-#include <cstdlib>
-#include <iostream>
 #include <string>
 #include <vector>
 
-// The service prints to standard output a line at a time, as it always does; nobody reads it here.
-inline void sendConsoleNowhere() {
-    if (std::freopen("/dev/null", "w", stdout) == nullptr) {
-        std::perror("bench: /dev/null cannot be opened");
-        std::exit(1);
-    }
+// The service prints to standard output a line at a time, as it always does.
+inline void printByLine() {
     std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
 }
 
-// Takes the first count arguments, the files that the program works with, from its command line. Ends it when
-// there are not as many.
-inline std::vector<std::string> takeFiles(int& argc, char** argv, int count) {
-    if (argc <= count) {
-        std::fprintf(stderr, "%s needs %d files: see the top of its source\n", argv[0], count);
-        std::exit(2);
-    }
-    const std::vector<std::string> files(argv + 1, argv + 1 + count);
-    std::rotate(argv + 1, argv + 1 + count, argv + argc);
-    argc -= count;
-    return files;
+// The sample that this share of the samples is not above.
+inline double quantile(std::vector<double>& samples, double share) {
+    const auto rank = static_cast<std::ptrdiff_t>(share * static_cast<double>(samples.size() - 1));
+    std::nth_element(samples.begin(), samples.begin() + rank, samples.end());
+    return samples[static_cast<std::size_t>(rank)];
 }
 
-// Runs what has been registered and reports on standard error, and to the file of --benchmark_out.
+// Registers run as the contestant's work. Google Benchmark runs each benchmark by itself, so each loads its
+// own records first.
+template <typename Load, typename Run>
+void addBenchmark(const std::string& subject, const char* contestant, Load load, Run run) {
+    benchmark::RegisterBenchmark((subject + "|" + contestant).c_str(), [=](benchmark::State& state) {
+        load();
+        for (auto _ : state) {
+            run();
+            benchmark::ClobberMemory();
+        }
+    });
+}
+
+// Runs what has been registered.
 inline int runBenchmarks(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
         return 1;
     }
-    benchmark::ConsoleReporter reporter;
-    reporter.SetOutputStream(&std::cerr);
-    reporter.SetErrorStream(&std::cerr);
-    benchmark::RunSpecifiedBenchmarks(&reporter);
+    benchmark::RunSpecifiedBenchmarks();
     return 0;
 }

@@ -7,7 +7,6 @@
 #include "feed/recordStore.h"
 #include "serviceNames.h"
 
-#include <cstdint>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -63,27 +62,15 @@ void requireSameTables(const Subject& subject) {
     }
 }
 
-template <typename Collect>
-void addBenchmark(const Subject& subject, const char* contestant, Collect collect) {
-    benchmark::RegisterBenchmark((subject.name + "|" + contestant).c_str(),
-                                 [&subject, collect](benchmark::State& state) {
-                                     loadStream(subject.shape);
-                                     for (auto _ : state) {
-                                         collect(newestRecords.pat.programCount);
-                                         benchmark::ClobberMemory();
-                                     }
-                                 });
-}
-
 } // namespace
 
 int main(int argc, char** argv) {
-    sendConsoleNowhere();
-    const std::vector<Subject> subjects = makeSubjects();
-    for (const Subject& subject : subjects) {
+    printByLine();
+    for (const Subject& subject : makeSubjects()) {
         requireSameTables(subject);
-        addBenchmark(subject, "mpegFE", [](std::int32_t count) { collectPids(count); });
-        addBenchmark(subject, "plain", [](std::int32_t count) { collectPlainly(count); });
+        const auto load = [shape = subject.shape] { loadStream(shape); };
+        addBenchmark(subject.name, "mpegFE", load, [] { collectPids(newestRecords.pat.programCount); });
+        addBenchmark(subject.name, "plain", load, [] { collectPlainly(newestRecords.pat.programCount); });
     }
     return runBenchmarks(argc, argv);
 }

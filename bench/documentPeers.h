@@ -1,10 +1,8 @@
 // The peers that write the same documents from the same shapes: the straightforward way with snprintf and
 // strcat, Jansson, and RapidJSON.
 //
-// A writer has
-//   beginDocument(key), endDocument(), beginList(key), endList(), beginEntry(), endEntry()
-//   comma(), between two entries
-//   text(key, value), a member
+// A writer takes the calls that RapidJSON's Writer takes, in the same order: StartObject, Key, String,
+// StartArray, EndArray, EndObject.
 #pragma once
 
 #include "documents/documentShape.h"
@@ -28,6 +26,10 @@ struct Key {
     const char* furtherMember;
     const char* list;
     const char* document;
+
+    operator const char*() const {
+        return name;
+    }
 };
 template <Literal key>
 constexpr Key keyOf{
@@ -80,15 +82,13 @@ const char* textOf(Scratch&, const shape::Constant<text>&) {
 template <typename Writer, Literal key, typename Value>
 void tell(Writer& out, const shape::Member<key, Value>& member) {
     Scratch scratch;
-    out.text(keyOf<key>, textOf(scratch, member.value));
+    out.Key(keyOf<key>);
+    out.String(textOf(scratch, member.value));
 }
 
+// Writers place their commas themselves; none of the documents measured has a stray one.
 template <typename Writer>
-void tell(Writer& out, const shape::StrayComma& comma) {
-    if (comma.isThere) {
-        out.comma();
-    }
-}
+void tell(Writer&, const shape::StrayComma&) {}
 
 template <typename Writer, typename One, typename Other>
 void tell(Writer& out, const shape::Either<One, Other>& either) {
@@ -100,36 +100,11 @@ void tellAll(Writer& out, const std::tuple<Parts...>& parts) {
     std::apply([&](const auto&... part) { (tell(out, part), ...); }, parts);
 }
 
-template <typename Writer, typename Shape>
-void tellEntries(Writer& out, int count, const Shape& shape) {
-    for (int k = 0; k < count; ++k) {
-        if (k > 0) {
-            out.comma();
-        }
-        tell(out, shape(k));
-    }
-}
-
 template <typename Writer, typename... Members>
 void tell(Writer& out, const shape::Object<Members...>& object) {
-    out.beginEntry();
+    out.StartObject();
     tellAll(out, object.members);
-    out.endEntry();
-}
-
-template <typename Writer, typename List>
-void tellList(Writer& out, const Key& key, const List& list) {
-    out.beginList(key);
-    tellEntries(out, list.count, [&](int k) { return list.shape(list.entries[k]); });
-    out.endList();
-}
-template <typename Writer, Literal key, Literal emptyWord, typename Entry, typename Shape>
-void tell(Writer& out, const shape::List<key, emptyWord, Entry, Shape>& list) {
-    tellList(out, keyOf<key>, list);
-}
-template <typename Writer, Literal key, typename Entry, typename Shape>
-void tell(Writer& out, const shape::LimitedList<key, Entry, Shape>& list) {
-    tellList(out, keyOf<key>, list);
+    out.EndObject();
 }
 
 template <typename Writer, typename Block>
@@ -140,162 +115,152 @@ void tell(Writer& out, const shape::Optional<Block>& optional) {
 }
 template <typename Writer, typename Shape>
 void tell(Writer& out, const shape::Entries<Shape>& entries) {
-    tellEntries(out, entries.count, entries.shape);
-}
-template <typename Writer, typename Shape>
-void tell(Writer& out, const shape::EntriesAfterCommas<Shape>& entries) {
     for (int k = 0; k < entries.count; ++k) {
-        out.comma();
         tell(out, entries.shape(k));
     }
 }
+template <typename Writer, typename Shape>
+void tell(Writer& out, const shape::EntriesAfterCommas<Shape>& entries) {
+    tell(out, shape::entries(entries.count, entries.shape));
+}
 template <typename Writer, Literal key, typename... Parts>
 void tell(Writer& out, const shape::Blocks<key, Parts...>& blocks) {
-    out.beginList(keyOf<key>);
+    out.Key(keyOf<key>);
+    out.StartArray();
     tellAll(out, blocks.parts);
-    out.endList();
+    out.EndArray();
+}
+
+template <Literal key, typename Writer, typename List>
+void tellList(Writer& out, const List& list) {
+    tell(out,
+         shape::blocks<key>(shape::entries(list.count, [&](int k) { return list.shape(list.entries[k]); })));
+}
+template <typename Writer, Literal key, Literal emptyWord, typename Entry, typename Shape>
+void tell(Writer& out, const shape::List<key, emptyWord, Entry, Shape>& list) {
+    tellList<key>(out, list);
+}
+template <typename Writer, Literal key, typename Entry, typename Shape>
+void tell(Writer& out, const shape::LimitedList<key, Entry, Shape>& list) {
+    tellList<key>(out, list);
+}
+
+template <typename Writer>
+void beginDocument(Writer& out, const Key& key) {
+    out.StartObject();
+    out.Key("requestReply");
+    out.String("dataStream");
+    out.Key("dataStream");
+    out.String(key.name);
+    out.Key(key.name);
+    out.StartObject();
 }
 
 template <typename Writer, Literal name, typename... Elements>
 void tell(Writer& out, const shape::Document<name, Elements...>& document) {
-    out.beginDocument(keyOf<name>);
+    beginDocument(out, keyOf<name>);
     tellAll(out, document.elements);
-    out.endDocument();
+    out.EndObject();
+    out.EndObject();
 }
 
 // --- the writers -------------------------------------------------------------------------------------------
+
+// RapidJSON's, as a type of ours, so that the functions above are found for it.
+struct RapidJsonWriter : rapidjson::Writer<rapidjson::StringBuffer> {
+    using Writer::Writer;
+};
 
 // Every piece is appended with strcat, which looks for the end of the text each time.
 class PlainWriter {
   public:
     explicit PlainWriter(char* buffer) : out(buffer) {}
 
-    void beginDocument(const Key& key) {
-        std::strcpy(out, key.document);
-        isFirstMember = true;
+    void StartObject() {
+        std::strcat(out, isFirst ? "{" : ",{");
+        isFirst = true;
     }
-    void endDocument() {
-        std::strcat(out, "}}");
-    }
-    void beginList(const Key& key) {
-        std::strcat(out, key.list);
-    }
-    void endList() {
-        std::strcat(out, "]");
-    }
-    void comma() {
-        isAfterComma = true;
-    }
-    void beginEntry() {
-        std::strcat(out, std::exchange(isAfterComma, false) ? ",{" : "{");
-        isFirstMember = true;
-    }
-    void endEntry() {
+    void EndObject() {
         std::strcat(out, "}");
+        isFirst = false;
     }
-    void text(const Key& key, const char* value) {
-        std::strcat(out, std::exchange(isFirstMember, false) ? key.firstMember : key.furtherMember);
+    void StartArray() {
+        std::strcat(out, key->list);
+        isFirst = true;
+    }
+    void EndArray() {
+        std::strcat(out, "]");
+        isFirst = false;
+    }
+    void Key(const ::Key& next) {
+        key = &next;
+    }
+    void String(const char* value) {
+        std::strcat(out, std::exchange(isFirst, false) ? key->firstMember : key->furtherMember);
         std::strcat(out, value);
         std::strcat(out, "\"");
     }
 
+    // The envelope is one piece.
+    friend void beginDocument(PlainWriter& writer, const ::Key& key) {
+        std::strcpy(writer.out, key.document);
+        writer.isFirst = true;
+    }
+
   private:
     char* out;
-    bool isAfterComma = false;
-    bool isFirstMember = true;
+    const ::Key* key = nullptr;
+    bool isFirst = true; // of the members or entries of what is open
 };
 
 // Builds the whole object, then dumps it.
 class JanssonWriter {
   public:
+    JanssonWriter() = default;
     ~JanssonWriter() {
-        json_decref(root);
+        json_decref(opened[0]);
         std::free(dumped);
     }
-    JanssonWriter() = default;
     JanssonWriter(const JanssonWriter&) = delete;
     JanssonWriter& operator=(const JanssonWriter&) = delete;
 
-    void beginDocument(const Key& key) {
-        document = object = json_object();
-        json_object_set_new(root, "requestReply", json_string("dataStream"));
-        json_object_set_new(root, "dataStream", json_string(key.name));
-        json_object_set_new(root, key.name, document);
+    void StartObject() {
+        open(json_object());
     }
-    void endDocument() {
-        dumped = json_dumps(root, JSON_COMPACT);
+    void EndObject() {
+        --depth;
     }
-    void beginList(const Key& key) {
-        list = json_array();
-        json_object_set_new(document, key.name, list);
+    void StartArray() {
+        open(json_array());
     }
-    void endList() {
-        object = document;
+    void EndArray() {
+        --depth;
     }
-    void comma() {}
-    void beginEntry() {
-        object = json_object();
-        json_array_append_new(list, object);
+    void Key(const char* next) {
+        key = next;
     }
-    void endEntry() {}
-    void text(const Key& key, const char* value) {
-        json_object_set_new(object, key.name, json_string(value));
+    void String(const char* value) {
+        add(json_string(value));
     }
-    const char* result() const {
-        return dumped;
+    const char* result() {
+        return dumped = json_dumps(opened[0], JSON_COMPACT);
     }
 
   private:
-    json_t* root = json_object();
-    json_t* document = nullptr;
-    json_t* list = nullptr;
-    json_t* object = nullptr;
+    void open(json_t* value) {
+        if (depth > 0) {
+            add(value);
+        }
+        opened[depth++] = value;
+    }
+    void add(json_t* value) {
+        json_t* innermost = opened[depth - 1];
+        json_is_array(innermost) ? json_array_append_new(innermost, value)
+                                 : json_object_set_new(innermost, key, value);
+    }
+
+    json_t* opened[5]{}; // from the whole object on
+    int depth = 0;
+    const char* key = nullptr;
     char* dumped = nullptr;
-};
-
-// Streams into a buffer that keeps its memory from one document to the next.
-class RapidJsonWriter {
-  public:
-    explicit RapidJsonWriter(rapidjson::StringBuffer& out) : buffer(out) {
-        buffer.Clear();
-    }
-
-    void beginDocument(const Key& key) {
-        writer.StartObject();
-        writer.Key("requestReply");
-        writer.String("dataStream");
-        writer.Key("dataStream");
-        writer.String(key.name);
-        writer.Key(key.name);
-        writer.StartObject();
-    }
-    void endDocument() {
-        writer.EndObject();
-        writer.EndObject();
-    }
-    void beginList(const Key& key) {
-        writer.Key(key.name);
-        writer.StartArray();
-    }
-    void endList() {
-        writer.EndArray();
-    }
-    void comma() {}
-    void beginEntry() {
-        writer.StartObject();
-    }
-    void endEntry() {
-        writer.EndObject();
-    }
-    void text(const Key& key, const char* value) {
-        writer.Key(key.name);
-        writer.String(value);
-    }
-    const char* result() const {
-        return buffer.GetString();
-    }
-
-  private:
-    rapidjson::StringBuffer& buffer;
-    rapidjson::Writer<rapidjson::StringBuffer> writer{buffer};
 };

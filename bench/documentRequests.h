@@ -1,11 +1,9 @@
-// The requests that are measured, each with the document that it ends in.
+// The requests that are measured, each with the records that the parser publishes for it.
 #pragma once
 
-#include "exchange.h"
-#include "workloads.h"
+#include "serviceNames.h"
+#include "wire/topics.h"
 
-#include <chrono>
-#include <string>
 #include <vector>
 
 struct DocumentRequest {
@@ -31,23 +29,3 @@ inline const std::vector<DocumentRequest> documentRequests{
     programDetailRequest,
     {"EIT", R"("dataStream": "EIT", "status": "on")", {eitTopic, patTopic, tsStatusTopic}, true},
 };
-
-struct ExchangeTimes {
-    std::chrono::duration<double> toDocument; // from the request's send to the document's arrival
-    // From the document's acknowledgement until the next request is acknowledged: the reply wait and what
-    // follows it.
-    std::chrono::duration<double> replyWait;
-};
-
-// Requests the document, publishes its records, and acknowledges the document. Leaves the feed open. Throws
-// std::runtime_error when a document has another length than before.
-ExchangeTimes startDocument(testSupport::Exchange& exchange, const DocumentRequest& request);
-
-// The same, and stops the feed again.
-ExchangeTimes runDocument(testSupport::Exchange& exchange, const DocumentRequest& request);
-
-// Makes the programs known to the program if the request is to find them so, and runs the request once.
-void prepare(testSupport::Exchange& exchange, const DocumentRequest& request);
-
-// Asks the service for each document once, because the bare program must be told how long they are.
-void learnDocumentLengths(const std::string& service);

@@ -112,10 +112,9 @@ def footprint(measured):
 
 
 def stripped_size():
-    with tempfile.TemporaryDirectory() as directory:
-        stripped = os.path.join(directory, "mpegFE")
-        subprocess.run(["strip", "-o", stripped, SERVICE], check=True)
-        return os.path.getsize(stripped)
+    with tempfile.NamedTemporaryFile() as stripped:
+        subprocess.run(["strip", "-o", stripped.name, SERVICE], check=True)
+        return os.path.getsize(stripped.name)
 
 
 # The tables of each group of measurements: title, and what makes its figures.

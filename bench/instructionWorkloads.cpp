@@ -3,12 +3,10 @@
 //   valgrind --tool=callgrind --collect-atstart=no
 // which then dumps one profile for each workload, named after it. Run alone, it does the same and counts
 // nothing.
-//
-// usage: instructionWorkloads [--toolchain]     --toolchain: prints what the counts depend on
-#include "benchMain.h"
+#include "documentRequests.h"
 #include "documents.h"
 #include "replay/recording.h"
-#include "replayedSockets.h"
+#include "replayedRecords.h"
 
 #include "feed/reception.h"
 #include "feed/recordStore.h"
@@ -17,13 +15,12 @@
 #include "serviceNames.h"
 #include "support/jsonText.h"
 
-#include <gnu/libc-version.h>
+#include <benchmark/benchmark.h>
 #include <jansson.h>
 #include <valgrind/callgrind.h>
 
 #include <optional>
 #include <string>
-#include <string_view>
 
 namespace {
 
@@ -31,6 +28,7 @@ namespace {
 template <typename Work>
 void measure(const std::string& name, Work work) {
     work();
+    CALLGRIND_ZERO_STATS;
     CALLGRIND_TOGGLE_COLLECT;
     work();
     CALLGRIND_TOGGLE_COLLECT;
@@ -51,18 +49,12 @@ void measureCollection(const std::string& name, const StreamShape& shape) {
     measure("collection/" + name, [] { collectPids(newestRecords.pat.programCount); });
 }
 
-// One rotation of the nine topics a run. Two different rotations in turn change every record.
+// One rotation of the nine topics a run.
 void measureReception(const char* name, bool changing) {
     loadFullTables();
-    std::vector<PublishedRecord> script = allPublishedNow();
-    std::vector<PublishedRecord> next = script;
-    if (changing) {
-        changeLastBytes(next);
-    }
-    script.insert(script.end(), next.begin(), next.end());
-    replay(script);
+    replay(twoRotations(changing));
     FeedContext feed{};
-    feed.subscribers[0] = recordSocket();
+    feed.subscribers[0] = subscriberToAll();
     measure(std::string("reception/") + name, [&] {
         for (std::size_t message = 0; message < topics.size(); ++message) {
             receiveMpegTopic(&feed, &programCount);
@@ -70,27 +62,30 @@ void measureReception(const char* name, bool changing) {
     });
 }
 
-void serve(const std::string& request, MpegSession& session, FeedContext& feed) {
-    json_error_t error;
-    json_t* parsed = parseJson(request.c_str(), error);
-    dispatchClientRequest(parsed, &session, &feed);
-    json_decref(parsed);
+// What serve asks for, each request with a call of its argument, while the parser publishes the script.
+template <typename Serve>
+void measureSession(const std::string& name, std::vector<PublishedRecord> script, Serve serve) {
+    replay(std::move(script));
+    MpegSession session{};
+    session.docSocket = scriptedZmq::documentSocket();
+    FeedContext feed{};
+    measure("session/" + name, [&] {
+        serve([&](const std::string& request) {
+            json_error_t error;
+            json_t* parsed = parseJson(request.c_str(), error);
+            dispatchClientRequest(parsed, &session, &feed);
+            json_decref(parsed);
+        });
+    });
 }
 
 // A client's request from its parsing to its document, and the stop that follows it.
-void measureSession(const std::string& name, const char* request, std::initializer_list<Topic> published) {
+void measureRequest(const DocumentRequest& request) {
     loadFullTables();
-    std::vector<PublishedRecord> script;
-    for (const Topic& topic : published) {
-        script.push_back(publishedNow(topic));
-    }
-    replay(script);
-    MpegSession session{};
-    session.docSocket = documentSocket();
-    FeedContext feed{};
-    measure("session/" + name, [&] {
-        serve(request, session, feed);
-        serve(R"({"dataStream": "pidData", "status": "off"})", session, feed);
+    const std::string text = std::string("{") + request.members + "}";
+    measureSession(request.name, publishedNow(request.topics), [&](auto ask) {
+        ask(text);
+        ask(R"({"dataStream": "pidData", "status": "off"})");
     });
 }
 
@@ -109,46 +104,31 @@ std::vector<PublishedRecord> readRecording(const char* path) {
 
 // Every request in turn, over what a board published for a stream with all tables.
 void measureRecording(const char* path) {
-    replay(readRecording(path));
     newestRecords = {};
     previousRecords = {};
-    MpegSession session{};
-    session.docSocket = documentSocket();
-    FeedContext feed{};
-    measure("session/every request over a recording", [&] {
-        serve(R"({"dataStream": "pgmDetail", "patIndex": "1"})", session, feed);
+    measureSession("every request over a recording", readRecording(path), [](auto ask) {
+        ask(R"({"dataStream": "pgmDetail", "patIndex": "1"})");
         for (const char* dataStream : {"pidData", "pgmData", "PAT", "CAT", "NIT", "SDT", "EIT", "TDT"}) {
             const std::string request = std::string(R"({"dataStream": ")") + dataStream + R"(", "status": ")";
-            serve(request + R"(on"})", session, feed);
-            serve(request + R"(off"})", session, feed);
+            ask(request + R"(on"})");
+            ask(request + R"(off"})");
         }
     });
 }
 
-void measureSessions() {
-    measureSession("pidData", R"({"dataStream": "pidData", "status": "on"})",
-                   {patTopic, sdtTopic, pmtTopic, tsStatusTopic});
-    measureSession("pgmData", R"({"dataStream": "pgmData", "status": "on"})",
-                   {patTopic, sdtTopic, pmtTopic, tsStatusTopic});
-    measureSession("pgmDetail", R"({"dataStream": "pgmDetail", "patIndex": "1"})",
-                   {patTopic, sdtTopic, pmtTopic, avPgmTopic, tsStatusTopic});
-    measureSession("EIT", R"({"dataStream": "EIT", "status": "on"})", {eitTopic, patTopic, tsStatusTopic});
-}
-
 } // namespace
 
-int main(int argc, char** argv) {
-    if (argc > 1 && std::string_view(argv[1]) == "--toolchain") {
-        std::printf("compiler %s, C library %s, Jansson %s\n", __VERSION__, gnu_get_libc_version(),
-                    jansson_version_str());
-        return 0;
-    }
-    sendConsoleNowhere();
+int main() {
+    std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ); // as the service does
     measureDocuments();
     measureCollection("108 PIDs", {108, 20, 2, 1, 0, true});
     measureCollection("worst case", {maxPids, maxPmtSlots, maxAudioTracks, maxPrivatePids, maxEcmPids, true});
     measureReception("unchanged", false);
     measureReception("changed", true);
-    measureSessions();
+    for (const DocumentRequest& request : documentRequests) {
+        if (request.programsKnown) {
+            measureRequest(request);
+        }
+    }
     measureRecording(MPEGFE_RECORDING);
 }

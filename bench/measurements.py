@@ -1,8 +1,12 @@
 """Runs the bench programs and reads what they measured."""
 
+import contextlib
 import json
+import os
+import platform
 import statistics
 import subprocess
+import tempfile
 from dataclasses import dataclass
 from pathlib import Path
 
@@ -10,8 +14,17 @@ ROOT = Path(__file__).resolve().parent.parent
 BUILD = ROOT / "build" / "bench"
 RESULTS = ROOT / "bench" / "results"
 SERVICE = BUILD / "src" / "mpegFE"
-BARE_SOCKETS = BUILD / "bench" / "bareSockets"
-HEAP_COUNTER = BUILD / "tests" / "support" / "libheapCounter.so"
+
+
+@contextlib.contextmanager
+def pipe():
+    """One that somebody reads."""
+    with subprocess.Popen(["cat"], stdin=subprocess.PIPE, stdout=subprocess.DEVNULL) as reader:
+        yield reader.stdin
+
+
+# Where the service's console can lead while something is timed.
+CONSOLES = {"file": tempfile.TemporaryFile, "pipe": pipe, "/dev/null": lambda: open(os.devnull, "wb")}
 
 
 @dataclass(frozen=True)
@@ -19,19 +32,19 @@ class Program:
     """A bench program, how often it repeats, and which figure tells a contestant's cost."""
 
     name: str
-    arguments: tuple
-    repetitions: int
+    filter: str  # which of its benchmarks, all without one
     seconds: float  # of each repetition, where the program does not fix the number of iterations
     cost: str  # key of the figure in Google Benchmark's results
+    prints: bool = False  # whether it matters where the console leads
+    repetitions: int = 15
 
 
-PROCESSES = (SERVICE, BARE_SOCKETS, HEAP_COUNTER)
 PROGRAMS = {
-    "documents": Program("documentsBench", (), 15, 0.03, "cpu_time"),
-    "collection": Program("collectionBench", (), 15, 0.02, "cpu_time"),
-    "reception": Program("receptionBench", (), 15, 0, "mpegFE"),
-    "requests": Program("processBench", (*PROCESSES, "--benchmark_filter=^request"), 15, 0, "toDocument"),
-    "footprint": Program("processBench", (*PROCESSES, "--benchmark_filter=-^request"), 15, 0, "real_time"),
+    "documents": Program("documentsBench", "", 0.03, "cpu_time"),
+    "collection": Program("collectionBench", "", 0.02, "cpu_time"),
+    "reception": Program("receptionBench", "", 0, "mpegFE", True),
+    "requests": Program("processBench", "^request", 0, "toDocument"),
+    "footprint": Program("processBench", "-^request", 0, "real_time"),
 }
 
 
@@ -44,7 +57,7 @@ class Measured:
         # Contestants take random turns; their families are numbered in the order of the program's own list.
         for entry in sorted(entries, key=lambda entry: entry["family_index"]):
             subject, _, rest = entry["name"].partition("|")
-            contestant = rest.split("/iterations:")[0].removesuffix("/real_time").removesuffix("/manual_time")
+            contestant = rest.partition("/")[0]  # behind it, how it was run
             self._runs.setdefault((subject, contestant), []).append(entry)
 
     def subjects(self, prefix=""):
@@ -78,16 +91,32 @@ class Measured:
         return statistics.median(spreads) if spreads else 0.0
 
 
-def measure(group, quick):
-    """Runs the group's program with its contestants in random turns. Raises when it fails."""
-    program = PROGRAMS[group]
+def toolchain():
+    """What the programs are built with and run on."""
+    def said(*command):
+        return subprocess.run(command, capture_output=True, text=True, check=True).stdout.strip()
+    return (f"compiler {said('g++', '-dumpfullversion')}, C library {platform.libc_ver()[1]}, "
+            f"Jansson {said('pkg-config', '--modversion', 'jansson')}")
+
+
+def run_program(group, command, console):
+    """What it measured. Raises when it fails."""
     out = RESULTS / f"{group}.json"
-    command = [BUILD / "bench" / program.name, *program.arguments, f"--benchmark_out={out}",
+    with CONSOLES[console]() as output, open(RESULTS / f"{group}.log", "wb") as log:
+        subprocess.run([*command, f"--benchmark_out={out}"], stdout=output, stderr=log, check=True)
+    entries = json.loads(out.read_text(encoding="utf-8"))["benchmarks"]
+    return [entry for entry in entries if entry["run_type"] == "iteration"]
+
+
+def measure(group, quick):
+    """Runs the group's program with its contestants in random turns."""
+    program = PROGRAMS[group]
+    command = [BUILD / "bench" / program.name, f"--benchmark_filter={program.filter}",
                f"--benchmark_repetitions={3 if quick else program.repetitions}",
                "--benchmark_enable_random_interleaving=true"]
     if program.seconds:
         command.append(f"--benchmark_min_time={program.seconds / 5 if quick else program.seconds}")
-    with open(RESULTS / f"{group}.log", "w", encoding="utf-8") as log:
-        subprocess.run(command, stderr=log, check=True)
-    entries = json.loads(out.read_text(encoding="utf-8"))["benchmarks"]
-    return Measured([entry for entry in entries if entry["run_type"] == "iteration"], program.cost)
+    if not program.prints:
+        return Measured(run_program(group, command, "/dev/null"), program.cost)
+    return Measured([{**entry, "name": entry["name"].replace("|", f", console to {console}|")}
+                     for console in CONSOLES for entry in run_program(group, command, console)], program.cost)

@@ -7,7 +7,6 @@
 #include "model/pidTable.h"
 #include "serviceNames.h"
 
-#include <array>
 #include <cstdio>
 #include <cstring>
 #include <utility>
@@ -52,15 +51,12 @@ inline float claim(int position, int first, int pid, PidType type, const char* n
     return entry.pidRate;
 }
 
+constexpr std::pair<int, const char*> psiNames[]{{patPid, "PAT"}, {catPid, "CAT"}, {nitPid, "NIT"},
+                                                 {sdtPid, "SDT"}, {eitPid, "EIT"}, {tdtPid, "TDT"},
+                                                 {31, "SIT"}};
+
 inline const char* psiName(int pid) {
-    static constexpr std::array<std::pair<int, const char*>, 7> names{{{patPid, "PAT"},
-                                                                       {catPid, "CAT"},
-                                                                       {nitPid, "NIT"},
-                                                                       {sdtPid, "SDT"},
-                                                                       {eitPid, "EIT"},
-                                                                       {tdtPid, "TDT"},
-                                                                       {31, "SIT"}}};
-    for (const auto& [named, name] : names) {
+    for (const auto& [named, name] : psiNames) {
         if (named == pid) {
             return name;
         }

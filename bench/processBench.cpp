@@ -7,16 +7,19 @@
 // of the exchanges, because whoever else is at work on the machine only ever adds to it; "replyWait" is what
 // follows the document, the service's wait for the acknowledgement in steps of 10 ms until it takes the next
 // request, the median.
-//
-// usage: processBench MPEGFE BARE-SOCKETS HEAP-COUNTER [options of Google Benchmark]
 #include "benchMain.h"
 #include "documentRequests.h"
+#include "exchange.h"
 #include "isolation.h"
 #include "sharedHeap.h"
+#include "workloads.h"
 
-#include <algorithm>
+#include <chrono>
 #include <fstream>
 #include <map>
+#include <stdexcept>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -27,12 +30,76 @@ constexpr int exchangesPerStart = 20; // of one kind
 constexpr int exchangesWhenBusy = 3;  // of each kind
 constexpr int exchangesCounted = 10;  // of each kind
 
-// The sample that this share of the samples is not above.
-double quantile(std::vector<double>& samples, double share) {
-    const auto rank = static_cast<std::ptrdiff_t>(share * static_cast<double>(samples.size() - 1));
-    std::nth_element(samples.begin(), samples.begin() + rank, samples.end());
-    return samples[static_cast<std::size_t>(rank)];
+// --- the exchange of a request for its document ---------------------------------------------------------
+
+struct ExchangeTimes {
+    std::chrono::duration<double> toDocument; // from the request's send to the document's arrival
+    // From the document's acknowledgement until the next request is acknowledged: the reply wait and what
+    // follows it.
+    std::chrono::duration<double> replyWait;
+};
+
+// As the service made it when it was asked first.
+std::map<std::string, std::size_t> documentLengths; // by the request's name
+
+// What both contestants are sent. The members that begin with "bare" tell the bare program, which has no
+// documents of its own, what its exchange looks like; the service has no use for them.
+std::string requestText(const DocumentRequest& request) {
+    unsigned wanted = 0;
+    for (const Topic& topic : request.topics) {
+        wanted |= topic.bit;
+    }
+    return std::string("{") + request.members + ", \"bareTopics\": " + std::to_string(wanted) +
+           ", \"bareLength\": " + std::to_string(documentLengths[request.name]) + "}";
 }
+
+// Requests the document, publishes its records, and acknowledges the document. Leaves the feed open. Throws
+// std::runtime_error when a document has another length than before.
+ExchangeTimes startDocument(Exchange& exchange, const DocumentRequest& request) {
+    using Clock = std::chrono::steady_clock;
+    const std::string text = requestText(request);
+    const Clock::time_point sent = Clock::now();
+    exchange.startFeed(text, request.topics.size());
+    for (const auto& [topic, bytes] : publishedNow(request.topics)) {
+        exchange.publish(topic->name, {bytes.data(), bytes.size()});
+    }
+    const std::size_t length = exchange.awaitDocument().size();
+    const Clock::time_point arrived = Clock::now();
+    std::size_t& knownLength = documentLengths[request.name];
+    if (knownLength != 0 && knownLength != length) {
+        throw std::runtime_error("the document has another length than before");
+    }
+    knownLength = length;
+    exchange.acknowledgeDocument();
+    const Clock::time_point acknowledged = Clock::now();
+    exchange.awaitReady();
+    return {arrived - sent, Clock::now() - acknowledged};
+}
+
+// The same, and stops the feed again.
+ExchangeTimes runDocument(Exchange& exchange, const DocumentRequest& request) {
+    const ExchangeTimes times = startDocument(exchange, request);
+    exchange.stopFeed();
+    return times;
+}
+
+// Makes the programs known to the program if the request is to find them so, and runs the request once.
+void prepare(Exchange& exchange, const DocumentRequest& request) {
+    if (request.programsKnown) {
+        runDocument(exchange, programDetailRequest);
+    }
+    runDocument(exchange, request);
+}
+
+// Asks the service for each document once, because the bare program must be told how long they are.
+void learnDocumentLengths(const std::string& service) {
+    for (const DocumentRequest& request : documentRequests) {
+        Exchange exchange(silently(service));
+        prepare(exchange, request);
+    }
+}
+
+// --- what is measured of a program ----------------------------------------------------------------------
 
 void measureRequest(benchmark::State& state, const std::string& program, const DocumentRequest& request) {
     Exchange exchange(silently(program));
@@ -99,9 +166,9 @@ void measureBusy(benchmark::State& state, const std::string& program) {
 }
 
 // Modules that allocated nothing while the program served are left out, but for the program itself.
-void measureAllocations(benchmark::State& state, const std::string& program, const std::string& counter) {
+void measureAllocations(benchmark::State& state, const std::string& program) {
     const testSupport::SharedHeap heap;
-    Exchange exchange(silently(program, heap.environment(counter)));
+    Exchange exchange(silently(program, heap.environment(HEAP_COUNTER)));
     prepare(exchange, pidListRequest);
     auto before = heap.modules();
     serveEverything(exchange, exchangesCounted);
@@ -131,12 +198,11 @@ void add(const std::string& name, Measure measure, const Arguments&... arguments
 } // namespace
 
 int main(int argc, char** argv) {
-    const std::vector<std::string> files = takeFiles(argc, argv, 3);
     testSupport::enterIsolation();
     loadFullTables();
-    learnDocumentLengths(files[0]);
-    for (const std::string contestant : {"mpegFE", "sockets"}) {
-        const std::string& program = contestant == "mpegFE" ? files[0] : files[1];
+    learnDocumentLengths(MPEGFE);
+    const std::map<std::string, std::string> programs{{"mpegFE", MPEGFE}, {"sockets", BARE_SOCKETS}};
+    for (const auto& [contestant, program] : programs) {
         for (const DocumentRequest& request : documentRequests) {
             add(std::string("request/") + request.name + "|" + contestant, measureRequest, program, request);
         }
@@ -144,7 +210,8 @@ int main(int argc, char** argv) {
         add("memory, idle|" + contestant, measureIdle, silently(program));
         add("memory, busy|" + contestant, measureBusy, program);
     }
-    add("memory, busy|sockets, only open", measureIdle, std::vector<std::string>{files[1], "--open-feed"});
-    add("allocations|mpegFE", measureAllocations, files[0], files[2]);
+    add("memory, busy|sockets, only open", measureIdle,
+        std::vector<std::string>{BARE_SOCKETS, "--open-feed"});
+    add("allocations|mpegFE", measureAllocations, std::string(MPEGFE));
     return runBenchmarks(argc, argv);
 }

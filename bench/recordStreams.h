@@ -9,37 +9,13 @@
 #include <thread>
 #include <vector>
 
-// Nine records that never change, or in turn nine more that differ from them in the last byte: the change
-// detection reads each record to its end either way.
-class Rotation {
-  public:
-    explicit Rotation(bool changing) : changes(changing), first(allPublishedNow()), second(first) {
-        changeLastBytes(second);
-    }
-
-    void publishAll(zmq::socket_t& publisher) {
-        for (const PublishedRecord& record : changes&& turn++ % 2 == 1 ? second : first) {
-            if (publisher.send(zmq::buffer(std::string_view(record.topic->name)), zmq::send_flags::sndmore)) {
-                publisher.send(zmq::str_buffer("1"), zmq::send_flags::sndmore);
-                publisher.send(zmq::buffer(record.bytes), zmq::send_flags::none);
-            }
-        }
-    }
-
-  private:
-    bool changes;
-    unsigned turn = 0;
-    std::vector<PublishedRecord> first;
-    std::vector<PublishedRecord> second;
-};
-
 // From the wire, it is published over TCP by a thread with a context of its own, as fast as it is taken: the
 // publisher waits for its subscriber, so that nothing is lost, and does not get far ahead of it. Else it is
 // queued, published within the process before it is received.
 class RecordStream {
   public:
     RecordStream(bool wire, bool changing)
-        : fromWire(wire), rotation(changing), receiving(wire ? otherContext : context, ZMQ_SUB) {
+        : fromWire(wire), records(twoRotations(changing)), receiving(wire ? otherContext : context, ZMQ_SUB) {
         for (zmq::socket_t* end : {&publisher, &receiving}) {
             end->set(zmq::sockopt::linger, 0);
             end->set(zmq::sockopt::sndhwm, fromWire ? messagesOnTheWay : 0);
@@ -55,7 +31,7 @@ class RecordStream {
             publisher.set(zmq::sockopt::sndtimeo, 100); // so that the thread sees the end
             thread = std::jthread([this](const std::stop_token& stopping) {
                 while (!stopping.stop_requested()) {
-                    rotation.publishAll(publisher);
+                    publishRotation();
                 }
             });
         }
@@ -70,7 +46,7 @@ class RecordStream {
     // slower than the publisher.
     void prepareTurn() {
         for (int k = 0; !fromWire && k < rotationsOfATurn(); ++k) {
-            rotation.publishAll(publisher);
+            publishRotation();
         }
         zmq::message_t part;
         for (std::size_t parts = fromWire ? 3 * rotationsToSettle * topics.size() : 0; parts > 0; --parts) {
@@ -88,8 +64,19 @@ class RecordStream {
     static constexpr int bytesOnTheWay = 128 * 1024;
     static constexpr int rotationsToSettle = 20;
 
+    void publishRotation() {
+        for (std::size_t k = 0; k < topics.size(); ++k) {
+            const auto& [topic, bytes] = records[published++ % records.size()];
+            if (publisher.send(zmq::buffer(std::string_view(topic->name)), zmq::send_flags::sndmore)) {
+                publisher.send(zmq::str_buffer("1"), zmq::send_flags::sndmore);
+                publisher.send(zmq::buffer(bytes), zmq::send_flags::none);
+            }
+        }
+    }
+
     bool fromWire;
-    Rotation rotation;
+    std::vector<PublishedRecord> records;
+    std::size_t published = 0; // records so far
     zmq::context_t context;
     zmq::context_t otherContext;
     zmq::socket_t publisher{context, ZMQ_PUB};

@@ -1,16 +1,16 @@
-"""Measures the service beside its peers, and reports the ratios. bench/run builds what this runs."""
+"""Measures the service beside its peers, and reports the ratios."""
 
-import argparse
 import dataclasses
 import datetime
 import json
 import os
 import platform
-import subprocess
+import re
 import sys
+from pathlib import Path
 
 from figures import TABLES
-from measurements import RESULTS, ROOT, measure
+from measurements import RESULTS, ROOT, measure, toolchain
 
 PERFORMANCE = ROOT / "docs" / "performance.md"
 BEGIN = "<!-- figures of one run, written by bench/run --publish -->\n"
@@ -19,14 +19,11 @@ END = "<!-- end of the figures -->\n"
 
 def machine():
     """What the run depends on, in words."""
-    with open("/proc/cpuinfo", encoding="utf-8") as lines:
-        model = next((line.split(":")[1].strip() for line in lines if line.startswith("model name")), "")
-    compiler = subprocess.run(["g++", "--version"], capture_output=True, text=True, check=True).stdout
+    model = re.search(r"^model name\s*: (.*)", Path("/proc/cpuinfo").read_text(encoding="utf-8"), re.MULTILINE)
     return {
         "date": datetime.date.today().isoformat(),
-        "machine": f"{model or platform.machine()}, {os.cpu_count()} cores",
-        "system": f"{platform.system()}, {' '.join(platform.libc_ver())}",
-        "compiler": compiler.splitlines()[0],
+        "machine": f"{model[1] if model else platform.machine()}, {os.cpu_count()} cores",
+        "toolchain": toolchain(),
         "load": f"{os.getloadavg()[0]:.1f} before the run",
     }
 
@@ -49,23 +46,16 @@ def keep(run, tables):
 
 def publish(run, tables):
     """Replaces the figures in the document for readers."""
-    text = PERFORMANCE.read_text(encoding="utf-8")
-    before, _, rest = text.partition(BEGIN)
-    _, _, after = rest.partition(END)
     facts = [f"{name.capitalize()}: {value}.  " for name, value in run.items()]
-    figures = "\n".join([*facts, "", *(markdown_table(*table) for table in tables)])
-    PERFORMANCE.write_text(before + BEGIN + "\n" + figures + "\n" + END + after, encoding="utf-8")
-
-
-def digits_behind_point(value):
-    """As many as make three digits, none for a whole number."""
-    if value == int(value):
-        return 0
-    return next(digits for digits, from_size in enumerate((100, 10, 1, 0.1, 0)) if abs(value) >= from_size)
+    figures = "\n".join(["", *facts, "", *(table_text(*table) for table in tables), ""])
+    text = PERFORMANCE.read_text(encoding="utf-8")
+    PERFORMANCE.write_text(re.sub(f"(?<={BEGIN}).*(?={END})", lambda _: figures, text, flags=re.DOTALL), encoding="utf-8")
 
 
 def shown(figure):
-    text = f"{figure.value:.{digits_behind_point(figure.value)}f}"
+    """With three digits at least, a whole number as it is."""
+    value = figure.value
+    text = f"{value:.0f}" if value == int(value) or abs(value) >= 100 else f"{value:#.3g}".rstrip(".")
     if figure.unit:
         text += " " + figure.unit
     if figure.sense:
@@ -84,38 +74,20 @@ def grid(figures):
                               for subject, cells in rows.items())]
 
 
-def text_table(title, figures):
-    rows = grid(figures)
-    widths = [max(len(row[column]) for row in rows) for column in range(len(rows[0]))]
-    lines = ["  ".join(cell.ljust(width) for cell, width in zip(row, widths)).rstrip() for row in rows]
-    return "\n".join([title, "-" * len(title), *lines, ""])
-
-
-def markdown_table(title, figures):
+def table_text(title, figures):
+    """In Markdown, its columns aligned."""
     head, *rows = grid(figures)
-    lines = ["| " + " | ".join(row) + " |" for row in [head, ["---"] * len(head), *rows]]
+    widths = [max(len(cell) for cell in column) for column in zip(head, *rows)]
+    lines = ["| " + " | ".join(cell.ljust(width) for cell, width in zip(row, widths)) + " |"
+             for row in [head, ["-" * width for width in widths], *rows]]
     return "\n".join([f"### {title}", "", *lines, ""])
 
 
-def main():
-    parser = argparse.ArgumentParser(prog="bench/run")
-    parser.add_argument("--quick", action="store_true")
-    parser.add_argument("--publish", action="store_true")
-    parser.add_argument("groups", nargs="*", metavar="GROUP", help=", ".join(TABLES))
-    arguments = parser.parse_args()
-    unknown = set(arguments.groups) - set(TABLES)
-    if unknown:
-        parser.error(f"there is no group {', '.join(sorted(unknown))}; there are {', '.join(TABLES)}")
-    if arguments.publish and (arguments.groups or arguments.quick):
-        parser.error("only a whole run is published")
-
+def report(groups, quick, to_publish):
     run = machine()
-    tables = [table for group in arguments.groups or TABLES for table in run_group(group, arguments.quick)]
+    tables = [table for group in groups for table in run_group(group, quick)]
     for table in tables:
-        print(text_table(*table))
+        print(table_text(*table))
     keep(run, tables)
-    if arguments.publish:
+    if to_publish:
         publish(run, tables)
-
-
-main()

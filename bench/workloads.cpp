@@ -153,21 +153,21 @@ void loadFullPat() {
     }
 }
 
-PublishedRecord publishedNow(const Topic& topic) {
-    const char* record = reinterpret_cast<const char*>(&newestRecords) + topic.offset;
-    return {&topic, {record, record + topic.size}};
-}
-
-std::vector<PublishedRecord> allPublishedNow() {
+std::vector<PublishedRecord> publishedNow(std::span<const Topic> wanted) {
     std::vector<PublishedRecord> records;
-    for (const Topic& topic : topics) {
-        records.push_back(publishedNow(topic));
+    for (const Topic& topic : wanted) {
+        const char* record = reinterpret_cast<const char*>(&newestRecords) + topic.offset;
+        records.push_back({&topic, {record, record + topic.size}});
     }
     return records;
 }
 
-void changeLastBytes(std::vector<PublishedRecord>& records) {
-    for (PublishedRecord& record : records) {
-        record.bytes.back() = static_cast<char>(record.bytes.back() ^ 1);
+std::vector<PublishedRecord> twoRotations(bool changing) {
+    std::vector<PublishedRecord> records = publishedNow(topics);
+    for (const auto& [topic, bytes] : publishedNow(topics)) {
+        records.push_back({topic, bytes});
+        char& last = records.back().bytes.back();
+        last = static_cast<char>(last ^ (changing ? 1 : 0));
     }
+    return records;
 }

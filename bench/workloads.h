@@ -5,6 +5,7 @@
 #include "serviceNames.h"
 #include "wire/topics.h"
 
+#include <span>
 #include <vector>
 
 // What a stream is made of.
@@ -34,10 +35,9 @@ struct PublishedRecord {
     std::vector<char> bytes;
 };
 
-// The newest record of this topic as it stands now.
-PublishedRecord publishedNow(const Topic& topic);
+// The newest records of these topics as they stand now.
+std::vector<PublishedRecord> publishedNow(std::span<const Topic> wanted);
 
-// The newest records of all nine topics, in the order of the topic table.
-std::vector<PublishedRecord> allPublishedNow();
-
-void changeLastBytes(std::vector<PublishedRecord>& records);
+// All nine topics twice: their newest records as they stand now, and the same once more or, if they are
+// changing, each with another last byte, so that whoever compares two reads them to their end either way.
+std::vector<PublishedRecord> twoRotations(bool changing);

@@ -1,5 +1,5 @@
 // ZeroMQ without sockets: the libzmq calls of the service and its sleeps end here, and what is received comes
-// from a script. The executables are linked so (CMakeLists.txt names the calls).
+// from a script. The executables are linked so (CMakeLists.txt names the calls); the benches' too.
 //
 // A wait that would last for ever, because the script has come to its end, is left by PeersAreSilent. The
 // calls check what must hold of their use: handles are open ones, documents are texts, an instruction is
@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <functional>
 #include <optional>
+#include <string_view>
 #include <vector>
 
 namespace scriptedZmq {
@@ -51,6 +52,9 @@ void begin(Peers peers);
 
 // An open socket of Trufios's, for the documents.
 void* documentSocket();
+
+// Whether the subscriber that receives, or received last, wants this topic.
+bool isSubscribed(std::string_view topic);
 
 // What the next receives without waiting meet.
 void expectReply(Reply reply);
