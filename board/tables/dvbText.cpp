@@ -81,6 +81,13 @@ std::string withoutControlCodes(std::string text) {
     return text;
 }
 
+// A text in one of the two Huffman codes of Freesat and Freeview (ETSI TS 101 162, encoding_type_id).
+bool isCompressed(std::span<const std::uint8_t> text) {
+    constexpr std::uint8_t encodingTypeFollows = 0x1F;
+    constexpr std::size_t nameSize = 2;
+    return text.size() > nameSize && text[0] == encodingTypeFollows && (text[1] == 1 || text[1] == 2);
+}
+
 // What biTStream calls with the name of a text's character table.
 char* decode(void* called, const char* table, char* text, std::size_t length) {
     *static_cast<bool*>(called) = true;
@@ -92,6 +99,9 @@ char* decode(void* called, const char* table, char* text, std::size_t length) {
 std::string dvbText(std::span<const std::uint8_t> text) {
     while (!text.empty() && text.front() == 0) { // no character table
         text = text.subspan(1);
+    }
+    if (isCompressed(text)) {
+        return std::string(undecodable);
     }
     bool known = false;
     const std::unique_ptr<char, companions::Release<std::free>> decoded(
