@@ -108,7 +108,8 @@ void Analyser::payload(std::uint16_t pid, PidSlot& slot, std::span<const std::ui
                        bool unitStart) {
     if (slot.sections) {
         slot.sections->payload(bytes, unitStart, [this, pid](SectionBytes whole) { section(pid, whole); });
-    } else if (slot.probe) {
+    }
+    if (slot.probe) { // the PIDs of ATSC's tables may carry anything where there are none
         slot.probe->payload(bytes, unitStart, clock_.now(), model_);
     }
 }
@@ -119,6 +120,9 @@ void Analyser::section(std::uint16_t pid, SectionBytes bytes) {
         break;
     case StreamTables::Effect::bad:
         ++errors_.badSections;
+        break;
+    case StreamTables::Effect::pids:
+        assignSections();
         break;
     case StreamTables::Effect::maps:
         assignProbes();

@@ -303,8 +303,8 @@ void writeSdt(const StreamModel& model, const std::vector<const Program*>& progr
     if (!model.services) {
         return;
     }
-    constexpr std::uint16_t sdtActualTable = 0x42;
-    sdt.tableId = sdtActualTable;
+    sdt.pid = model.services->pid;
+    sdt.tableId = model.services->tableId;
     sdt.transportStreamId = model.services->transportStreamId;
     sdt.originalNetworkId = model.services->originalNetworkId;
     sdt.actual = actualFromStream;

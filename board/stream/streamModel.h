@@ -101,21 +101,24 @@ inline constexpr std::uint8_t presentEventTable = 0x4E; // table_id of present/f
 struct EventTable {
     std::uint16_t transportStreamId = 0;
     std::uint16_t originalNetworkId = 0;
-    std::map<std::uint8_t, std::vector<Event>> events; // by table_id: present/following before the schedule
+    std::map<std::uint8_t, std::vector<Event>> events; // by table_id: present/following before the rest
     std::size_t leftOut = 0;                           // how many more its sections have brought
 };
 
-// The clock of the stream's TDT, or its TOT.
+// The clock of the stream's TDT, its TOT, or its STT.
 struct UtcTime {
     std::uint8_t tableId = 0;
     std::uint16_t date = 0; // Modified Julian Day
     std::uint32_t time = 0; // seconds of the day
 };
 
+// What an SDT says of this transport stream, or an ATSC stream's virtual channel table.
 struct ServiceTable {
     std::uint16_t transportStreamId = 0;
-    std::uint16_t originalNetworkId = 0;
+    std::uint16_t originalNetworkId = 0; // 0 in a virtual channel table, which has none
     std::vector<Service> services;
+    std::uint8_t tableId = 0x42;
+    std::uint16_t pid = 17; // where it comes from
 };
 
 // What the headers of a video stream say.

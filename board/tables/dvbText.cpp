@@ -1,17 +1,14 @@
 #include "tables/dvbText.h"
 
+#include "tables/characterTables.h"
+
 #include "companions/release.h"
 
 #include <bitstream/dvb/si.h>
 
-#include <iconv.h>
-
-#include <algorithm>
 #include <array>
-#include <bit>
 #include <cstdlib>
 #include <cstring>
-#include <map>
 #include <memory>
 #include <string_view>
 
@@ -19,7 +16,6 @@ namespace board {
 
 namespace {
 
-constexpr std::string_view undecodable = "?";
 constexpr std::string_view defaultTable = "ISO6937"; // the names are biTStream's
 constexpr std::string_view twoByteTable = "UCS-2BE";
 
@@ -37,78 +33,19 @@ std::string_view meaningOf(char byte) {
     }
 }
 
-// The way from one character table to UTF-8.
-class Converter {
-  public:
-    explicit Converter(const char* table) : handle_(iconv_open("UTF-8", table)) {}
-    Converter(const Converter&) = delete;
-    Converter& operator=(const Converter&) = delete;
-    ~Converter() {
-        if (usable()) {
-            iconv_close(handle_);
-        }
-    }
-
-    // Converts all of the text. What makes no sense is skipped by units of so many bytes.
-    std::string convert(std::string_view text, std::size_t unit) {
-        std::string result;
-        while (!text.empty()) {
-            text.remove_prefix(usable() ? convertSound(text, result) : 0);
-            if (!text.empty()) {
-                result += unit == 1 ? meaningOf(text.front()) : undecodable;
-                text.remove_prefix(std::min(unit, text.size()));
-            }
-        }
-        return result;
-    }
-
-  private:
-    bool usable() const {
-        return std::bit_cast<std::intptr_t>(handle_) != -1;
-    }
-
-    // Appends the text up to what makes no sense. Returns its length.
-    std::size_t convertSound(std::string_view text, std::string& result) {
-        constexpr std::size_t longestCharacter = 4;
-        std::string converted(text.size() * longestCharacter, '\0');
-        std::string given(text); // which iconv only reads, but does not say so
-        char* from = given.data();
-        std::size_t left = given.size();
-        char* to = converted.data();
-        std::size_t room = converted.size();
-        iconv(handle_, &from, &left, &to, &room);
-        result.append(converted, 0, converted.size() - room);
-        return text.size() - left;
-    }
-
-    iconv_t handle_;
-};
-
-// Opened when a text first needs it, and kept: there are as many as character tables.
-Converter& converterOf(std::string_view table) {
-    static std::map<std::string, Converter, std::less<>> converters;
-    const auto found = converters.find(table);
-    if (found != converters.end()) {
-        return found->second;
-    }
-    const std::string name(table);
-    return converters.try_emplace(name, name.c_str()).first->second;
-}
-
 // ISO/IEC 6937 as DVB has it, with an euro sign that the standard itself does not have.
 std::string fromDefaultTable(std::string_view text) {
     constexpr char euroCode = '\xA4';
-    Converter& converter = converterOf(defaultTable);
     std::string result;
     for (auto euro = text.find(euroCode); euro != std::string_view::npos; euro = text.find(euroCode)) {
-        result += converter.convert(text.substr(0, euro), 1) + "\u20AC";
+        result += toUtf8(defaultTable, text.substr(0, euro), 1, meaningOf) + "\u20AC";
         text.remove_prefix(euro + 1);
     }
-    return result + converter.convert(text, 1);
+    return result + toUtf8(defaultTable, text, 1, meaningOf);
 }
 
 std::string fromUnknownTable(std::string_view text) {
-    return converterOf("ASCII").convert(text, 1);
+    return toUtf8("ASCII", text, 1, meaningOf);
 }
 
 std::string fromTable(std::string_view table, std::string_view text) {
@@ -119,8 +56,7 @@ std::string fromTable(std::string_view table, std::string_view text) {
         return fromDefaultTable(text);
     }
     // UTF-16 is the same where there are no surrogates, and knows what they mean where there are.
-    return table == twoByteTable ? converterOf("UTF-16BE").convert(text, 2)
-                                 : converterOf(table).convert(text, 1);
+    return table == twoByteTable ? toUtf8("UTF-16BE", text, 2) : toUtf8(table, text, 1, meaningOf);
 }
 
 // Puts what the control codes mean in their place (ETSI EN 300 468 tables A.1 and A.2).
@@ -145,8 +81,15 @@ std::string withoutControlCodes(std::string text) {
     return text;
 }
 
+// A text in one of the two Huffman codes of Freesat and Freeview (ETSI TS 101 162, encoding_type_id).
+bool isCompressed(std::span<const std::uint8_t> text) {
+    constexpr std::uint8_t encodingTypeFollows = 0x1F;
+    constexpr std::size_t nameSize = 2;
+    return text.size() > nameSize && text[0] == encodingTypeFollows && (text[1] == 1 || text[1] == 2);
+}
+
 // What biTStream calls with the name of a text's character table.
-char* toUtf8(void* called, const char* table, char* text, std::size_t length) {
+char* decode(void* called, const char* table, char* text, std::size_t length) {
     *static_cast<bool*>(called) = true;
     return ::strdup(fromTable(table, {text, length}).c_str());
 }
@@ -157,9 +100,12 @@ std::string dvbText(std::span<const std::uint8_t> text) {
     while (!text.empty() && text.front() == 0) { // no character table
         text = text.subspan(1);
     }
+    if (isCompressed(text)) {
+        return std::string(undecodable);
+    }
     bool known = false;
     const std::unique_ptr<char, companions::Release<std::free>> decoded(
-        dvb_string_get(text.data(), text.size(), toUtf8, &known));
+        dvb_string_get(text.data(), text.size(), decode, &known));
     return withoutControlCodes(known ? std::string(decoded.get()) : fromUnknownTable(decoded.get()));
 }
 

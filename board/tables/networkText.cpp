@@ -1,7 +1,5 @@
 #include "tables/networkText.h"
 
-#include "tables/dvbText.h"
-
 #include <bitstream/dvb/si.h>
 #include <bitstream/mpeg/psi.h>
 
@@ -13,6 +11,8 @@
 namespace board {
 
 namespace {
+
+constexpr std::uint8_t networkNameTag = 0x40;
 
 using Names = std::span<const char* const>;
 
@@ -32,12 +32,6 @@ std::string formatted(const char* format, Values... values) {
     std::array<char, 128> text{};
     std::snprintf(text.data(), text.size(), format, values...);
     return text.data();
-}
-
-std::string networkName(const std::uint8_t* descriptor) {
-    std::uint8_t length = 0;
-    const std::uint8_t* name = desc40_get_networkname(descriptor, &length);
-    return dvbText({name, length});
 }
 
 std::string serviceList(const std::uint8_t* descriptor) {
@@ -77,10 +71,6 @@ std::string terrestrialDelivery(const std::uint8_t* descriptor) {
     return frequency == unspecified ? rest : formatted("%" PRIu64 " Hz ", frequency) + rest;
 }
 
-bool isName(const std::uint8_t* /*descriptor*/) {
-    return true;
-}
-
 // A length that is no whole number of services is read as far as it goes.
 bool isServiceList(const std::uint8_t* descriptor) {
     return desc_get_length(descriptor) >= DESC41_SERVICE_SIZE;
@@ -111,8 +101,7 @@ struct Reader {
     std::string (*read)(const std::uint8_t* descriptor);
 };
 
-constexpr std::array<Reader, 5> readers{{
-    {0x40, isName, networkName},
+constexpr std::array<Reader, 4> readers{{
     {0x41, isServiceList, serviceList},
     {0x43, isSatelliteDelivery, satelliteDelivery},
     {0x44, isCableDelivery, cableDelivery},
@@ -132,7 +121,10 @@ std::string hexadecimal(const std::uint8_t* descriptor) {
 
 } // namespace
 
-std::string networkText(const std::uint8_t* descriptor) {
+std::string networkText(const std::uint8_t* descriptor, TextReader readName) {
+    if (desc_get_tag(descriptor) == networkNameTag) {
+        return readName({descriptor + DESC_HEADER_SIZE, desc_get_length(descriptor)});
+    }
     for (const Reader& reader : readers) {
         if (reader.tag == desc_get_tag(descriptor) && reader.makesSense(descriptor)) {
             return reader.read(descriptor);

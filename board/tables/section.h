@@ -28,4 +28,11 @@ struct SectionHeader {
 // The header of a section, checked in no way but its size; nothing for a section without one (the TDT).
 std::optional<SectionHeader> sectionHeader(SectionBytes section);
 
+// A section as it has come.
+struct IncomingSection {
+    std::uint16_t pid = 0;
+    SectionHeader header;
+    SectionBytes bytes;
+};
+
 } // namespace board

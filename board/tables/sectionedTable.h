@@ -38,6 +38,11 @@ class SectionedTable {
         return shown;
     }
 
+    // Whether any section has come.
+    bool begun() const {
+        return header_.has_value();
+    }
+
     // Whether every section from 0 to the last has come.
     bool complete() const {
         return header_ && sections_.size() == std::size_t{header_->last} + 1;

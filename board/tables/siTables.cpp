@@ -1,8 +1,8 @@
 #include "tables/siTables.h"
 
-#include "tables/dvbText.h"
 #include "tables/networkText.h"
 #include "tables/sectionLoops.h"
+#include "tables/siText.h"
 
 #include <bitstream/dvb/si.h>
 
@@ -52,30 +52,30 @@ std::uint32_t durationOf(std::uint32_t bcd) {
     return static_cast<std::uint32_t>(clockOf(bcd).inSeconds);
 }
 
-std::vector<TextDescriptor> textsOf(SectionBytes descriptors) {
+std::vector<TextDescriptor> textsOf(SectionBytes descriptors, TextReader read) {
     std::vector<TextDescriptor> texts;
     forEachDescriptor(descriptors, [&](const std::uint8_t* descriptor) {
-        texts.push_back({desc_get_tag(descriptor), networkText(descriptor)});
+        texts.push_back({desc_get_tag(descriptor), networkText(descriptor, read)});
     });
     return texts;
 }
 
-Service serviceOf(const std::uint8_t* entry, SectionBytes descriptors) {
+Service serviceOf(const std::uint8_t* entry, SectionBytes descriptors, TextReader read) {
     Service service{sdtn_get_sid(entry), 0, sdtn_get_ca(entry), {}, {}};
     forEachDescriptor(descriptors, [&](const std::uint8_t* descriptor) {
         if (isSound(descriptor, serviceTag, serviceFixedBytes, desc48_validate)) {
             std::uint8_t length = 0;
             service.type = desc48_get_type(descriptor);
             const std::uint8_t* provider = desc48_get_provider(descriptor, &length);
-            service.provider = dvbText({provider, length});
+            service.provider = read({provider, length});
             const std::uint8_t* name = desc48_get_service(descriptor, &length);
-            service.name = dvbText({name, length});
+            service.name = read({name, length});
         }
     });
     return service;
 }
 
-Event eventOf(const std::uint8_t* entry, SectionBytes descriptors) {
+Event eventOf(const std::uint8_t* entry, SectionBytes descriptors, TextReader read) {
     constexpr std::size_t languageSize = 3;
     Event event;
     const std::uint64_t start = eitn_get_start_time(entry);
@@ -90,12 +90,19 @@ Event eventOf(const std::uint8_t* entry, SectionBytes descriptors) {
             std::uint8_t length = 0;
             event.language.assign(language, language + languageSize);
             const std::uint8_t* name = desc4d_get_event_name(descriptor, &length);
-            event.name = dvbText({name, length});
+            event.name = read({name, length});
             const std::uint8_t* text = desc4d_get_text(descriptor, &length);
-            event.description = dvbText({text, length});
+            event.description = read({text, length});
         }
     });
     return event;
+}
+
+// A NIT's texts are those of its first transport stream; without one, its network tells.
+TextReader networkTextReader(std::uint16_t networkId, SectionBytes streams) {
+    return streams.size() < NIT_TS_SIZE
+               ? textReaderOf(0, networkId)
+               : textReaderOf(nitn_get_tsid(streams.data()), nitn_get_onid(streams.data()));
 }
 
 // Whether an EIT with this table_id is of the stream that carries it.
@@ -112,9 +119,10 @@ std::optional<ServiceTable> readSdt(SectionBytes section) {
         return std::nullopt;
     }
     ServiceTable table{sdt_get_tsid(bytes), sdt_get_onid(bytes), {}};
+    const TextReader read = textReaderOf(table.transportStreamId, table.originalNetworkId);
     forEachEntry(sectionBody(section, SDT_HEADER_SIZE), SDT_SERVICE_SIZE,
                  [&](const std::uint8_t* entry, SectionBytes descriptors) {
-                     table.services.push_back(serviceOf(entry, descriptors));
+                     table.services.push_back(serviceOf(entry, descriptors, read));
                  });
     return table;
 }
@@ -126,12 +134,13 @@ std::optional<NitSection> readNit(SectionBytes section) {
     }
     const SectionBytes network =
         descriptorsAt(sectionBody(section, NIT_HEADER_SIZE - std::size_t{DESCS_HEADER_SIZE}));
-    NitSection result{nit_get_nid(bytes), {textsOf(network), {}}};
-    forEachEntry(
-        sectionBody(section, NIT_HEADER_SIZE + network.size() + NIT_HEADER2_SIZE), NIT_TS_SIZE,
-        [&](const std::uint8_t* entry, SectionBytes descriptors) {
-            result.part.streams.push_back({nitn_get_tsid(entry), nitn_get_onid(entry), textsOf(descriptors)});
-        });
+    const SectionBytes streams = sectionBody(section, NIT_HEADER_SIZE + network.size() + NIT_HEADER2_SIZE);
+    const TextReader read = networkTextReader(nit_get_nid(bytes), streams);
+    NitSection result{nit_get_nid(bytes), {textsOf(network, read), {}}};
+    forEachEntry(streams, NIT_TS_SIZE, [&](const std::uint8_t* entry, SectionBytes descriptors) {
+        result.part.streams.push_back(
+            {nitn_get_tsid(entry), nitn_get_onid(entry), textsOf(descriptors, read)});
+    });
     return result;
 }
 
@@ -145,9 +154,10 @@ std::optional<EitSection> readEit(SectionBytes section) {
                       eit_get_segment_last_sec_number(bytes),
                       eit_get_last_table_id(bytes),
                       {}};
+    const TextReader read = textReaderOf(result.transportStreamId, result.originalNetworkId);
     forEachEntry(sectionBody(section, EIT_HEADER_SIZE), EIT_EVENT_SIZE,
                  [&](const std::uint8_t* entry, SectionBytes descriptors) {
-                     result.events.push_back(eventOf(entry, descriptors));
+                     result.events.push_back(eventOf(entry, descriptors, read));
                  });
     return result;
 }

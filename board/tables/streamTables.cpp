@@ -6,6 +6,7 @@
 #include "wire/records.h"
 
 #include <algorithm>
+#include <ranges>
 #include <utility>
 
 namespace board {
@@ -34,7 +35,7 @@ void takeTime(SectionBytes bytes, StreamModel& model) {
 
 } // namespace
 
-const std::array<StreamTables::Reader, 7> StreamTables::readers{{
+const std::array<StreamTables::Reader, 8> StreamTables::readers{{
     {wire::patPid, patTable, patTable, &StreamTables::wantsPat, &StreamTables::takePat},
     {anyPid, pmtTable, pmtTable, &StreamTables::wantsPmt, &StreamTables::takePmt},
     {wire::catPid, catTable, catTable, &StreamTables::wantsCat, &StreamTables::takeCat},
@@ -42,6 +43,7 @@ const std::array<StreamTables::Reader, 7> StreamTables::readers{{
     {anyPid, nitActualTable, nitActualTable, &StreamTables::wantsNit, &StreamTables::takeNit},
     {wire::eitPid, presentEventTable, presentEventTable, &StreamTables::wantsEit, &StreamTables::takeEit},
     {wire::eitPid, firstScheduleTable, lastScheduleTable, &StreamTables::wantsEit, &StreamTables::takeEit},
+    {anyPid, mgtTable, sttTable, &StreamTables::wantsPsip, &StreamTables::takePsip},
 }};
 
 StreamTables::Effect StreamTables::section(std::uint16_t pid, SectionBytes bytes, StreamModel& model) {
@@ -77,6 +79,8 @@ std::vector<std::uint16_t> StreamTables::pids() const {
             all.push_back(map.pid);
         }
     }
+    const std::vector<std::uint16_t> psip = psip_.pids();
+    all.insert(all.end(), psip.begin(), psip.end());
     return all;
 }
 
@@ -108,6 +112,10 @@ bool StreamTables::wantsEit(const Incoming& section) const {
     }
     const auto events = events_.find(section.header.extension);
     return events == events_.end() || !events->second.knows(section.header);
+}
+
+bool StreamTables::wantsPsip(const Incoming& section) const {
+    return psip_.wants(section);
 }
 
 StreamTables::Effect StreamTables::takePat(const Incoming& section, StreamModel& model) {
@@ -148,6 +156,8 @@ void StreamTables::follow(StreamModel& model) {
             networkPid_ = program.pmtPid;
         }
     }
+    const auto numbers = std::views::keys(maps_);
+    psip_.follow({numbers.begin(), numbers.end()});
     std::erase_if(events_, [this](const auto& entry) { return !maps_.contains(entry.first); });
     std::erase_if(model.events, [this](const auto& entry) { return !maps_.contains(entry.first); });
 }
@@ -195,6 +205,32 @@ StreamTables::Effect StreamTables::takeEit(const Incoming& section, StreamModel&
         model.events[section.header.extension] = events.events();
     }
     return Effect::none;
+}
+
+// Where a stream has tables of both, DVB's are shown.
+StreamTables::Effect StreamTables::takePsip(const Incoming& section, StreamModel& model) {
+    const PsipTables::Change change = psip_.take(section);
+    if (change.names && !sdt_.begun()) {
+        model.services = psip_.services();
+    }
+    if (change.time && (!model.time || model.time->tableId == sttTable)) {
+        model.time = psip_.time();
+    }
+    for (const std::uint16_t program : change.events) {
+        showPsipEvents(program, model);
+    }
+    return change.pids ? Effect::pids : Effect::none;
+}
+
+void StreamTables::showPsipEvents(std::uint16_t program, StreamModel& model) const {
+    if (events_.contains(program)) {
+        return;
+    }
+    if (auto events = psip_.events(program)) {
+        model.events[program] = std::move(*events);
+    } else {
+        model.events.erase(program);
+    }
 }
 
 } // namespace board

@@ -4,6 +4,7 @@
 
 #include "stream/streamModel.h"
 #include "tables/programList.h"
+#include "tables/psipTables.h"
 #include "tables/section.h"
 #include "tables/sectionedTable.h"
 #include "tables/serviceEvents.h"
@@ -22,6 +23,7 @@ class StreamTables {
     enum class Effect {
         none,     // nothing, or nothing but the model
         bad,      // nothing: its CRC is wrong or its lengths are impossible
+        pids,     // other PIDs carry tables
         maps,     // a program has another map
         programs, // there are other programs, with or without maps
         newStream // it ends the PAT of another stream: nothing but that is known now, and the model is anew
@@ -34,17 +36,13 @@ class StreamTables {
     // The PIDs whose sections are wanted.
     std::vector<std::uint16_t> pids() const;
 
-    // Whether the tables that name programs, PAT and SDT, are whole.
+    // Whether the tables that name programs, the PAT and the SDT or a virtual channel table, are whole.
     bool namesAreWhole() const {
-        return pat_.complete() && sdt_.complete();
+        return pat_.complete() && (sdt_.complete() || psip_.namesAreWhole());
     }
 
   private:
-    struct Incoming {
-        std::uint16_t pid;
-        SectionHeader header;
-        SectionBytes bytes;
-    };
+    using Incoming = IncomingSection;
 
     // Who takes the sections of a table, where they are allowed to come from.
     struct Reader {
@@ -54,7 +52,7 @@ class StreamTables {
         bool (StreamTables::*wants)(const Incoming& section) const; // else it is known, or nobody's
         Effect (StreamTables::*take)(const Incoming& section, StreamModel& model);
     };
-    static const std::array<Reader, 7> readers;
+    static const std::array<Reader, 8> readers;
 
     // A program whose map is wanted.
     struct MapSection {
@@ -68,12 +66,15 @@ class StreamTables {
     bool wantsSdt(const Incoming& section) const;
     bool wantsNit(const Incoming& section) const;
     bool wantsEit(const Incoming& section) const;
+    bool wantsPsip(const Incoming& section) const;
     Effect takePat(const Incoming& section, StreamModel& model);
     Effect takePmt(const Incoming& section, StreamModel& model);
     Effect takeCat(const Incoming& section, StreamModel& model);
     Effect takeSdt(const Incoming& section, StreamModel& model);
     Effect takeNit(const Incoming& section, StreamModel& model);
     Effect takeEit(const Incoming& section, StreamModel& model);
+    Effect takePsip(const Incoming& section, StreamModel& model);
+    void showPsipEvents(std::uint16_t program, StreamModel& model) const;
     void follow(StreamModel& model);
 
     SectionedTable<PatEntry> pat_;
@@ -83,6 +84,7 @@ class StreamTables {
     std::optional<std::uint16_t> networkPid_;       // where the PAT says that the NIT is
     std::map<std::uint16_t, MapSection> maps_;      // by program_number
     std::map<std::uint16_t, ServiceEvents> events_; // by service_id, of the programs in maps_
+    PsipTables psip_;                               // shown where DVB's tables say nothing
 };
 
 } // namespace board

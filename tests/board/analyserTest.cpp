@@ -322,6 +322,32 @@ TEST_F(Analyser, SettlesWhenEverythingIsKnownOrTheTimeIsOver) {
     EXPECT_TRUE(analyser.settled());
 }
 
+TEST_F(Analyser, SettlesWithTheNamesOfVirtualChannels) {
+    Packets packets;
+    packets.section(0, pat(77, {{5, pmtPid}}));
+    packets.section(pmtPid, pmt(5, dataPid, {}, {{0x06, dataPid, {}}}));
+    packets.section(0x1FFB, vct(0xC8, 77, {{"FIVE", 77, 5, 50, 2, {}}}));
+    for (std::uint64_t tenth = 0; tenth <= 15; ++tenth) {
+        packets.pcr(dataPid, tenth * 2'700'000);
+    }
+    play(packets);
+    EXPECT_TRUE(analyser.settled());
+}
+
+TEST_F(Analyser, ReadsTheHeadersOfAStreamWhereAtscHasItsTables) {
+    constexpr std::uint16_t psipPid = 0x1FFB;
+    Packets packets;
+    packets.section(0, pat(77, {{5, pmtPid}}));
+    packets.section(pmtPid, pmt(5, psipPid, {}, {{0x03, psipPid, {}}}));
+    const Bytes layerTwo = joined({{0xFF, 0xFD, 0xA4, 0x04}, Bytes(572)}); // 192 kbit/s at 48 kHz
+    for (std::uint64_t k = 0; k < 4; ++k) {
+        packets.pes(psipPid, 0xC0, k * 2160, joined({layerTwo, layerTwo}));
+    }
+    play(packets);
+    analyser.finish();
+    EXPECT_TRUE(model().audioFormats.contains(psipPid));
+}
+
 TEST_F(Analyser, ReadsAMapOfAHundredStreams) {
     std::vector<PmtRow> rows;
     for (std::uint16_t k = 0; k < 100; ++k) {

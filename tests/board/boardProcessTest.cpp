@@ -1,9 +1,12 @@
 // The real board, over its real sockets.
 #include "boardProcess.h"
 
+#include "streamWriter.h"
+
 #include "wire/endpoints.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -152,6 +155,38 @@ TEST_F(BoardProcess, PrintsTheRecordsOfTheSamples) {
         const std::string printed = output();
         EXPECT_EQ(end(), "exit code 0");
         EXPECT_EQ(printed, golden(name + ".json", printed));
+    }
+}
+
+// The name of a service, the time and an event of a stream that has ATSC's tables only.
+TEST_F(BoardProcess, PrintsTheRecordsOfAnAtscStream) {
+    constexpr std::uint16_t psipPid = 0x1FFB;
+    constexpr std::uint16_t eitPid = 0x1D00;
+    constexpr std::uint16_t ettPid = 0x1E00;
+    constexpr std::uint32_t gps = (60000 - 44244) * 86400 + 3661 + 18;
+    streamWriter::Packets packets;
+    packets.section(0, streamWriter::pat(77, {{5, 0x100}}));
+    packets.section(0x100, streamWriter::pmt(5, 0x101, {}, {{0x02, 0x101, {}}}));
+    packets.section(psipPid, streamWriter::mgt({{0x0100, eitPid}, {0x0200, ettPid}}));
+    packets.section(psipPid, streamWriter::vct(0xC8, 77, {{"WXYZ-DT", 77, 5, 50, 0x2002, {}}}));
+    packets.section(psipPid, streamWriter::stt(gps, 18));
+    packets.section(eitPid,
+                    streamWriter::psipEit(50, {{7, gps, 5400, streamWriter::latinString("eng", "News")}}));
+    packets.section(ettPid, streamWriter::ett(50, 7, streamWriter::latinString("eng", "All of it")));
+    std::ofstream(file, std::ios::binary)
+        .write(reinterpret_cast<const char*>(packets.bytes().data()),
+               static_cast<std::streamsize>(packets.bytes().size()));
+    start({"--print", file});
+    std::string printed = output();
+    EXPECT_EQ(end(), "exit code 0");
+    std::erase_if(printed, [](unsigned char c) { return std::isspace(c) != 0; });
+    for (const std::string part :
+         {R"("pidList":[0,256,8187,7424,7680])", R"("tableId":200)", R"("pid":8187)",
+          R"("serviceName":"WXYZ-DT")", R"("caFlag":1)", R"("serviceType":1)", R"("dateMjd":60000)",
+          R"("timeOfDay":"01:01:01")", R"("tableId":205)", R"("tableId":203)", R"("eventId":7)",
+          R"("startTime":"01:01:01")", R"("duration":"01:30:00")", R"("eventName":"News")",
+          R"("description":"Allofit")"}) {
+        EXPECT_NE(printed.find(part), std::string::npos) << part << " in " << printed;
     }
 }
 

@@ -65,7 +65,7 @@ TEST(DvbText, ShowsTheAsciiOfATableThatNobodyKnows) {
     EXPECT_EQ(decoded("\x16"
                       "Abc"sv),
               "Abc");
-    EXPECT_EQ(decoded("\x1F\x01"
+    EXPECT_EQ(decoded("\x1F\x03"
                       "Abc"sv),
               "Abc");
     EXPECT_EQ(decoded("\x10\x00\x0C"
@@ -74,6 +74,14 @@ TEST(DvbText, ShowsTheAsciiOfATableThatNobodyKnows) {
     EXPECT_EQ(decoded("\x00"
                       "Abc"sv),
               "Abc");
+}
+
+TEST(DvbText, ShowsACompressedTextAsAQuestionMark) {
+    EXPECT_EQ(decoded("\x1F\x01"
+                      "Abc"sv),
+              "?");
+    EXPECT_EQ(decoded("\x1F\x02\xE9\x00"sv), "?");
+    EXPECT_EQ(decoded("\x00\x1F\x02\x80"sv), "?");
 }
 
 TEST(DvbText, TakesTheNameOfATableAloneForNothing) {

@@ -109,7 +109,7 @@ TEST_F(StreamTables, KeepsTheMapOfAProgramThatStays) {
 
 TEST_F(StreamTables, WantsThePidsOfItsTables) {
     section(0, pat(77, {{0, 0x30}, {5, pmtPid}, {6, 8191}}));
-    EXPECT_EQ(tables.pids(), (std::vector<std::uint16_t>{0, 1, 0x30, 17, 18, 20, pmtPid}));
+    EXPECT_EQ(tables.pids(), (std::vector<std::uint16_t>{0, 1, 0x30, 17, 18, 20, pmtPid, 0x1FFB}));
 }
 
 TEST_F(StreamTables, ReadsTheNitWhereThePatSaysThatItIs) {

@@ -165,6 +165,67 @@ Bytes tot(std::uint16_t date, int seconds) {
     return section;
 }
 
+Bytes multipleStrings(std::string_view language, const std::vector<Segment>& segments) {
+    Bytes all = joined({{1}, text(language), number(segments.size(), 1)});
+    for (const Segment& segment : segments) {
+        all = joined(
+            {all, {segment.compression, segment.mode}, number(segment.bytes.size(), 1), segment.bytes});
+    }
+    return all;
+}
+
+Bytes latinString(std::string_view language, std::string_view characters) {
+    return multipleStrings(language, {{0, 0, text(characters)}});
+}
+
+Bytes extendedNameDescriptor(const Bytes& name) {
+    return descriptor(0xA0, name);
+}
+
+Bytes vct(std::uint8_t tableId, std::uint16_t transportStreamId, const std::vector<VctRow>& rows,
+          Version version) {
+    constexpr std::size_t shortNameSize = 14;
+    Bytes body = joined({{0}, number(rows.size(), 1)});
+    for (const VctRow& row : rows) {
+        Bytes name;
+        for (const char c : row.shortName) {
+            name = joined({name, {0, static_cast<std::uint8_t>(c)}});
+        }
+        name.resize(shortNameSize);
+        body = joined({body, name, number(0xF0100404, 4), number(0, 4), number(row.transportStreamId, 2),
+                       number(row.program, 2), number(row.flags, 2), number(row.sourceId, 2),
+                       number(0xFC00 | row.descriptors.size(), 2), row.descriptors});
+    }
+    return longSection(tableId, transportStreamId, version, joined({body, number(0xFC00, 2)}));
+}
+
+Bytes mgt(const std::vector<MgtRow>& rows, Version version) {
+    Bytes body = joined({{0}, number(rows.size(), 2)});
+    for (const MgtRow& row : rows) {
+        body = joined(
+            {body, number(row.type, 2), number(0xE000 | row.pid, 2), {0xE0}, number(100, 4), loop({})});
+    }
+    return longSection(0xC7, 0, version, joined({body, loop({})}));
+}
+
+Bytes stt(std::uint32_t gps, std::uint8_t gpsOffset) {
+    return longSection(0xCD, 0, {}, joined({{0}, number(gps, 4), {gpsOffset}, number(0x6000, 2)}));
+}
+
+Bytes psipEit(std::uint16_t sourceId, const std::vector<PsipEitRow>& rows, Version version) {
+    Bytes body = joined({{0}, number(rows.size(), 1)});
+    for (const PsipEitRow& row : rows) {
+        body = joined({body, number(0xC000U | row.eventId, 2), number(row.start, 4),
+                       number(0xD00000 | row.length, 3), number(row.title.size(), 1), row.title, loop({})});
+    }
+    return longSection(0xCB, sourceId, version, body);
+}
+
+Bytes ett(std::uint16_t sourceId, std::uint16_t eventId, const Bytes& message, Version version) {
+    return longSection(0xCC, eventId, version,
+                       joined({{0}, number(sourceId, 2), number(eventId << 2U | 2U, 2), message}));
+}
+
 void Packets::section(std::uint16_t pid, const Bytes& section) {
     const std::size_t size =
         std::min(section.size(), psi_get_length(section.data()) + std::size_t{PSI_HEADER_SIZE});

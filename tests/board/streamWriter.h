@@ -75,6 +75,40 @@ Bytes eit(std::uint8_t tableId, std::uint16_t serviceId, std::uint16_t transport
 Bytes tdt(std::uint16_t date, int seconds);
 Bytes tot(std::uint16_t date, int seconds); // of no region
 
+// Sections of an ATSC stream's tables.
+struct Segment {
+    std::uint8_t compression;
+    std::uint8_t mode;
+    Bytes bytes;
+};
+struct VctRow {
+    std::string_view shortName; // of ASCII, seven characters at most
+    std::uint16_t transportStreamId;
+    std::uint16_t program;
+    std::uint16_t sourceId;
+    std::uint16_t flags; // from ETM_location to service_type
+    Bytes descriptors;
+};
+struct MgtRow {
+    std::uint16_t type;
+    std::uint16_t pid;
+};
+struct PsipEitRow {
+    std::uint16_t eventId;
+    std::uint32_t start;  // seconds of GPS
+    std::uint32_t length; // seconds
+    Bytes title;
+};
+Bytes multipleStrings(std::string_view language, const std::vector<Segment>& segments);
+Bytes latinString(std::string_view language, std::string_view characters); // in one plain segment
+Bytes extendedNameDescriptor(const Bytes& name);
+Bytes vct(std::uint8_t tableId, std::uint16_t transportStreamId, const std::vector<VctRow>& rows,
+          Version version = {});
+Bytes mgt(const std::vector<MgtRow>& rows, Version version = {});
+Bytes stt(std::uint32_t gps, std::uint8_t gpsOffset);
+Bytes psipEit(std::uint16_t sourceId, const std::vector<PsipEitRow>& rows, Version version = {});
+Bytes ett(std::uint16_t sourceId, std::uint16_t eventId, const Bytes& message, Version version = {});
+
 // Packets, in the order in which they are asked for, with continuity counters that go on.
 class Packets {
   public:

@@ -1,5 +1,6 @@
 // Sections whose CRC is right and whose inner lengths are not.
 #include "tables/psiTables.h"
+#include "tables/psipSections.h"
 #include "tables/siTables.h"
 
 #include "streamWriter.h"
@@ -36,7 +37,9 @@ int readings(const Bytes& section) {
     return board::readPat(exact).has_value() + board::readCat(exact).has_value() +
            board::readPmt(exact).has_value() + board::readSdt(exact).has_value() +
            board::readNit(exact).has_value() + board::readEit(exact).has_value() +
-           board::readTime(exact).has_value();
+           board::readTime(exact).has_value() + board::readMgt(exact).has_value() +
+           board::readVct(exact).has_value() + board::readStt(exact).has_value() +
+           board::readPsipEit(exact, 18).has_value() + board::readEtt(exact).has_value();
 }
 
 // One section of every table, with every descriptor that is read.
@@ -50,6 +53,9 @@ std::vector<Bytes> sections() {
                                   registrationDescriptor("AC-3"), descriptor(0x7C, {0x58})});
     const Bytes events =
         joined({shortEventDescriptor("deu", "Name", "Text"), shortEventDescriptor("eng", "", "")});
+    const Bytes title =
+        multipleStrings("eng", {{0, 0, {'N', 'a'}}, {0, 0x3F, {0, 'm'}}, {1, 0, {0x12, 0x34}}});
+    const Bytes name = extendedNameDescriptor(title);
     return {
         pat(77, {{0, 16}, {5, 0x100}, {6, 0x200}}),
         cat(streams),
@@ -58,6 +64,12 @@ std::vector<Bytes> sections() {
         nit(1, network, {{77, 9, network}, {78, 9, network}}),
         eit(0x4E, 5, 77, 9, {{1, 60000, 0, 60, events}, {2, 60000, 60, 60, events}}),
         tot(60000, 10),
+        mgt({{0x0100, 0x1D00}, {0x0200, 0x1E00}}),
+        vct(0xC8, 77, {{"ONE", 77, 5, 1, 2, name}, {"TWO", 77, 6, 2, 2, joined({name, name})}}),
+        vct(0xC9, 77, {{"ONE", 77, 5, 1, 2, name}}),
+        stt(1'400'000'000, 18),
+        psipEit(1, {{1, 1'400'000'000, 60, title}, {2, 1'400'000'060, 60, title}}),
+        ett(1, 1, title),
     };
 }
 
@@ -100,6 +112,25 @@ TEST(TableReaders, RefuseLoopsThatAreLongerThanTheirSection) {
     Bytes network = nit(1, networkNameDescriptor("Netz"), {{77, 9, {}}});
     network[9] += 2; // network_descriptors_length
     EXPECT_FALSE(board::readNit(sealed(network)));
+}
+
+TEST(TableReaders, RefuseCountsThatAreLargerThanTheirSection) {
+    Bytes channels = vct(0xC8, 77, {{"ONE", 77, 5, 1, 2, {}}});
+    channels[9] += 1; // num_channels_in_section
+    EXPECT_FALSE(board::readVct(sealed(channels)));
+    Bytes guide = mgt({{0x0100, 0x1D00}});
+    guide[10] += 1; // tables_defined
+    EXPECT_FALSE(board::readMgt(sealed(guide)));
+    Bytes events = psipEit(1, {{1, 1'400'000'000, 60, latinString("eng", "Name")}});
+    events[19] += 10; // title_length
+    EXPECT_FALSE(board::readPsipEit(sealed(events), 18));
+}
+
+TEST(TableReaders, RefuseAProtocolThatIsNotKnown) {
+    Bytes time = stt(1'400'000'000, 18);
+    EXPECT_TRUE(board::readStt(time));
+    time[8] = 1; // protocol_version
+    EXPECT_FALSE(board::readStt(sealed(time)));
 }
 
 TEST(TableReaders, ReadNoNamesWhoseLengthsLeaveTheirDescriptor) {
