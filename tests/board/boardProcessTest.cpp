@@ -52,7 +52,7 @@ TEST_F(BoardProcess, EndsWithTwoForAWrongCommandLine) {
 
 TEST_F(BoardProcess, TellsItsVersion) {
     start({"--version"});
-    EXPECT_EQ(output(), "mpegfe-board 1.0.0\n");
+    EXPECT_EQ(output(), "mpegfe-board 1.1.0\n");
     EXPECT_EQ(end(), "exit code 0");
 }
 

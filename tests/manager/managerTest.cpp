@@ -557,7 +557,7 @@ TEST_F(Manager, explainsAWrongCommandLine) {
 
 TEST_F(Manager, tellsItsVersion) {
     const auto manager = start({"--version"});
-    EXPECT_EQ(transcript(*manager), "mpegfe-manager 1.0.0\nexit code 0\n");
+    EXPECT_EQ(transcript(*manager), "mpegfe-manager 1.1.0\nexit code 0\n");
 }
 
 } // namespace
