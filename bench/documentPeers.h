@@ -202,8 +202,8 @@ class PlainWriter {
     }
 
     // The envelope is one piece.
-    friend void beginDocument(PlainWriter& writer, const ::Key& key) {
-        std::strcpy(writer.out, key.document);
+    friend void beginDocument(PlainWriter& writer, const ::Key& name) {
+        std::strcpy(writer.out, name.document);
         writer.isFirst = true;
     }
 
