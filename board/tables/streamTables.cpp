@@ -6,7 +6,7 @@
 #include "wire/records.h"
 
 #include <algorithm>
-#include <ranges>
+#include <set>
 #include <utility>
 
 namespace board {
@@ -156,8 +156,11 @@ void StreamTables::follow(StreamModel& model) {
             networkPid_ = program.pmtPid;
         }
     }
-    const auto numbers = std::views::keys(maps_);
-    psip_.follow({numbers.begin(), numbers.end()});
+    std::set<std::uint16_t> numbers;
+    for (const auto& [number, map] : maps_) {
+        numbers.insert(number);
+    }
+    psip_.follow(std::move(numbers));
     std::erase_if(events_, [this](const auto& entry) { return !maps_.contains(entry.first); });
     std::erase_if(model.events, [this](const auto& entry) { return !maps_.contains(entry.first); });
 }
