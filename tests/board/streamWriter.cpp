@@ -216,14 +216,15 @@ Bytes psipEit(std::uint16_t sourceId, const std::vector<PsipEitRow>& rows, Versi
     Bytes body = joined({{0}, number(rows.size(), 1)});
     for (const PsipEitRow& row : rows) {
         body = joined({body, number(0xC000U | row.eventId, 2), number(row.start, 4),
-                       number(0xD00000 | row.length, 3), number(row.title.size(), 1), row.title, loop({})});
+                       number(0xD00000U | row.length, 3), number(row.title.size(), 1), row.title, loop({})});
     }
     return longSection(0xCB, sourceId, version, body);
 }
 
 Bytes ett(std::uint16_t sourceId, std::uint16_t eventId, const Bytes& message, Version version) {
-    return longSection(0xCC, eventId, version,
-                       joined({{0}, number(sourceId, 2), number(eventId << 2U | 2U, 2), message}));
+    return longSection(
+        0xCC, eventId, version,
+        joined({{0}, number(sourceId, 2), number(std::uint32_t{eventId} << 2U | 2U, 2), message}));
 }
 
 void Packets::section(std::uint16_t pid, const Bytes& section) {
