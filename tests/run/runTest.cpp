@@ -278,8 +278,10 @@ class BuildFolder : public Run {
         const fs::path copy = folder / "copy";
         fs::create_directories(copy / "build/release");
         fs::copy_file(root / "run", copy / "run", fs::copy_options::overwrite_existing);
-        fs::copy(root / "packaging", copy / "packaging",
-                 fs::copy_options::recursive | fs::copy_options::overwrite_existing);
+        for (const char* part : {"packaging", "wire"}) {
+            fs::copy(root / part, copy / part,
+                     fs::copy_options::recursive | fs::copy_options::overwrite_existing);
+        }
         std::ofstream(copy / "build/release/CMakeCache.txt")
             << "CMAKE_HOME_DIRECTORY:INTERNAL=" << sourceFolder.string() << '\n';
         std::ofstream(copy / "build/release/build.ninja") << "# of " << sourceFolder.string() << '\n';
