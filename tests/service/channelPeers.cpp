@@ -97,8 +97,11 @@ void ChannelPeers::sendRequest(const std::string& text) {
 }
 
 bool ChannelPeers::trySendRequest(const std::string& text) {
-    const std::array<zmq::const_buffer, 2> parts{zmq::const_buffer(), zmq::buffer(text)};
-    return zmq::send_multipart(socket(Channel::requests), parts, zmq::send_flags::dontwait).has_value();
+    // Part by part: the connection may end between the two, which zmq::send_multipart takes for impossible.
+    zmq::socket_t& peer = socket(Channel::requests);
+    const auto now = zmq::send_flags::dontwait;
+    return peer.send(zmq::const_buffer(), zmq::send_flags::sndmore | now) &&
+           peer.send(zmq::buffer(text), now);
 }
 
 std::optional<std::string> ChannelPeers::acknowledgement() {

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
+#include <fstream>
 #include <span>
 #include <stdexcept>
 
@@ -328,6 +329,19 @@ std::vector<std::string> splitWords(std::string_view line) {
         at = end < line.size() ? line.find_first_not_of(' ', end + 1) : std::string_view::npos;
     }
     return words;
+}
+
+RecordBook readRecordBook(const std::string& path) {
+    std::ifstream file(path);
+    RecordBook book;
+    RecordReader reader(book);
+    for (std::string line; std::getline(file, line);) {
+        const std::vector<std::string> words = splitWords(line);
+        if (!words.empty() && !words[0].starts_with('#')) {
+            reader.readLine(words);
+        }
+    }
+    return book;
 }
 
 } // namespace serviceTest

@@ -55,6 +55,10 @@ class RecordReader {
     long entryIndex = -1; // -1: in the record's own fields
 };
 
+// The records of a file in the text form, empty lines and those that begin with # left out. Throws as
+// RecordReader does.
+RecordBook readRecordBook(const std::string& path);
+
 // The words of a line. Words are parted by blanks; "a text in quotes" is one word, without its quotes.
 std::vector<std::string> splitWords(std::string_view line);
 

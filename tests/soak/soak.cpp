@@ -46,19 +46,6 @@ struct Holdings {
     long janssonHeap = 0; // and by Jansson for it
 };
 
-RecordBook readRecords() {
-    std::ifstream file(MPEGFE_RECORDS);
-    RecordBook book;
-    serviceTest::RecordReader reader(book);
-    for (std::string line; std::getline(file, line);) {
-        const std::vector<std::string> words = serviceTest::splitWords(line);
-        if (!words.empty() && !words[0].starts_with('#')) {
-            reader.readLine(words);
-        }
-    }
-    return book;
-}
-
 // The service between peers that answer everything.
 class Soak {
   public:
@@ -116,7 +103,7 @@ class Soak {
 
     SharedHeap heap;
     Exchange service{silently(MPEGFE_PROGRAM, heap.environment(MPEGFE_HEAP_COUNTER))};
-    RecordBook records = readRecords();
+    RecordBook records = serviceTest::readRecordBook(MPEGFE_RECORDS);
 };
 
 struct Load {
