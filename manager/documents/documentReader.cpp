@@ -46,6 +46,11 @@ class Scanner {
         });
     }
 
+    // How far it has come.
+    std::size_t place() const {
+        return at;
+    }
+
     bool take(std::string_view piece) {
         if (!bytes.substr(at).starts_with(piece)) {
             return false;
@@ -116,8 +121,15 @@ class Scanner {
         skipped = key;
     }
 
-    std::string_view bytes;
-    std::size_t at;
+    std::string_view all() const {
+        return bytes;
+    }
+    std::string_view rest() const {
+        return bytes.substr(at);
+    }
+    void moveTo(std::size_t place) {
+        at = place;
+    }
 
   private:
     template <typename Value, typename Read>
@@ -137,6 +149,8 @@ class Scanner {
         return true;
     }
 
+    std::string_view bytes;
+    std::size_t at;
     std::string_view skipped;
     std::string_view what;
     std::string_view subject;
@@ -152,31 +166,36 @@ class LookAhead : public Scanner {
 
     template <typename Body>
     bool document(std::string_view key) {
+        if (!leavesText(key)) {
+            return false;
+        }
         Body body;
-        return leavesText(key) && (shape::describe(*this, body) ? closeDocument() : found);
+        return shape::describe(*this, body) ? closeDocument() : found;
     }
 
     template <typename Entry>
     bool entry(std::string_view key) {
-        Entry rest;
-        return leavesText(key) &&
-               (shape::describe(*this, rest) ? closeObject() && furtherEntry<Entry>() : found);
+        if (!leavesText(key)) {
+            return false;
+        }
+        Entry entry;
+        return shape::describe(*this, entry) ? closeObject() && furtherEntry<Entry>() : found;
     }
 
     template <typename Element>
     bool element(std::string_view key) {
-        Element rest;
-        if (!leavesText(key) || !shape::describe(*this, rest) || !closeObject()) {
+        if (!leavesText(key)) {
+            return false;
+        }
+        Element element;
+        if (!shape::describe(*this, element) || !closeObject()) {
             return false;
         }
         takeCommas();
         return take(elementHead) || (take("]") && closeDocument());
     }
 
-    // Where a look that was right has come, and which text begins there; none at the document's end.
-    std::size_t place() const {
-        return at;
-    }
+    // Which text begins where a look that was right has come; none at the document's end.
     std::string_view nextText() const {
         return next;
     }
@@ -207,7 +226,7 @@ class LookAhead : public Scanner {
   private:
     bool leavesText(std::string_view key) {
         skipTo(key);
-        return take("\"");
+        return take("\"") && (rest().starts_with(',') || rest().starts_with('}'));
     }
 
     template <typename Entry>
@@ -313,12 +332,13 @@ class Reader : public Scanner {
         if (!openText(key)) {
             return false;
         }
-        for (std::size_t end = bytes.find('"', at); end != std::string_view::npos;
-             end = bytes.find('"', end + 1)) {
-            LookAhead ahead(bytes, end);
+        const std::size_t start = place();
+        for (std::size_t end = all().find('"', start); end != std::string_view::npos;
+             end = all().find('"', end + 1)) {
+            LookAhead ahead(all(), end);
             if ((ahead.*goesOn)(key) && textEnds.allow(ahead)) {
-                value = bytes.substr(at, end - at);
-                at = end + 1;
+                value = all().substr(start, end - start);
+                moveTo(end + 1);
                 return true;
             }
         }
@@ -334,7 +354,7 @@ class Reader : public Scanner {
             return (take(empty) && take("\"")) || fail("the word ", empty);
         }
         goesOn = &LookAhead::entry<Entry>;
-        textEnds = TextEnds::of<Entry>(bytes);
+        textEnds = TextEnds::of<Entry>(all());
         if (!take("[")) {
             return fail("a list");
         }
@@ -345,7 +365,7 @@ class Reader : public Scanner {
             if (!shape::describe(*this, entries.emplace_back()) || !closeObject()) {
                 return false;
             }
-            if (!takeCommas() && !bytes.substr(at).starts_with("]")) {
+            if (!takeCommas() && !rest().starts_with(']')) {
                 return fail("a comma or the list's end");
             }
         }
@@ -393,12 +413,12 @@ class Reader : public Scanner {
     // Passes over the commas before it.
     bool startsElement(std::string_view type) {
         takeCommas();
-        std::string_view rest = bytes.substr(at);
-        if (!rest.starts_with(elementHead)) {
+        std::string_view element = rest();
+        if (!element.starts_with(elementHead)) {
             return false;
         }
-        rest.remove_prefix(elementHead.size());
-        return rest.starts_with(type) && rest.substr(type.size()).starts_with('"');
+        element.remove_prefix(elementHead.size());
+        return element.starts_with(type) && element.substr(type.size()).starts_with('"');
     }
 
     bool (LookAhead::*goesOn)(std::string_view textKey) = nullptr;

@@ -75,7 +75,7 @@ class Picture {
     static constexpr std::size_t longestEventText = 240; // bytes
 
     // Times never go back.
-    void take(const Document& document, PictureTime now);
+    void take(const Document& document, PictureTime time);
 
     // Of the last change.
     Version version() const {
