@@ -17,8 +17,8 @@ A program index is its place in the PAT, counted from 0; "pgmDetail --program NU
 
 Exit status:
   0  acknowledged, and every document arrived
-  1  the answer was not an acknowledgement, --table met a document that has no table form, or the stream
-     has no such program
+  1  the answer was not an acknowledgement, --table or --json met a document that cannot be read, or the
+     stream has no such program
   2  the command line is wrong
   3  nothing acknowledged the request in time
   4  acknowledged, but a document did not arrive in time
@@ -38,6 +38,7 @@ std::optional<Options> parseCommandLine(int argumentCount, const char* const* ar
     std::string value;
     std::optional<int> program;
     bool table = false;
+    bool json = false;
     std::optional<int> documents;
     int timeout = static_cast<int>(tunables::timeout.count());
 
@@ -51,7 +52,8 @@ std::optional<Options> parseCommandLine(int argumentCount, const char* const* ar
         ->transform(companions::wholeNumber(1, highestProgramNumber))
         ->type_name("NUMBER")
         ->excludes(valueOption);
-    app.add_flag("--table", table, "Print a PID list or a program list as a table");
+    auto* const tableFlag = app.add_flag("--table", table, "Print documents as tables for people");
+    app.add_flag("--json", json, "Print documents as JSON for scripts, one a line")->excludes(tableFlag);
     app.add_option("--documents", documents, "Documents to wait for (1, and 0 for \"off\")")
         ->transform(companions::wholeNumber(0, tunables::mostDocuments))
         ->type_name("N");
@@ -75,7 +77,7 @@ std::optional<Options> parseCommandLine(int argumentCount, const char* const* ar
     Options options;
     options.request = makeRequest(dataStream, program ? "0" : value);
     options.program = program;
-    options.table = table;
+    options.output = table ? Output::tables : json ? Output::json : Output::asTheyCome;
     options.documents = documents.value_or(bringsDocument(options.request) ? 1 : 0);
     options.timeout = std::chrono::seconds(timeout);
     return options;

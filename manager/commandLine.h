@@ -1,7 +1,7 @@
 // The command line of mpegfe-manager.
 #pragma once
 
-#include "request.h"
+#include "exchange/request.h"
 #include "tunables.h"
 
 #include <chrono>
@@ -10,10 +10,13 @@
 
 namespace manager {
 
+// How documents are printed.
+enum class Output { asTheyCome, tables, json };
+
 struct Options {
-    Request request;                                  // of a program known by its number, still without index
-    std::optional<int> program;                       // that number, whose index the PAT tells
-    bool table = false;                               // a table instead of the documents' texts
+    Request request;            // of a program known by its number, still without index
+    std::optional<int> program; // that number, whose index the PAT tells
+    Output output = Output::asTheyCome;
     int documents = 0;                                // answers to wait for
     std::chrono::seconds timeout = tunables::timeout; // for each message
 };

@@ -1,7 +1,7 @@
 // The media manager's ends of both channels with the service.
 #pragma once
 
-#include "connectedServices.h"
+#include "exchange/connectedServices.h"
 
 #include "companions/lockFile.h"
 

@@ -1,52 +1,67 @@
 // mpegfe-manager: the other end of both of the service's channels, as a command.
 
 #include "commandLine.h"
-#include "documentTable.h"
-#include "exchange.h"
+#include "documents/documentReader.h"
+#include "documents/programIndex.h"
 #include "managerError.h"
-#include "programIndex.h"
+#include "oneRequest.h"
+#include "terminal/displayText.h"
+#include "terminal/documentJson.h"
+#include "terminal/documentTable.h"
 
 #include "companions/stopSignals.h"
 
 #include <exception>
 #include <iostream>
+#include <unistd.h>
+#include <variant>
 
 namespace {
 
 using namespace manager;
 
 void say(std::string_view line) {
-    std::cerr << "mpegfe-manager: " << line << std::endl;
+    std::cerr << "mpegfe-manager: " << displayable(line) << std::endl;
 }
 
-// Prints documents as they came, or as tables; what has no table form is shown as it came, and remembered.
+// The bytes of a peer, which a terminal must not act on.
+void printBytes(std::string_view bytes) {
+    static const bool toTerminal = isatty(STDOUT_FILENO) == 1;
+    std::cout << (toTerminal ? displayable(bytes) : std::string(bytes)) << std::endl;
+}
+
+// Prints documents as they came, as tables or as JSON; what cannot be read is remembered.
 class Printer {
   public:
-    explicit Printer(bool asTables) : tables(asTables) {}
+    explicit Printer(Output output) : form(output) {}
 
     void showReply(std::string_view reply) const {
-        if (!tables) {
-            std::cout << reply << std::endl;
+        if (form == Output::asTheyCome) {
+            printBytes(reply);
         }
     }
 
-    void show(std::string_view document) {
-        if (!tables) {
-            std::cout << document << std::endl;
+    void show(std::string_view text) {
+        if (form == Output::asTheyCome) {
+            printBytes(text);
             return;
         }
-        const DocumentTable result = makeDocumentTable(document);
-        if (result.problem.empty()) {
-            std::cout << result.table << std::flush;
-            return;
+        const auto result = readDocument(text);
+        if (const auto* const document = std::get_if<Document>(&result)) {
+            std::cout << (form == Output::tables ? documentTable(*document) : documentJson(*document) + '\n')
+                      << std::flush;
+        } else {
+            showUnreadable(text, std::get<ReadError>(result));
         }
-        std::cout << document << std::endl;
-        say("no table for this document: " + result.problem + "; it is shown as it came");
-        complete = false;
     }
 
-    static void showStray(std::string_view document) {
-        std::cout << document << std::endl;
+    // A script has asked for what answers its request, and for nothing else.
+    void showStray(std::string_view text) const {
+        if (form == Output::json) {
+            say("a document that answers an earlier request is left out");
+            return;
+        }
+        printBytes(text);
         say("the document above answers an earlier request");
     }
 
@@ -65,32 +80,47 @@ class Printer {
     }
 
   private:
-    bool tables;
+    void showUnreadable(std::string_view text, const ReadError& error) {
+        complete = false;
+        if (form == Output::json) {
+            say("no JSON for this document: " + describe(error) + "; it is left out");
+            return;
+        }
+        printBytes(text);
+        say("no table for this document: " + describe(error) + "; it is shown as it came");
+    }
+
+    Output form;
     bool complete = true;
 };
 
 // Finds out the program's index in the PAT, without showing how.
-Request requestByNumber(Options options, Endpoints& endpoints) {
+Request requestByNumber(Options options, Endpoints& endpoints, const Printer& printer) {
     std::string pat;
     options.request = makeRequest("PAT", "on");
     options.documents = 1;
-    runExchange(endpoints, options,
-                {[](std::string_view) {}, [&](std::string_view document) { pat = document; },
-                 Printer::showStray, Printer::showSharing});
+    runRequest(endpoints, options,
+               {.replied = [](std::string_view) {},
+                .refused = {},
+                .answered = [&](const Request&, std::string_view document) { pat = document; },
+                .strayed = [&](std::string_view document) { printer.showStray(document); },
+                .shared = Printer::showSharing});
     return makeRequest(programDetail, std::to_string(programIndex(pat, *options.program)));
 }
 
 ExitStatus run(Options options) {
     companions::stopOnSignals();
     Endpoints endpoints;
+    Printer printer(options.output);
     if (options.program) {
-        options.request = requestByNumber(options, endpoints);
+        options.request = requestByNumber(options, endpoints, printer);
     }
-    Printer printer(options.table);
-    runExchange(endpoints, options,
-                {[&](std::string_view reply) { printer.showReply(reply); },
-                 [&](std::string_view document) { printer.show(document); }, Printer::showStray,
-                 Printer::showSharing});
+    runRequest(endpoints, options,
+               {.replied = [&](std::string_view reply) { printer.showReply(reply); },
+                .refused = {},
+                .answered = [&](const Request&, std::string_view document) { printer.show(document); },
+                .strayed = [&](std::string_view document) { printer.showStray(document); },
+                .shared = Printer::showSharing});
     return printer.status();
 }
 

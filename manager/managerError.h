@@ -8,7 +8,7 @@ namespace manager {
 // Exit statuses; --help tells them to the user.
 enum class ExitStatus {
     success = 0, // acknowledged, and every document arrived
-    refused = 1, // the service refused or answered in a way that cannot be understood, no table form, or no
+    refused = 1, // the service refused or answered in a way that cannot be understood, or the stream has no
                  // such program
     usage = companions::wrongUsage, // the command line is wrong
     noAnswer = 3,                   // nothing acknowledged the request in time

@@ -4,6 +4,7 @@
 #include "wire/endpoints.h"
 
 #include <chrono>
+#include <cstddef>
 
 namespace manager::tunables {
 
@@ -19,6 +20,11 @@ inline constexpr int mostDocuments = 1'000'000; // that --documents takes
 
 // How much later than a document the acknowledgement before it may be seen.
 inline constexpr milliseconds overtaking{50};
+
+inline constexpr std::size_t mostOrders =
+    64; // requests that wait for the service, the one on the wire included
+inline constexpr seconds recordsWait{
+    5}; // a document that takes longer waits for a stream, not for its records
 
 // How long the last acknowledgement may take to leave at the end; a service that has gone costs this much.
 inline constexpr milliseconds farewell{1000};

@@ -1,4 +1,4 @@
-#include "displayText.h"
+#include "terminal/displayText.h"
 
 #include <gtest/gtest.h>
 
@@ -45,8 +45,15 @@ TEST(Displayable, writesOutBytesThatAreNotUtf8) {
     EXPECT_EQ(displayable("\xC0\xAF"), R"(\xC0\xAF)");
 }
 
-TEST(Displayable, takesAnotherBackslash) {
-    EXPECT_EQ(displayable("\x1b\xE9", R"(\\)"), R"(\\u{1B}\\xE9)");
+TEST(CutToWidth, leavesWhatFits) {
+    EXPECT_EQ(manager::cutToWidth("東京", 4), "東京");
+    EXPECT_EQ(manager::cutToWidth("", 0), "");
+}
+
+TEST(CutToWidth, putsAnEllipsisForTheRest) {
+    EXPECT_EQ(manager::cutToWidth("Harbour", 6), "Harbo\u2026");
+    EXPECT_EQ(manager::cutToWidth("東京", 3), "東\u2026");
+    EXPECT_EQ(manager::cutToWidth("e\u0301e\u0301e\u0301", 2), "e\u0301\u2026");
 }
 
 } // namespace

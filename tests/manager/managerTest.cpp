@@ -209,8 +209,8 @@ TEST_F(Manager, saysThatADocumentHasNoTable) {
     EXPECT_EQ(
         transcript(*manager),
         std::string(radioDetail) +
-            "\nmpegfe-manager: no table for this document: the document is not valid JSON (unexpected token "
-            "near ','); it is shown as it came\n"
+            "\nmpegfe-manager: no table for this document: expected \"pidNum\" at byte 159; it is shown "
+            "as it came\n"
             "exit code 1\n");
 }
 

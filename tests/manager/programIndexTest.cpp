@@ -1,4 +1,4 @@
-#include "programIndex.h"
+#include "documents/programIndex.h"
 
 #include "managerError.h"
 

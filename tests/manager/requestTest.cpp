@@ -1,4 +1,4 @@
-#include "request.h"
+#include "exchange/request.h"
 #include "managerError.h"
 
 #include <gtest/gtest.h>

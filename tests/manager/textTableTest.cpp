@@ -1,4 +1,4 @@
-#include "textTable.h"
+#include "terminal/textTable.h"
 
 #include <gtest/gtest.h>
 

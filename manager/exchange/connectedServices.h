@@ -18,6 +18,11 @@ class ConnectedServices {
         return events.handle();
     }
 
+    // Whether one is connected, by what has been taken.
+    bool any() const {
+        return connected > 0;
+    }
+
     // Takes what has happened. Whether two or more have been connected at once by now; true one time only.
     bool newlyShared();
 

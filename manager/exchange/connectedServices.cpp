@@ -1,4 +1,4 @@
-#include "connectedServices.h"
+#include "exchange/connectedServices.h"
 
 #include <cstdint>
 #include <cstring>

@@ -1,6 +1,6 @@
-#include "textTable.h"
+#include "terminal/textTable.h"
 
-#include "displayText.h"
+#include "terminal/displayText.h"
 
 #include <algorithm>
 #include <iterator>
@@ -28,7 +28,7 @@ TextTable::TextTable(std::vector<Column> tableColumns) : columns(std::move(table
 void TextTable::addRow(const std::vector<std::string>& texts) {
     std::vector<std::string> row;
     std::transform(texts.begin(), texts.end(), std::back_inserter(row),
-                   [](const std::string& text) { return displayable(text); });
+                   [](const std::string& text) { return cutToWidth(displayable(text), widestCell); });
     row.resize(columns.size());
     rows.push_back(std::move(row));
 }

@@ -1,10 +1,14 @@
 // A table of texts in aligned columns.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
 namespace manager {
+
+// Columns that a text has at the most.
+inline constexpr std::size_t widestCell = 240;
 
 enum class Align { left, right };
 
@@ -17,7 +21,8 @@ class TextTable {
   public:
     explicit TextTable(std::vector<Column> tableColumns);
 
-    // One text a column, UTF-8; what a terminal would not show is written out.
+    // One text a column; what a terminal would not show is written out, and what is wider than any text that
+    // the service has is cut, so that one text cannot widen every line.
     void addRow(const std::vector<std::string>& texts);
 
     // The titles and the rows as lines, each with a line end and no blanks before it.

@@ -1,0 +1,165 @@
+#include "exchange/exchange.h"
+
+#include "documents/documentReader.h"
+#include "tunables.h"
+
+#include "companions/json.h"
+
+#include <string>
+#include <utility>
+
+namespace manager {
+namespace {
+
+bool isReady(zmq::socket_t& socket, short events) {
+    return (socket.get(zmq::sockopt::events) & events) != 0;
+}
+
+// The first part of a message; mpegFE sends no more than one, and what else there is must still be taken
+// before the socket can be used again.
+std::string receive(zmq::socket_t& socket) {
+    zmq::message_t first;
+    zmq::message_t more;
+    static_cast<void>(socket.recv(first, zmq::recv_flags::dontwait));
+    for (bool further = first.more(); further; further = more.more()) {
+        static_cast<void>(socket.recv(more, zmq::recv_flags::dontwait));
+    }
+    return first.to_string();
+}
+
+bool isAcknowledgement(std::string_view reply) {
+    const companions::Json object(json_loadb(reply.data(), reply.size(), 0, nullptr));
+    return companions::textOf(object.get(), "reply") == "ack";
+}
+
+} // namespace
+
+Exchange::Exchange(zmq::socket_t& toRequests, zmq::socket_t& toDocuments, ConnectedServices& connected,
+                   Listener whoListens, Time now)
+    : requestSocket(toRequests), documentSocket(toDocuments), services(connected),
+      listener(std::move(whoListens)), progress(now) {}
+
+bool Exchange::take(Order order) {
+    if (orders.size() == tunables::mostOrders) {
+        return false;
+    }
+    orders.push_back(std::move(order));
+    return true;
+}
+
+void Exchange::giveUp(Time now) {
+    if (acknowledged()) {
+        finish(now);
+    }
+}
+
+// While nothing is connected, a request waits here and not in the socket, so that it never reaches a service
+// that starts after this process has given up.
+std::array<zmq::pollitem_t, 3> Exchange::pollItems() const {
+    const short send = orders.empty() ? 0 : ZMQ_POLLOUT;
+    const short requestEvents = stage == Stage::sent ? ZMQ_POLLIN : stage == Stage::unsent ? send : 0;
+    const short documentEvents = heldSince ? 0 : ZMQ_POLLIN;
+    return {{{requestSocket.handle(), 0, requestEvents, 0},
+             {documentSocket.handle(), 0, documentEvents, 0},
+             {services.handle(), 0, ZMQ_POLLIN, 0}}};
+}
+
+std::optional<Time> Exchange::wakeUp() const {
+    return heldSince ? std::optional(*heldSince + tunables::overtaking) : std::nullopt;
+}
+
+void Exchange::step(Time now) {
+    if (stage == Stage::unsent && !orders.empty() && isReady(requestSocket, ZMQ_POLLOUT)) {
+        send(now);
+    } else if (stage == Stage::sent && isReady(requestSocket, ZMQ_POLLIN)) {
+        takeReply(now);
+    }
+    if (isReady(documentSocket, ZMQ_POLLIN) && !isOvertaken(now)) {
+        takeDocument(now);
+    }
+    if (services.newlyShared()) {
+        listener.shared();
+    }
+}
+
+ServiceCondition Exchange::condition(Time now) const {
+    if (!services.any()) {
+        return {ServiceState::absent, progress};
+    }
+    switch (stage) {
+    case Stage::unsent:
+        return {ServiceState::answering, progress};
+    case Stage::sent:
+        return {ServiceState::unanswered, progress};
+    case Stage::acknowledged:
+        break;
+    }
+    const bool isLong = now - progress >= tunables::recordsWait;
+    return {isLong ? ServiceState::noStream : ServiceState::waiting, progress};
+}
+
+void Exchange::send(Time now) {
+    requestSocket.send(zmq::buffer(requestText(orders.front().request)), zmq::send_flags::dontwait);
+    stage = Stage::sent;
+    progress = now;
+}
+
+void Exchange::takeReply(Time now) {
+    const std::string reply = receive(requestSocket);
+    listener.replied(reply);
+    if (!isAcknowledgement(reply)) {
+        finish(now);
+        listener.refused(reply);
+        return;
+    }
+    stage = Stage::acknowledged;
+    progress = now;
+    finishWhenComplete(now);
+}
+
+// Acknowledges first: the service stands still until it has the answer.
+void Exchange::takeDocument(Time now) {
+    const std::string document = receive(documentSocket);
+    documentSocket.send(zmq::str_buffer(R"({"reply": "ack"})"), zmq::send_flags::dontwait);
+    if (!acknowledged() || documentStream(document) != orders.front().request.dataStream) {
+        listener.strayed(document);
+        return;
+    }
+    ++documents;
+    progress = now;
+    listener.answered(orders.front().request, document);
+    finishWhenComplete(now);
+}
+
+void Exchange::finish(Time now) {
+    orders.pop_front();
+    stage = Stage::unsent;
+    documents = 0;
+    progress = now;
+}
+
+void Exchange::finishWhenComplete(Time now) {
+    if (documents >= orders.front().documents) {
+        finish(now);
+    }
+}
+
+// The service acknowledges a request before it works on it, but the two messages come over two connections:
+// the later one may be seen first. So a document waits a little for the acknowledgement.
+bool Exchange::isOvertaken(Time now) {
+    if (stage != Stage::sent) {
+        heldSince.reset();
+        return false;
+    }
+    if (!heldSince) {
+        heldSince = now;
+        return true;
+    }
+    if (now - *heldSince < tunables::overtaking) {
+        return true;
+    }
+    heldSince.reset();
+    return false;
+}
+
+} // namespace manager

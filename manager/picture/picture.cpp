@@ -1,0 +1,193 @@
+#include "picture/picture.h"
+
+#include <algorithm>
+#include <set>
+#include <variant>
+#include <vector>
+
+namespace manager {
+namespace {
+
+// What PIDs and services have in common, and what their events are called.
+template <typename Listed>
+struct Kind;
+
+template <>
+struct Kind<ListedPid> {
+    static constexpr std::size_t most = Picture::mostPids;
+    static constexpr EventKind came = EventKind::pidCame;
+    static constexpr EventKind went = EventKind::pidWent;
+    static constexpr EventKind changed = EventKind::pidChanged;
+    static constexpr EventKind scrambled = EventKind::pidScrambled;
+    static constexpr EventKind cleared = EventKind::pidCleared;
+    static int number(const ListedPid& pid) {
+        return pid.pid;
+    }
+    static const std::string& name(const ListedPid& pid) {
+        return pid.description;
+    }
+    static bool isScrambled(const ListedPid& pid) {
+        return pid.scrambled != 0;
+    }
+};
+
+template <>
+struct Kind<ListedProgram> {
+    static constexpr std::size_t most = Picture::mostServices;
+    static constexpr EventKind came = EventKind::serviceCame;
+    static constexpr EventKind went = EventKind::serviceWent;
+    static constexpr EventKind changed = EventKind::serviceRenamed;
+    static constexpr EventKind scrambled = EventKind::serviceScrambled;
+    static constexpr EventKind cleared = EventKind::serviceCleared;
+    static int number(const ListedProgram& program) {
+        return program.programNumber;
+    }
+    static const std::string& name(const ListedProgram& program) {
+        return program.name;
+    }
+    static bool isScrambled(const ListedProgram& program) {
+        return program.allScrambled != 0;
+    }
+};
+
+// Makes room for one more, at the cost of what has been gone for the longest time. False when all are
+// present.
+template <typename Listed>
+bool makeRoom(std::map<int, Known<Listed>>& known) {
+    if (known.size() < Kind<Listed>::most) {
+        return true;
+    }
+    const auto oldest = std::ranges::min_element(known, {}, [](const auto& entry) {
+        return std::pair(entry.second.isPresent, entry.second.lastSeen);
+    });
+    if (oldest->second.isPresent) {
+        return false;
+    }
+    known.erase(oldest);
+    return true;
+}
+
+std::set<int> numbersOf(const Pat& pat) {
+    std::set<int> numbers;
+    for (const PatProgram& program : pat.programs) {
+        numbers.insert(program.programNumber);
+    }
+    numbers.erase(0); // the network entry
+    return numbers;
+}
+
+} // namespace
+
+void Picture::take(const Document& document, PictureTime time) {
+    now = time;
+    std::visit([&](const auto& body) { takeBody(body); }, document);
+}
+
+void Picture::takeBody(const EmptyDocument& /*empty*/) {}
+
+void Picture::takeBody(const PidList& list) {
+    keep(list);
+    allRates.add(now, list.rateBitPerSecond);
+    takeEntries(knownPids, list.pids, list.pidCount);
+}
+
+void Picture::takeBody(const ProgramList& list) {
+    keep(list);
+    takeEntries(knownServices, list.programs, list.serviceCount);
+}
+
+void Picture::takeBody(const ProgramDetail& detail) {
+    const int number = detail.pmt.programNumber;
+    if (!knownDetails.contains(number) && knownDetails.size() == mostServices) {
+        knownDetails.erase(std::ranges::min_element(knownDetails, {},
+                                                    [](const auto& entry) { return entry.second.version; }));
+    }
+    knownDetails[number] = {detail, now, ++newestVersion};
+}
+
+void Picture::takeBody(const Pat& pat) {
+    const std::set<int> before = newest<Pat>() ? numbersOf(newest<Pat>()->body) : std::set<int>{};
+    const std::set<int> after = numbersOf(pat);
+    keep(pat);
+    for (const int number : before) {
+        if (!after.contains(number)) {
+            tell(EventKind::programWent, number, {}, {});
+        }
+    }
+    for (const int number : after) {
+        if (!before.contains(number)) {
+            tell(EventKind::programCame, number, {}, {});
+        }
+    }
+}
+
+template <typename Body>
+void Picture::takeBody(const Body& table) {
+    keep(table);
+}
+
+// What a document had no room for may still be there: only a whole list tells what has gone. It goes first,
+// so that there is room for what comes.
+template <typename Listed>
+void Picture::takeEntries(std::map<int, Known<Listed>>& known, const std::vector<Listed>& listed, int count) {
+    std::map<int, const Listed*> byNumber; // the first of each
+    for (const Listed& entry : listed) {
+        byNumber.emplace(Kind<Listed>::number(entry), &entry);
+    }
+    const bool isWhole = count >= 0 && listed.size() >= static_cast<std::size_t>(count);
+    for (auto& [number, entry] : known) {
+        if (isWhole && entry.isPresent && !byNumber.contains(number)) {
+            leave(entry);
+        }
+    }
+    for (const auto& [number, entry] : byNumber) {
+        takeEntry(known, *entry);
+    }
+}
+
+template <typename Listed>
+void Picture::takeEntry(std::map<int, Known<Listed>>& known, const Listed& listed) {
+    using Names = Kind<Listed>;
+    const int number = Names::number(listed);
+    const bool isNew = !known.contains(number);
+    if (isNew && !makeRoom(known)) {
+        return;
+    }
+    Known<Listed>& entry = known[number];
+    if (isNew || !entry.isPresent) {
+        entry.firstSeen = isNew ? now : entry.firstSeen;
+        entry.isPresent = true;
+        tell(Names::came, number, {}, Names::name(listed));
+    } else if (Names::name(entry.newest) != Names::name(listed)) {
+        tell(Names::changed, number, Names::name(entry.newest), Names::name(listed));
+    }
+    if (!isNew && Names::isScrambled(entry.newest) != Names::isScrambled(listed)) {
+        tell(Names::isScrambled(listed) ? Names::scrambled : Names::cleared, number, {}, Names::name(listed));
+    }
+    entry.newest = listed;
+    entry.lastSeen = now;
+    entry.rates.add(now, listed.rateBitPerSecond);
+    entry.version = ++newestVersion;
+}
+
+template <typename Listed>
+void Picture::leave(Known<Listed>& entry) {
+    entry.isPresent = false;
+    tell(Kind<Listed>::went, Kind<Listed>::number(entry.newest), Kind<Listed>::name(entry.newest), {});
+    entry.version = ++newestVersion;
+}
+
+template <typename Body>
+void Picture::keep(const Body& body) {
+    std::get<std::optional<Newest<Body>>>(documents) = Newest<Body>{body, now, ++newestVersion};
+}
+
+void Picture::tell(EventKind kind, int number, const std::string& before, const std::string& after) {
+    if (keptEvents.size() == mostEvents) {
+        keptEvents.pop_front();
+    }
+    keptEvents.push_back({++newestVersion, now, kind, number, before.substr(0, longestEventText),
+                          after.substr(0, longestEventText)});
+}
+
+} // namespace manager
