@@ -16,7 +16,7 @@ A program index is its place in the PAT, counted from 0; "pgmDetail --program NU
 "on" starts the parser feed and brings a document; "off" stops the feed, whichever data stream is named.
 
 Exit status:
-  0  acknowledged, and every document arrived
+  0  acknowledged, and every document arrived; --watch was ended
   1  the answer was not an acknowledgement, --table or --json met a document that cannot be read, or the
      stream has no such program
   2  the command line is wrong
@@ -40,6 +40,7 @@ std::optional<Options> parseCommandLine(int argumentCount, const char* const* ar
     bool table = false;
     bool json = false;
     std::optional<int> documents;
+    std::optional<int> watchPeriod;
     int timeout = static_cast<int>(tunables::timeout.count());
 
     CLI::App app(description, "mpegfe-manager");
@@ -54,13 +55,24 @@ std::optional<Options> parseCommandLine(int argumentCount, const char* const* ar
         ->excludes(valueOption);
     auto* const tableFlag = app.add_flag("--table", table, "Print documents as tables for people");
     app.add_flag("--json", json, "Print documents as JSON for scripts, one a line")->excludes(tableFlag);
+    auto* const watchOption =
+        app.add_option(
+               "--watch", watchPeriod,
+               "Repeat the request this often (1) until q or Ctrl-C: in place on a terminal, with what has "
+               "changed marked, else one document after the other")
+            ->expected(0, 1)
+            ->default_str("1")
+            ->transform(companions::wholeNumber(1, static_cast<int>(tunables::longestTimeout.count())))
+            ->type_name("[SECONDS]");
     app.add_option("--documents", documents, "Documents to wait for (1, and 0 for \"off\")")
         ->transform(companions::wholeNumber(0, tunables::mostDocuments))
-        ->type_name("N");
+        ->type_name("N")
+        ->excludes(watchOption);
     app.add_option("--timeout", timeout,
                    "How long to wait for each message (" + defaultOf(tunables::timeout) + ')')
         ->transform(companions::wholeNumber(1, static_cast<int>(tunables::longestTimeout.count())))
-        ->type_name("SECONDS");
+        ->type_name("SECONDS")
+        ->excludes(watchOption);
     app.callback([&] {
         if (!program && valueOption->count() == 0) {
             throw CLI::RequiredError("VALUE");
@@ -80,6 +92,14 @@ std::optional<Options> parseCommandLine(int argumentCount, const char* const* ar
     options.output = table ? Output::tables : json ? Output::json : Output::asTheyCome;
     options.documents = documents.value_or(bringsDocument(options.request) ? 1 : 0);
     options.timeout = std::chrono::seconds(timeout);
+    if (watchPeriod) {
+        if (!bringsDocument(options.request)) {
+            throw ManagerError(ExitStatus::usage, {"nothing to watch", "a request that brings a document",
+                                                   "\"off\"", "watch with \"on\""});
+        }
+        options.watchPeriod = std::chrono::seconds(*watchPeriod);
+        options.output = json ? Output::json : Output::tables;
+    }
     return options;
 }
 

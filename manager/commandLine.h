@@ -19,6 +19,8 @@ struct Options {
     Output output = Output::asTheyCome;
     int documents = 0;                                // answers to wait for
     std::chrono::seconds timeout = tunables::timeout; // for each message
+    // How often the request is repeated; nothing when it is made once.
+    std::optional<std::chrono::seconds> watchPeriod;
 };
 
 // Reads the command line. Nothing when it was --help or --version, which are then printed on standard output.

@@ -1,13 +1,11 @@
 #include "oneRequest.h"
 
 #include "managerError.h"
+#include "waiting.h"
 
 #include "companions/json.h"
 #include "companions/stopSignals.h"
 
-#include <algorithm>
-#include <array>
-#include <cerrno>
 #include <chrono>
 #include <cstring>
 #include <string>
@@ -17,7 +15,6 @@ namespace manager {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-using std::chrono::milliseconds;
 
 [[noreturn]] void stopFor(int signal) {
     const int status = static_cast<int>(ExitStatus::interrupted) + signal;
@@ -59,22 +56,6 @@ using std::chrono::milliseconds;
                         std::to_string(exchange.documentsTaken()),
                         "mpegFE may still be waiting for the parser's records, or the stream has nothing "
                         "to show: its console says which"});
-}
-
-// Waits until the exchange has something to do, or until a signal or this time has come.
-void waitFor(const Exchange& exchange, Time until) {
-    const auto items = exchange.pollItems();
-    std::array<zmq::pollitem_t, items.size() + 1> all{};
-    *std::copy(items.begin(), items.end(), all.begin()) = {nullptr, companions::stopDescriptor(), ZMQ_POLLIN,
-                                                           0};
-    const Time wakeUp = std::min(exchange.wakeUp().value_or(until), until);
-    try {
-        zmq::poll(all, std::max(milliseconds(0), std::chrono::ceil<milliseconds>(wakeUp - Clock::now())));
-    } catch (const zmq::error_t& error) {
-        if (error.num() != EINTR) { // whoever called looks for a signal
-            throw;
-        }
-    }
 }
 
 } // namespace

@@ -86,15 +86,11 @@ std::string counted(const std::vector<Entry>& list, int count, const std::string
     return shown == number(count) ? all : all + " (the document has room for " + shown + ')';
 }
 
-std::string withTable(const std::string& heading, const TextTable& table) {
-    return heading + "\n\n" + table.text();
+DocumentTable bodyTable(const EmptyDocument& /*empty*/) {
+    return {"An empty document", TextTable({})};
 }
 
-std::string tableOf(const EmptyDocument& /*empty*/) {
-    return "An empty document\n";
-}
-
-std::string tableOf(const PidList& list) {
+DocumentTable bodyTable(const PidList& list) {
     TextTable table({{"PID", Align::right},
                      {"hex", Align::left},
                      {"type", Align::left},
@@ -108,11 +104,11 @@ std::string tableOf(const PidList& list) {
                       orNone(pid.programNumber), pid.programNumber == 0 ? none : number(pid.patIndex),
                       orNone(pid.pmtPid), rate(pid.rateBitPerSecond), yesNo(pid.scrambled)});
     }
-    return withTable(
-        "PID list: " + counted(list.pids, list.pidCount, "PID") + ", " + rate(list.rateBitPerSecond), table);
+    return {"PID list: " + counted(list.pids, list.pidCount, "PID") + ", " + rate(list.rateBitPerSecond),
+            table};
 }
 
-std::string tableOf(const ProgramList& list) {
+DocumentTable bodyTable(const ProgramList& list) {
     TextTable table({{"program", Align::right},
                      {"index", Align::right},
                      {"service", Align::left},
@@ -129,11 +125,10 @@ std::string tableOf(const ProgramList& list) {
                       number(program.pidCount), rate(program.rateBitPerSecond), yesNo(program.freeCaMode),
                       yesNo(program.allScrambled)});
     }
-    return withTable(
-        "Program list: " + counted(list.programs, list.serviceCount, "program") + ", " +
-            number(list.scrambledCount) + " scrambled, " + rate(list.rateBitPerSecond) +
-            (list.derived == 1 ? " (the stream has no SDT: the names are made from the PAT)" : ""),
-        table);
+    return {"Program list: " + counted(list.programs, list.serviceCount, "program") + ", " +
+                number(list.scrambledCount) + " scrambled, " + rate(list.rateBitPerSecond) +
+                (list.derived == 1 ? " (the stream has no SDT: the names are made from the PAT)" : ""),
+            table};
 }
 
 std::string attributes(const VideoElement& video) {
@@ -152,7 +147,7 @@ std::string attributes(const AudioElement& audio) {
     return bitRate + ", " + sampleRate + ", " + audio.mode;
 }
 
-std::string tableOf(const ProgramDetail& detail) {
+DocumentTable bodyTable(const ProgramDetail& detail) {
     TextTable table({{"PID", Align::right},
                      {"hex", Align::left},
                      {"type", Align::left},
@@ -179,12 +174,12 @@ std::string tableOf(const ProgramDetail& detail) {
     for (const PidElement& element : detail.ecm) {
         addPid(element.pid, "ECM");
     }
-    return withTable("Program " + number(detail.pmt.programNumber) + ": " + number(detail.pidCount) +
-                         " video and audio PID" + (detail.pidCount == 1 ? "" : "s"),
-                     table);
+    return {"Program " + number(detail.pmt.programNumber) + ": " + number(detail.pidCount) +
+                " video and audio PID" + (detail.pidCount == 1 ? "" : "s"),
+            table};
 }
 
-std::string tableOf(const Pat& pat) {
+DocumentTable bodyTable(const Pat& pat) {
     TextTable table({{"index", Align::right},
                      {"program", Align::right},
                      {"PMT PID", Align::right},
@@ -194,22 +189,20 @@ std::string tableOf(const Pat& pat) {
         table.addRow({number(index++), program.programNumber == 0 ? "network" : number(program.programNumber),
                       number(program.pmtPid), hexadecimal(program.pmtPid)});
     }
-    return withTable("PAT: " + counted(pat.programs, pat.programCount, "program") + ", " +
-                         rate(pat.rateBitPerSecond),
-                     table);
+    return {"PAT: " + counted(pat.programs, pat.programCount, "program") + ", " + rate(pat.rateBitPerSecond),
+            table};
 }
 
-std::string tableOf(const Cat& cat) {
+DocumentTable bodyTable(const Cat& cat) {
     TextTable table({{"CA system", Align::left}, {"EMM PID", Align::right}, {"hex", Align::left}});
     for (const CaSystem& system : cat.systems) {
         table.addRow({hexadecimal(system.systemId), number(system.emmPid), hexadecimal(system.emmPid)});
     }
-    return withTable("CAT: " + counted(cat.systems, cat.systemCount, "CA system") + ", " +
-                         rate(cat.rateBitPerSecond),
-                     table);
+    return {"CAT: " + counted(cat.systems, cat.systemCount, "CA system") + ", " + rate(cat.rateBitPerSecond),
+            table};
 }
 
-std::string tableOf(const Nit& nit) {
+DocumentTable bodyTable(const Nit& nit) {
     TextTable table({{"descriptor", Align::left}, {"content", Align::left}});
     const auto addDescriptor = [&](const NetworkDescriptor& descriptor) {
         table.addRow({hexadecimal(descriptor.tag), descriptor.text});
@@ -218,28 +211,27 @@ std::string tableOf(const Nit& nit) {
     for (const NetworkDescriptor& descriptor : nit.descriptors) {
         addDescriptor(descriptor);
     }
-    return withTable("NIT: network " + hexadecimal(nit.networkId) + ", original network " +
-                         hexadecimal(nit.originalNetworkId) + ", transport stream " +
-                         hexadecimal(nit.transportStreamId) + ", " +
-                         counted(nit.descriptors, nit.descriptorCount, "further descriptor") + ", " +
-                         rate(nit.rateBitPerSecond),
-                     table);
+    return {"NIT: network " + hexadecimal(nit.networkId) + ", original network " +
+                hexadecimal(nit.originalNetworkId) + ", transport stream " +
+                hexadecimal(nit.transportStreamId) + ", " +
+                counted(nit.descriptors, nit.descriptorCount, "further descriptor") + ", " +
+                rate(nit.rateBitPerSecond),
+            table};
 }
 
-std::string tableOf(const Sdt& sdt) {
+DocumentTable bodyTable(const Sdt& sdt) {
     TextTable table({{"service", Align::left}, {"provider", Align::left}, {"CA", Align::left}});
     for (const Service& service : sdt.services) {
         table.addRow(
             {orNone(service.name), orNone(service.provider), yesNo(service.freeCaMode == "Set" ? 1 : 0)});
     }
-    return withTable("SDT: " + counted(sdt.services, sdt.serviceCount, "service") + " (" +
-                         inHeading(sdt.source) + "), original network " + hexadecimal(sdt.originalNetworkId) +
-                         ", transport stream " + hexadecimal(sdt.transportStreamId) + ", " +
-                         rate(sdt.rateBitPerSecond),
-                     table);
+    return {"SDT: " + counted(sdt.services, sdt.serviceCount, "service") + " (" + inHeading(sdt.source) +
+                "), original network " + hexadecimal(sdt.originalNetworkId) + ", transport stream " +
+                hexadecimal(sdt.transportStreamId) + ", " + rate(sdt.rateBitPerSecond),
+            table};
 }
 
-std::string tableOf(const Eit& eit) {
+DocumentTable bodyTable(const Eit& eit) {
     TextTable table({{"event", Align::left},
                      {"date", Align::left},
                      {"start", Align::left},
@@ -251,22 +243,27 @@ std::string tableOf(const Eit& eit) {
         table.addRow({hexadecimal(event.eventId), calendarDate(event.dateMjd), event.startTime,
                       event.duration, orNone(event.language), orNone(event.name), orNone(event.description)});
     }
-    return withTable("EIT: " + counted(eit.events, eit.eventCount, "event") + " of program " +
-                         number(eit.serviceId) + ", original network " + hexadecimal(eit.originalNetworkId) +
-                         ", transport stream " + hexadecimal(eit.transportStreamId) + ", " +
-                         rate(eit.rateBitPerSecond),
-                     table);
+    return {"EIT: " + counted(eit.events, eit.eventCount, "event") + " of program " + number(eit.serviceId) +
+                ", original network " + hexadecimal(eit.originalNetworkId) + ", transport stream " +
+                hexadecimal(eit.transportStreamId) + ", " + rate(eit.rateBitPerSecond),
+            table};
 }
 
-std::string tableOf(const Tdt& tdt) {
-    return "TDT: " + calendarDate(tdt.dateMjd) + ' ' + inHeading(tdt.timeOfDay) + " UTC, " +
-           rate(tdt.rateBitPerSecond) + '\n';
+DocumentTable bodyTable(const Tdt& tdt) {
+    return {"TDT: " + calendarDate(tdt.dateMjd) + ' ' + inHeading(tdt.timeOfDay) + " UTC, " +
+                rate(tdt.rateBitPerSecond),
+            TextTable({})};
 }
 
 } // namespace
 
+DocumentTable tableOf(const Document& document) {
+    return std::visit([](const auto& body) { return bodyTable(body); }, document);
+}
+
 std::string documentTable(const Document& document) {
-    return std::visit([](const auto& body) { return tableOf(body); }, document);
+    const DocumentTable shown = tableOf(document);
+    return shown.heading + '\n' + (shown.table.titles().empty() ? "" : '\n' + shown.table.text());
 }
 
 } // namespace manager

@@ -11,12 +11,12 @@ namespace {
 
 constexpr std::string_view gap = "  ";
 
+} // namespace
+
 std::string padded(const std::string& text, std::size_t width, Align align) {
-    const std::string blanks(width - displayWidth(text), ' ');
+    const std::string blanks(width - std::min(width, displayWidth(text)), ' ');
     return align == Align::right ? blanks + text : text + blanks;
 }
-
-} // namespace
 
 TextTable::TextTable(std::vector<Column> tableColumns) : columns(std::move(tableColumns)) {
     std::vector<std::string> titles;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,9 @@ struct Column {
     Align align;
 };
 
+// A displayable text with blanks up to this width, if it is not as wide already.
+std::string padded(const std::string& text, std::size_t width, Align align);
+
 class TextTable {
   public:
     explicit TextTable(std::vector<Column> tableColumns);
@@ -24,6 +28,17 @@ class TextTable {
     // One text a column; what a terminal would not show is written out, and what is wider than any text that
     // the service has is cut, so that one text cannot widen every line.
     void addRow(const std::vector<std::string>& texts);
+
+    // As they are shown.
+    const std::vector<std::string>& titles() const {
+        return rows.front();
+    }
+    std::span<const std::vector<std::string>> body() const {
+        return std::span(rows).subspan(1);
+    }
+    Align alignment(std::size_t column) const {
+        return columns[column].align;
+    }
 
     // The titles and the rows as lines, each with a line end and no blanks before it.
     std::string text() const;
