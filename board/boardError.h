@@ -20,7 +20,19 @@ class BoardError : public companions::Failure {
         : companions::Failure(status, trouble) {}
 };
 
-// Prints a line on the board's console (standard error), for what does not end the board.
+// Prints a line on the board's console (standard error), for what does not end the board. Does not wait for
+// its reader, and leaves out lines of a kind of which there are too many.
 void say(std::string_view line);
+
+// Says how many lines have been left out: to be called now and then, and at the end.
+void sayWhatWasLeftOut();
+void sayAllThatWasLeftOut();
+
+// Thrown when nobody reads standard output any more: the board ends without a word.
+struct OutputUnread {};
+
+// Prints a text on standard output, as far as no signal asks to stop. Throws OutputUnread, and BoardError
+// when it cannot be written.
+void print(std::string_view text);
 
 } // namespace board

@@ -1,6 +1,7 @@
 #include "boardError.h"
 #include "options.h"
 
+#include "companions/console.h"
 #include "companions/stopSignals.h"
 
 #include <exception>
@@ -25,14 +26,14 @@ void start(const ReplayOptions& options) {
     replay(options);
 }
 
-} // namespace
-
-int main(int argumentCount, char** arguments) {
+int run(int argumentCount, char** arguments) {
     try {
         if (const auto options = parseOptions(argumentCount, arguments)) {
             companions::stopOnSignals();
             std::visit([](const auto& task) { start(task); }, *options);
         }
+    } catch (const OutputUnread&) {
+        return cannotGoOn;
     } catch (const companions::Failure& failure) {
         say(failure.what());
         return failure.exitStatus();
@@ -41,4 +42,13 @@ int main(int argumentCount, char** arguments) {
         return cannotGoOn;
     }
     return 0;
+}
+
+} // namespace
+
+int main(int argumentCount, char** arguments) {
+    companions::outliveReaders();
+    const int status = run(argumentCount, arguments);
+    sayAllThatWasLeftOut();
+    return status;
 }

@@ -151,6 +151,10 @@ void addOptions(CLI::App& app, Words& words, std::span<const char* const> argume
                   1, mostPrograms,
                   [&words](int value) { words.play.eventService = static_cast<std::uint16_t>(value); })
             ->type_name("NUMBER");
+    auto* const bind = addName(app, "--bind", words.play.address,
+                               "Publish on this address or network interface (127.0.0.1); * on all")
+                           ->check(named())
+                           ->type_name("ADDRESS");
     auto* const deterministic =
         app.add_flag("--deterministic", words.play.deterministic,
                      "Wait for a client, and time everything by the stream's clock alone");
@@ -165,10 +169,10 @@ void addOptions(CLI::App& app, Words& words, std::span<const char* const> argume
     for (CLI::Option* option : {print, newStream, interface, ratePeriod, service}) {
         option->needs(source);
     }
-    for (CLI::Option* option : {once, fast, interval, deterministic}) {
+    for (CLI::Option* option : {once, fast, interval, bind, deterministic}) {
         option->excludes(record);
     }
-    for (CLI::Option* option : {newStream, interval, deterministic}) {
+    for (CLI::Option* option : {newStream, interval, bind, deterministic}) {
         option->excludes(print);
     }
     for (CLI::Option* option : {host, instruct, duration}) {
@@ -181,8 +185,8 @@ Options chosen(const Words& words) {
         return words.record;
     }
     if (!words.replay.file.empty()) {
-        return ReplayOptions{words.replay.file, words.play.once, words.play.fast, words.play.deterministic,
-                             words.play.interval};
+        return ReplayOptions{words.replay.file,        words.play.once,     words.play.fast,
+                             words.play.deterministic, words.play.interval, words.play.address};
     }
     if (words.print) {
         const StreamOptions& source = words.play;

@@ -11,7 +11,6 @@
 #include "companions/stopSignals.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <memory>
 #include <poll.h>
 #include <utility>
@@ -28,6 +27,8 @@ using std::chrono::milliseconds;
 Instant realTime() {
     return Clock::now().time_since_epoch();
 }
+
+constexpr const char* wantedPackets = "a transport stream: packets of 188 bytes that start with 0x47";
 
 // The packets of a source.
 class Reader {
@@ -55,8 +56,8 @@ class Reader {
             found = true;
             onPacket(packet);
         });
-        if (total_ >= tunables::searchLimit) {
-            requirePackets(total_);
+        if (total_ >= tunables::searchLimit && sync_.stride() == 0) {
+            source_->live() ? tellNoPackets() : requirePackets(total_);
         }
         if (found) {
             return Outcome::packets;
@@ -99,9 +100,17 @@ class Reader {
     void requirePackets(std::size_t total) const {
         if (sync_.stride() == 0) {
             throw BoardError(
-                {"cannot play " + name_, "a transport stream: packets of 188 bytes that start with 0x47",
+                {"cannot play " + name_, wantedPackets,
                  total == 0 ? "nothing" : "no such packets in " + std::to_string(total) + " bytes",
                  "name a transport stream"});
+        }
+    }
+
+    // A network may bring anything before it brings a stream.
+    void tellNoPackets() {
+        if (!std::exchange(noPacketsTold_, true)) {
+            say(describe({"no packets from " + name_, wantedPackets,
+                          "no such packets in " + std::to_string(total_) + " bytes", "waiting for them"}));
         }
     }
 
@@ -119,6 +128,7 @@ class Reader {
     PacketSync sync_;
     std::size_t total_ = 0;
     std::size_t startOfPass_ = 0;
+    bool noPacketsTold_ = false;
 };
 
 // Real time against stream time.
@@ -158,7 +168,8 @@ class Session {
         if (options_.deterministic) {
             publisher_.awaitClient();
         }
-        lastRead_ = unsettledSince_ = realTime();
+        lastRead_ = realTime();
+        unsettledSince_ = now();
         while (!stopRequested()) {
             const auto outcome = reader_.read([this](const std::uint8_t* bytes) { arrival(bytes); });
             if (outcome == Reader::Outcome::ended && !startOver()) {
@@ -168,6 +179,8 @@ class Session {
                 silence(outcome == Reader::Outcome::bytes ? milliseconds(0) : tunables::changeInterval);
             }
             tellRealTime();
+            settleAtLast();
+            sayWhatWasLeftOut();
         }
         finish();
     }
@@ -204,7 +217,7 @@ class Session {
             settled_ = true;
             if (!everSettled_) {
                 everSettled_ = true;
-                say("playing " + options_.source + ", publishing on " + publishEndpoint +
+                say("playing " + options_.source + ", publishing on " + publisher_.endpoint() +
                     ", instructed over " + wire::instructionEndpoint);
             }
         }
@@ -212,19 +225,41 @@ class Session {
 
     // Streams that follow one another so fast that none of them settles are published as they are.
     bool waitedLong() const {
-        return !options_.deterministic && realTime() - unsettledSince_ >= tunables::settlePatience;
+        return now() - unsettledSince_ >= tunables::settlePatience ||
+               analyser_.packets() - unsettledFrom_ >= tunables::settlePackets ||
+               (options_.deterministic && unsettledStreams_ >= tunables::unsettledStreams);
     }
 
-    // A PAT that says so and nothing else comes before the records of a new stream.
+    // Of those the clock may never run either, so that there is no other time at which to look. One of which
+    // nothing has come yet says nothing.
+    void settleAtLast() {
+        if (!settled_ && !analyser_.model().pids.empty() && waitedLong()) {
+            settle();
+            turn(milliseconds(0), -1);
+        }
+    }
+
+    // A PAT that says so and nothing else comes before the records of a new stream. Where one follows the
+    // other at once, clients need not be told of each.
     void announceNewStream() {
         announcedStream_ = analyser_.streamNumber();
-        unsettledSince_ = settled_ ? realTime() : unsettledSince_;
+        say("a new stream begins");
+        const Instant time = now();
+        if (settled_) {
+            unsettledSince_ = time;
+            unsettledFrom_ = analyser_.packets();
+            unsettledStreams_ = 0;
+        }
+        ++unsettledStreams_;
+        if (!settled_ && announced_ && time - *announced_ < tunables::changeInterval) {
+            return;
+        }
+        announced_ = time;
         settled_ = false;
         const auto pat = std::make_unique<wire::PatRecord>();
         pat->newStreamFlag = wire::newStreamMark;
         publisher_.publishTopic(wire::patTopic,
                                 {reinterpret_cast<const std::uint8_t*>(pat.get()), sizeof *pat});
-        say("a new stream begins");
     }
 
     // No packets have arrived.
@@ -259,7 +294,7 @@ class Session {
 
     // With the stream's clock as the only clock, every client gets every message.
     static PublishOptions publishOptions(const PlayOptions& options) {
-        return {options.interval,
+        return {options.address, options.interval,
                 options.deterministic ? SlowClient::isWaitedFor : SlowClient::missesMessages};
     }
 
@@ -330,6 +365,9 @@ class Session {
     bool settled_ = false;
     bool everSettled_ = false;
     Instant unsettledSince_{0};
+    std::uint32_t unsettledStreams_ = 0;
+    std::uint64_t unsettledFrom_ = 0;  // packet
+    std::optional<Instant> announced_; // when clients were told of a new stream
     std::optional<Instant> silentSince_;
     bool silenceTold_ = false;
     Instant lastRead_{0};
@@ -361,7 +399,7 @@ void printRecords(const StreamOptions& options) {
     const auto records = std::make_unique<wire::RecordSet>();
     LimitReport limits(say);
     writeRecords(analyser.model(), analyser.rates(), options.eventService, *records, limits);
-    std::fputs(recordsAsJson(*records, analyser.rates().window()).c_str(), stdout);
+    print(recordsAsJson(*records, analyser.rates().window()));
 }
 
 } // namespace board

@@ -1,6 +1,7 @@
 // Plays a source: reads it, paces it, analyses it and publishes what is known of it.
 #pragma once
 
+#include "publish/publisher.h"
 #include "tunables.h"
 
 #include <chrono>
@@ -24,6 +25,7 @@ struct PlayOptions : StreamOptions {
     bool once = false;            // stop at the end of the file instead of starting over
     bool fast = false;            // as fast as possible instead of paced by the stream's clock
     std::chrono::milliseconds interval = tunables::publishInterval;
+    std::string address = thisMachine; // that records are published on
 };
 
 // Plays until the source ends (with --once, or standard input), or a signal asks to stop. Throws BoardError

@@ -23,9 +23,28 @@ inline constexpr milliseconds publishMargin{10};    // and that much earlier, fo
 inline constexpr milliseconds changeInterval{50};   // how often records are compared for changes
 inline constexpr milliseconds closePatience{500};   // for what has been published but not sent, at the end
 inline constexpr milliseconds slowClientPatience{10'000}; // the same with a client that is waited for
+inline constexpr milliseconds readingPatience{6'000};     // for one that reads nothing; a request's document
+                                                          // is waited for up to 5 s
+inline constexpr milliseconds restingPatience{500};       // the same when it has asked for the PAT alone
 inline constexpr milliseconds instructionPatience{3000};  // for the reply to an instruction word
 inline constexpr milliseconds joinPause{20}; // from the last subscription to the next full round,
                                              // so that one round serves all of a client's topics
+
+// Clients, so that none of them can fill memory, use up descriptors or keep the board to itself.
+inline constexpr std::size_t mostClients = 512;         // connections to the records at once
+inline constexpr std::size_t mostInstructors = 128;     // and to the instruction endpoint
+inline constexpr milliseconds handshakePatience{5'000}; // for one that connects and says nothing
+inline constexpr seconds keepalive{20};                 // between looks at one that is silent; 3 without an
+                                                        // answer end it
+inline constexpr std::size_t reservedDescriptors = 40;  // that no client gets
+inline constexpr std::size_t clientMessagesASecond = 2'000; // from one connection; more are a flood
+inline constexpr std::size_t uselessSubscriptionBytes =
+    4'096;                                                // of texts that select no topic; libzmq keeps them
+inline constexpr std::size_t leastSubscriptionBytes = 16; // that one of them counts for
+inline constexpr int subscriptionsATurn = 1'000;          // taken before anything else is looked at
+inline constexpr int subscriptionQueue = 32;              // waiting of a connection; a client has 9
+inline constexpr int subscriptionBuffer = 8'192;          // bytes of a connection's socket
+inline constexpr int instructionQueue = 32;               // words waiting of a connection
 
 // Recording.
 inline constexpr milliseconds recordPoll{50};       // between looks at signals and the duration
@@ -39,7 +58,9 @@ inline constexpr std::uint32_t timedPictures = 100;         // that a picture ra
 inline constexpr std::uint32_t fewestPictures = 2;          // and at least
 inline constexpr Ticks stampJitter = milliseconds(2);       // between pictures of an even rate
 inline constexpr std::uint64_t settlePackets = 400'000;     // settling never takes more packets than this
-inline constexpr std::size_t probedStreams = 1'024;         // whose headers are looked at, at most
+inline constexpr std::uint32_t unsettledStreams = 1'000; // and where the stream's clock is the only one, no
+                                                         // more streams that follow one another
+inline constexpr std::size_t probedStreams = 1'024;      // whose headers are looked at, at most
 
 // The stream clock.
 inline constexpr Ticks plausibleStep = seconds(1);     // of a PCR; a longer one must agree with the packets,

@@ -12,6 +12,7 @@ namespace companions {
 namespace {
 
 constexpr mode_t forUserAndGroup = 0660;
+constexpr mode_t forEverybody = 0777;
 
 Failure untrusted(const std::string& path, const LockWords& words, const std::string& got) {
     return {words.exitStatus,
@@ -39,6 +40,10 @@ int openRegularFile(const char* path, const LockWords& words) {
         ::close(descriptor);
         throw untrusted(path, words,
                         known && S_ISREG(status.st_mode) ? "a file with another name" : "no regular file");
+    }
+    // One that an earlier program made with another mask keeps others of the group out.
+    if ((status.st_mode & forEverybody) != forUserAndGroup && status.st_uid == ::geteuid()) {
+        static_cast<void>(::fchmod(descriptor, forUserAndGroup));
     }
     return descriptor;
 }

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstring>
 #include <pwd.h>
+#include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
@@ -75,6 +76,13 @@ void OwnerOf::resume() const {
         static_cast<void>(::setegid(*group));
     }
     ::umask(mask);
+}
+
+void openToGroup(const char* endpoint) {
+    constexpr std::string_view scheme = "ipc://";
+    constexpr mode_t forUserAndGroup = 0660;
+    // Without the right to do so the socket stays as OwnerOf's mask has made it, which is no wider.
+    static_cast<void>(::chmod(endpoint + scheme.size(), forUserAndGroup));
 }
 
 } // namespace companions

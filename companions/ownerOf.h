@@ -27,4 +27,8 @@ class OwnerOf {
     std::optional<gid_t> group;
 };
 
+// Lets the user and the group of a socket that has been bound connect to it, and nobody else, whatever the
+// mask of this process. endpoint: as ZeroMQ names it, ipc:// and a path.
+void openToGroup(const char* endpoint);
+
 } // namespace companions

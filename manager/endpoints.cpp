@@ -36,6 +36,7 @@ constexpr companions::LockWords lockWords{noEndpoints, lockNotOpened, lockHeld};
 void bind(zmq::socket_t& socket, const char* endpoint) {
     try {
         socket.bind(endpoint);
+        companions::openToGroup(endpoint);
     } catch (const zmq::error_t& error) {
         throw ManagerError(ExitStatus::noEndpoints,
                            {std::string("cannot bind ") + endpoint, "a free path that can be written",

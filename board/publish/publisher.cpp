@@ -1,16 +1,18 @@
 #include "publish/publisher.h"
 
 #include "boardError.h"
+#include "publish/connectionGuard.h"
+#include "publish/instructionChannel.h"
 #include "tunables.h"
 
 #include "companions/lockFile.h"
 #include "companions/ownerOf.h"
 #include "companions/stopSignals.h"
-#include "wire/instructionWord.h"
 
 #include <zmq.hpp>
 
 #include <algorithm>
+#include <arpa/inet.h>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -37,16 +39,42 @@ constexpr int waitingSendQueue = 1;
 // Bytes of what a client may send at once; no topic and no handshake is longer. Who sends more is cut off.
 constexpr std::int64_t longestClientMessage = 1024;
 
+// The same of the instruction endpoint, whose words may be of any length: they are replied to.
+constexpr std::int64_t longestInstruction = 65536;
+
+constexpr int keepaliveProbes = 3;
+
 // libzmq's own functions wait, send and receive here: with them a signal is a result and no exception.
 
 int inMilliseconds(std::chrono::milliseconds time) {
     return static_cast<int>(time.count());
 }
 
-bool moreFollows(void* socket) {
-    int more = 0;
-    std::size_t size = sizeof more;
-    return zmq_getsockopt(socket, ZMQ_RCVMORE, &more, &size) == 0 && more != 0;
+// Of the descriptors that no reserve needs, two thirds are for clients of the records.
+constexpr std::size_t sharesOfDescriptors = 3;
+constexpr std::size_t fewestClients = 6; // let in even where there is no reserve
+
+std::size_t descriptorsForClients() {
+    const std::size_t all = raiseDescriptorLimit();
+    return std::max(all, tunables::reservedDescriptors + fewestClients) - tunables::reservedDescriptors;
+}
+
+ConnectionGuard::Limits recordLimits(std::size_t descriptors) {
+    return {std::min(tunables::mostClients, descriptors - descriptors / sharesOfDescriptors),
+            tunables::clientMessagesASecond, tunables::uselessSubscriptionBytes};
+}
+
+ConnectionGuard::Limits instructionLimits(std::size_t descriptors) {
+    return {std::min(tunables::mostInstructors, descriptors / sharesOfDescriptors), 0, 0};
+}
+
+// Ends connections of those that say nothing at all, and of those that have vanished without a word.
+void endTheSilent(zmq::socket_t& socket) {
+    socket.set(zmq::sockopt::handshake_ivl, inMilliseconds(tunables::handshakePatience));
+    socket.set(zmq::sockopt::tcp_keepalive, 1);
+    socket.set(zmq::sockopt::tcp_keepalive_idle, static_cast<int>(tunables::keepalive.count()));
+    socket.set(zmq::sockopt::tcp_keepalive_intvl, static_cast<int>(tunables::keepalive.count()));
+    socket.set(zmq::sockopt::tcp_keepalive_cnt, keepaliveProbes);
 }
 
 std::span<const std::uint8_t> bytesOf(const wire::Topic& topic, const wire::RecordSet& records) {
@@ -79,12 +107,38 @@ Trouble lockHeld(const std::string&) {
 
 constexpr companions::LockWords lockWords{cannotGoOn, lockNotOpened, lockHeld};
 
-void bindTo(zmq::socket_t& socket, const char* endpoint, const std::string& meaning) {
+void bindRecords(zmq::socket_t& socket, const std::string& endpoint) {
     try {
         socket.bind(endpoint);
     } catch (const zmq::error_t& error) {
-        throw BoardError({std::string("cannot bind ") + endpoint, "a free endpoint", error.what(), meaning});
+        if (error.num() == EADDRINUSE) {
+            throw BoardError({"cannot bind " + endpoint, "a free endpoint", error.what(),
+                              "another program uses port " WIRE_PARSER_PORT
+                              "; find it with: ss -ltnp 'sport = :" WIRE_PARSER_PORT "'"});
+        }
+        throw BoardError({"cannot bind " + endpoint, "an address or a network interface of this machine",
+                          error.what(), "check --bind; ip address shows them"});
     }
+}
+
+void bindInstructions(zmq::socket_t& socket) {
+    try {
+        socket.bind(wire::instructionEndpoint);
+        companions::openToGroup(wire::instructionEndpoint);
+    } catch (const zmq::error_t& error) {
+        throw BoardError({std::string("cannot bind ") + wire::instructionEndpoint, "a free endpoint",
+                          error.what(), std::string("check who owns ") + wire::directory});
+    }
+}
+
+bool isIpv6(const std::string& address) {
+    in6_addr parsed{};
+    return ::inet_pton(AF_INET6, address.substr(0, address.find('%')).c_str(), &parsed) == 1;
+}
+
+// In which IPv6 stands in brackets.
+std::string endpointOf(const std::string& address) {
+    return "tcp://" + (isIpv6(address) ? "[" + address + "]" : address) + ":" + wire::parserPort;
 }
 
 std::string namesOf(wire::TopicBits bits) {
@@ -114,25 +168,41 @@ struct Publisher::Sockets {
     companions::LockFile lock{lockFile, lockWords};
     std::unique_ptr<zmq::context_t, EndContext> context{new zmq::context_t};
     zmq::socket_t records{*context, zmq::socket_type::xpub};
-    zmq::socket_t instructions{*context, zmq::socket_type::rep};
+    InstructionChannel instructions{*context};
+    std::size_t descriptors = descriptorsForClients();
+    ConnectionGuard guard{*context, records, recordLimits(descriptors), "the records"};
+    ConnectionGuard instructionGuard{*context, instructions.socket(), instructionLimits(descriptors),
+                                     "the instruction endpoint"};
     SlowClient slowClient;
 
-    explicit Sockets(SlowClient kind) : slowClient(kind) {
+    Sockets(SlowClient kind, const std::string& endpoint) : slowClient(kind) {
         // What was published last still goes out, to whoever reads. Said at the opening: a connection that
         // breaks just before the closing would else wait for ever for a reader, and the end with it.
         records.set(zmq::sockopt::linger, inMilliseconds(tunables::closePatience));
-        instructions.set(zmq::sockopt::linger, inMilliseconds(tunables::closePatience));
+        instructions.socket().set(zmq::sockopt::linger, inMilliseconds(tunables::closePatience));
         const bool waits = slowClient == SlowClient::isWaitedFor;
         records.set(zmq::sockopt::xpub_manual, true); // a subscription counts when acceptClients says so
         records.set(zmq::sockopt::maxmsgsize, longestClientMessage);
+        endTheSilent(records);
+        endTheSilent(instructions.socket());
+        instructions.socket().set(zmq::sockopt::maxmsgsize, longestInstruction);
+        instructions.socket().set(zmq::sockopt::rcvhwm, tunables::instructionQueue);
+        records.set(zmq::sockopt::rcvhwm, tunables::subscriptionQueue);
+        records.set(zmq::sockopt::rcvbuf, tunables::subscriptionBuffer);
         records.set(zmq::sockopt::sndhwm, waits ? waitingSendQueue : sendQueue);
-        records.set(zmq::sockopt::xpub_nodrop, waits);
         records.set(zmq::sockopt::sndtimeo, inMilliseconds(tunables::changeInterval));
-        bindTo(records, publishEndpoint,
-               "another program uses port " WIRE_PARSER_PORT
-               "; find it with: ss -ltnp 'sport = :" WIRE_PARSER_PORT "'");
-        bindTo(instructions, wire::instructionEndpoint, std::string("check who owns ") + wire::directory);
+        records.set(zmq::sockopt::ipv6, endpoint.find('[') != std::string::npos);
+        bindRecords(records, endpoint);
+        bindInstructions(instructions.socket());
     }
+    // Sends the first part of a message. Returns false when a client that is waited for has no room for it.
+    // Whoever is left behind misses messages until it has read what it has.
+    bool sendFirst(const wire::Topic& topic, bool leavesBehind) {
+        const bool waits = slowClient == SlowClient::isWaitedFor;
+        records.set(zmq::sockopt::xpub_nodrop, waits && !leavesBehind);
+        return zmq_send(records.handle(), topic.name, std::strlen(topic.name), ZMQ_SNDMORE) >= 0;
+    }
+
     Sockets(const Sockets&) = delete;
     Sockets& operator=(const Sockets&) = delete;
     ~Sockets() {
@@ -144,9 +214,10 @@ struct Publisher::Sockets {
 };
 
 Publisher::Publisher(const PublishOptions& options)
-    : interval_(options.interval), published_(std::make_unique<wire::RecordSet>()) {
+    : endpoint_(endpointOf(options.address)), interval_(options.interval),
+      published_(std::make_unique<wire::RecordSet>()) {
     const companions::OwnerOf owner(wire::directory, cannotGoOn);
-    sockets_ = std::make_unique<Sockets>(options.slowClient);
+    sockets_ = std::make_unique<Sockets>(options.slowClient, endpoint_);
 }
 
 Publisher::~Publisher() = default;
@@ -165,44 +236,56 @@ void Publisher::awaitClient() {
 }
 
 bool Publisher::serve(std::chrono::milliseconds longest, int descriptor) {
-    std::array<zmq_pollitem_t, 3> items{{{sockets_->instructions.handle(), 0, ZMQ_POLLIN, 0},
+    const auto end = std::chrono::steady_clock::now() + longest;
+    auto left = longest;
+    Served served = serveOnce(left, descriptor);
+    while (served == Served::connections && left.count() > 0) {
+        left = std::max(std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now()),
+                        std::chrono::milliseconds(0));
+        served = serveOnce(left, descriptor);
+    }
+    return served == Served::clients;
+}
+
+Publisher::Served Publisher::serveOnce(std::chrono::milliseconds longest, int descriptor) {
+    std::array<zmq_pollitem_t, 5> items{{{sockets_->instructions.socket().handle(), 0, ZMQ_POLLIN, 0},
                                          {nullptr, descriptor, ZMQ_POLLIN, 0},
+                                         {sockets_->guard.events().handle(), 0, ZMQ_POLLIN, 0},
+                                         {sockets_->instructionGuard.events().handle(), 0, ZMQ_POLLIN, 0},
                                          {sockets_->records.handle(), 0, ZMQ_POLLIN, 0}}};
     if (descriptor < 0) { // polled twice instead of not at all: the order of the items stays
         items[1] = items[0];
     }
-    const int watched = subscriptionsWait_ ? 2 : 3;
+    const int watched = subscriptionsWait_ ? 4 : 5;
     if (zmq_poll(items.data(), watched, static_cast<long>(longest.count())) <= 0) {
-        return false;
+        return Served::nothing;
     }
+    sockets_->guard.look();
+    sockets_->instructionGuard.look();
     const bool instructed = (items[0].revents & ZMQ_POLLIN) != 0 && takeInstruction();
-    const bool subscribed = (items[2].revents & ZMQ_POLLIN) != 0;
+    const bool subscribed = (items[4].revents & ZMQ_POLLIN) != 0;
     subscriptionsWait_ = subscriptionsWait_ || subscribed;
-    return instructed || subscribed;
+    if (instructed || subscribed) {
+        return Served::clients;
+    }
+    const bool came = ((items[0].revents | items[1].revents) & ZMQ_POLLIN) != 0;
+    return came ? Served::nothing : Served::connections;
 }
 
-// An instruction word is 2 bytes, little-endian, in one part; the reply echoes it. Whatever else comes is
-// taken off the socket whole and replied to as well, so that the next word is understood. It never waits: a
-// request without an envelope makes the socket readable, but cannot be received.
+// Whatever is no word has been replied to as well, so that the client may send the next one.
 bool Publisher::takeInstruction() {
-    wire::InstructionWord word{};
-    void* const socket = sockets_->instructions.handle();
-    const int length = zmq_recv(socket, word.data(), word.size(), ZMQ_DONTWAIT);
-    if (length < 0) {
+    const auto instruction = sockets_->instructions.take();
+    if (!instruction) {
         return false;
     }
-    int parts = 1;
-    for (; moreFollows(socket); ++parts) {
-        zmq_recv(socket, nullptr, 0, ZMQ_DONTWAIT);
-    }
-    zmq_send(socket, word.data(), word.size(), ZMQ_DONTWAIT);
-    if (parts > 1 || length != static_cast<int>(word.size())) {
+    if (!instruction->usable()) {
         say("cannot use an instruction: expected 2 bytes, got " +
-            (parts > 1 ? std::to_string(parts) + " parts" : std::to_string(length)) +
+            (instruction->parts > 1 ? std::to_string(instruction->parts) + " parts"
+                                    : std::to_string(instruction->length)) +
             "; the topics stay as they were");
         return true;
     }
-    const auto bits = wire::topicBits(word);
+    const auto bits = wire::topicBits(instruction->word);
     if (bits != requested_) {
         say("publishing" + namesOf(bits));
     }
@@ -216,27 +299,37 @@ bool Publisher::takeInstruction() {
 // is given then gets every topic, because it may be any of those that subscribe, and a subscriber drops what
 // it did not ask for.
 void Publisher::acceptClients() {
-    std::array<char, longestClientMessage> message{};
     subscriptionsWait_ = false;
     joinDue_.reset();
-    bool clientKnown = true;
-    for (int length = 0; (length = zmq_recv(sockets_->records.handle(), message.data(), message.size(),
-                                            ZMQ_DONTWAIT)) >= 0;) {
-        const std::string_view text(message.data(),
-                                    std::min(static_cast<std::size_t>(length), message.size()));
-        const bool joins = text.starts_with('\1');
-        const bool leaves = text.starts_with('\0');
-        clientKnown = clientKnown && (joins || leaves);
-        if (!clientKnown) {
-            sockets_->records.set(zmq::sockopt::subscribe, "");
+    sockets_->guard.look();
+    const auto now = std::chrono::steady_clock::now();
+    zmq::message_t message;
+    for (int k = 0; k < tunables::subscriptionsATurn && !stopRequested(); ++k) {
+        if (zmq_msg_recv(message.handle(), sockets_->records.handle(), ZMQ_DONTWAIT) < 0) {
+            clientKnown_ = true;
+            return;
         }
-        if ((joins || leaves) && selectsAny(text.substr(1))) {
-            countSubscription(text.substr(1), joins);
-            if (clientKnown) {
-                const std::string topic(text.substr(1));
-                joins ? sockets_->records.set(zmq::sockopt::subscribe, topic)
-                      : sockets_->records.set(zmq::sockopt::unsubscribe, topic);
-            }
+        const std::string_view text = message.to_string_view();
+        const bool useless = text.starts_with('\1') && !selectsAny(text.substr(1));
+        sockets_->guard.count(message, useless ? std::max(text.size(), tunables::leastSubscriptionBytes) : 0,
+                              now);
+        takeSubscription(text);
+    }
+}
+
+void Publisher::takeSubscription(std::string_view text) {
+    const bool joins = text.starts_with('\1');
+    const bool leaves = text.starts_with('\0');
+    clientKnown_ = clientKnown_ && (joins || leaves);
+    if (!clientKnown_) {
+        sockets_->records.set(zmq::sockopt::subscribe, "");
+    }
+    if ((joins || leaves) && selectsAny(text.substr(1))) {
+        countSubscription(text.substr(1), joins);
+        if (clientKnown_) {
+            const std::string topic(text.substr(1));
+            joins ? sockets_->records.set(zmq::sockopt::subscribe, topic)
+                  : sockets_->records.set(zmq::sockopt::unsubscribe, topic);
         }
     }
 }
@@ -299,6 +392,11 @@ void Publisher::publishRound(const wire::RecordSet& records, wire::TopicBits kno
     nextComparison_ = now + tunables::changeInterval;
 }
 
+// A client that asks for the PAT alone is done with its requests, and reads when it has the next one.
+std::chrono::milliseconds Publisher::patience() const {
+    return requested_ == wire::patBit ? tunables::restingPatience : tunables::readingPatience;
+}
+
 // Three parts: topic, a running number of at most 10 digits, record.
 void Publisher::publishTopic(const wire::Topic& topic, std::span<const std::uint8_t> record) {
     if ((requested_ & topic.bit) == 0 || !sendTopic(topic)) {
@@ -313,7 +411,10 @@ void Publisher::publishTopic(const wire::Topic& topic, std::span<const std::uint
 // Only the first part of a message can meet a full queue. While a client is waited for, it may instruct: it
 // might read on only when it has the reply.
 bool Publisher::sendTopic(const wire::Topic& topic) {
-    while (zmq_send(sockets_->records.handle(), topic.name, std::strlen(topic.name), ZMQ_SNDMORE) < 0) {
+    const auto start = std::chrono::steady_clock::now();
+    while (!sockets_->sendFirst(topic, std::chrono::steady_clock::now() - start >= patience())) {
+        sockets_->guard.look();
+        sockets_->instructionGuard.look();
         if (takeInstruction()) {
             joinDue_ = joinDue_.value_or(Instant(0)); // its round follows at once
         }

@@ -184,13 +184,14 @@ class Replay {
   public:
     explicit Replay(const ReplayOptions& options) : options_(options), reader_(options.file) {
         requireUsableMessage(reader_, options.file);
-        publisher_.emplace(PublishOptions{
-            options.interval, options.deterministic ? SlowClient::isWaitedFor : SlowClient::missesMessages});
+        publisher_.emplace(
+            PublishOptions{options.address, options.interval,
+                           options.deterministic ? SlowClient::isWaitedFor : SlowClient::missesMessages});
     }
 
     void run() {
-        say("replaying " + options_.file + ", publishing on " + publishEndpoint + ", instructed over " +
-            wire::instructionEndpoint);
+        say("replaying " + options_.file + ", publishing on " + publisher_->endpoint() +
+            ", instructed over " + wire::instructionEndpoint);
         do {
             runOnce();
         } while (!stopRequested() && !options_.once);
@@ -235,6 +236,7 @@ class Replay {
             const Instant left = std::clamp<Instant>(due - now(), Instant(0), tunables::joinPause);
             publisher_->attend(options_.fast ? milliseconds(0) : std::chrono::ceil<milliseconds>(left), -1,
                                now);
+            sayWhatWasLeftOut();
             if (publisher_->clientJoined(now())) {
                 publisher_->publishRound(records_.newest(), records_.known(), now());
             }

@@ -1,6 +1,7 @@
 // Records what a board publishes, and publishes a recording again.
 #pragma once
 
+#include "publish/publisher.h"
 #include "tunables.h"
 
 #include <chrono>
@@ -21,6 +22,7 @@ struct ReplayOptions {
     bool fast = false;          // as fast as possible instead of with its own timing
     bool deterministic = false; // begin when a client is ready, and wait for one that reads slowly
     std::chrono::milliseconds interval = tunables::publishInterval;
+    std::string address = thisMachine; // that records are published on
 };
 
 // Subscribes to every topic of the board on options.host and writes what arrives to options.file, until a

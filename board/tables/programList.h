@@ -15,16 +15,25 @@ struct PatEntry {
     std::uint16_t pid = 0;
 };
 
-// The rows of programs that come for the first time: a PAT that names a program twice means the first.
-std::vector<PatEntry> withoutRepeats(const std::vector<PatEntry>& entries);
+// As many rows as records show: the network entry and the first programs. Of a PAT no more is kept, and none
+// of it looked at again: a hostile one has 256 sections of 253 programs each.
+struct ProgramList {
+    std::vector<PatEntry> entries; // in order, each program once: a PAT that names it twice means the first
+    std::size_t leftOut = 0;       // rows of further programs
+};
 
-// Whether a whole PAT is that of another stream than the model's: another transport_stream_id, or none of the
-// old programs.
+// What is kept of rows, those of one section for example.
+ProgramList shownOf(const std::vector<PatEntry>& rows);
+
+// The same of what is kept of all sections, in order.
+ProgramList joined(const std::vector<ProgramList>& parts);
+
+// Whether what is shown of a whole PAT is that of another stream than the model's: another
+// transport_stream_id, or none of the old programs.
 bool beginsNewStream(const StreamModel& model, std::uint16_t transportStreamId,
                      const std::vector<PatEntry>& entries);
 
-// As many programs, besides the network entry, as records show. The maps of those that stay where they were
-// before are still true.
+// These programs. The maps of those that stay where they were before are still true.
 std::vector<Program> programsOf(const std::vector<PatEntry>& entries, const std::vector<Program>& before);
 
 } // namespace board

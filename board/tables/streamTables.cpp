@@ -23,6 +23,13 @@ constexpr std::uint8_t firstScheduleTable = 0x50;
 constexpr std::uint8_t lastScheduleTable = 0x5F;
 constexpr std::uint8_t tdtTable = 0x70;
 
+// Whether these programs are those of a PAT already.
+bool lists(const std::vector<PatEntry>& entries, const std::vector<Program>& programs) {
+    return std::ranges::equal(entries, programs, [](const PatEntry& entry, const Program& program) {
+        return entry.program == program.number && entry.pid == program.pmtPid;
+    });
+}
+
 // The tables of the time have neither header nor version. Where both come, they are told as one: the TDT.
 void takeTime(SectionBytes bytes, StreamModel& model) {
     if (auto time = readTime(bytes)) {
@@ -119,25 +126,28 @@ bool StreamTables::wantsPsip(const Incoming& section) const {
 }
 
 StreamTables::Effect StreamTables::takePat(const Incoming& section, StreamModel& model) {
-    auto rows = readPat(section.bytes);
+    const auto rows = readPat(section.bytes);
     if (!rows) {
         return Effect::none;
     }
-    pat_.put(section.header, std::move(*rows));
+    pat_.put(section.header, {shownOf(*rows)});
     if (!pat_.complete()) {
         return Effect::none;
     }
-    const std::vector<PatEntry> entries = withoutRepeats(pat_.rows());
-    const bool newStream = beginsNewStream(model, section.header.extension, entries);
+    const ProgramList list = joined(pat_.rows());
+    const bool newStream = beginsNewStream(model, section.header.extension, list.entries);
     if (newStream) { // what is known of the PAT is known of the new stream
-        SectionedTable<PatEntry> pat = std::move(pat_);
+        SectionedTable<ProgramList> pat = std::move(pat_);
         *this = StreamTables{};
         pat_ = std::move(pat);
         model = StreamModel{};
     }
     model.transportStreamId = section.header.extension;
-    model.programs = programsOf(entries, model.programs);
-    model.programsLeftOut = entries.size() - model.programs.size();
+    model.programsLeftOut = list.leftOut;
+    if (!newStream && lists(list.entries, model.programs)) {
+        return Effect::none;
+    }
+    model.programs = programsOf(list.entries, model.programs);
     follow(model);
     return newStream ? Effect::newStream : Effect::programs;
 }

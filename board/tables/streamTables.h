@@ -77,7 +77,7 @@ class StreamTables {
     void showPsipEvents(std::uint16_t program, StreamModel& model) const;
     void follow(StreamModel& model);
 
-    SectionedTable<PatEntry> pat_;
+    SectionedTable<ProgramList> pat_;
     SectionedTable<CaSystem> cat_;
     SectionedTable<Service> sdt_;
     SectionedTable<NetworkPart> nit_;

@@ -61,7 +61,7 @@ TEST_F(BoardProcess, SaysWhatIsWrongWithItsEndpoints) {
     zmq::socket_t other(context, ZMQ_PUB);
     other.bind("tcp://*:" WIRE_PARSER_PORT);
     EXPECT_EQ(outcome({sample}),
-              "mpegfe-board: cannot bind tcp://*:5101: expected a free endpoint, got Address already "
+              "mpegfe-board: cannot bind tcp://127.0.0.1:5101: expected a free endpoint, got Address already "
               "in use; another program uses port 5101; find it with: ss -ltnp 'sport = :5101'\n"
               "exit code 1");
     std::filesystem::remove_all(wire::directory);
@@ -70,6 +70,69 @@ TEST_F(BoardProcess, SaysWhatIsWrongWithItsEndpoints) {
               "/run/shm/zmq, got No such file or directory; make it with: mkdir -p /run/shm/zmq\n"
               "exit code 1");
     std::filesystem::create_directory(wire::directory);
+}
+
+// The addresses at which something listens, as the kernel tells them: hexadecimal, least byte first.
+std::string listeners(const std::string& table) {
+    std::ifstream file("/proc/net/" + table);
+    std::string found;
+    std::string number;
+    std::string local;
+    std::string remote;
+    std::string state;
+    std::string rest;
+    std::getline(file, rest);
+    while (file >> number >> local >> remote >> state && std::getline(file, rest)) {
+        found += state == "0A" ? local + ' ' : "";
+    }
+    return found;
+}
+
+TEST_F(BoardProcess, PublishesToThisMachineUnlessSaidOtherwise) {
+    if (testSupport::enterIsolation() != testSupport::Isolation::namespaces) {
+        GTEST_SKIP() << "needs a network of its own, in which nobody else listens";
+    }
+    const auto listensWith = [this](const std::vector<std::string>& options) {
+        std::vector<std::string> words = options;
+        words.push_back(sample);
+        start(words);
+        EXPECT_TRUE(awaitConsole("playing ")) << console;
+        std::string found = listeners("tcp") + listeners("tcp6");
+        EXPECT_NE(stop().find("exit code 0"), std::string::npos);
+        return found;
+    };
+    EXPECT_EQ(listensWith({}), "0100007F:13ED ");
+    EXPECT_EQ(listensWith({"--bind", "127.0.0.2"}), "0200007F:13ED ");
+    EXPECT_EQ(listensWith({"--bind", "lo"}), "0100007F:13ED ");
+    EXPECT_EQ(listensWith({"--bind", "*"}), "00000000:13ED ");
+    EXPECT_EQ(listensWith({"--bind", "0.0.0.0"}), "00000000:13ED ");
+    EXPECT_EQ(listensWith({"--bind", "::1"}), "00000000000000000000000001000000:13ED ");
+}
+
+TEST_F(BoardProcess, SaysWhatIsWrongWithTheAddressToPublishOn) {
+    const auto refusal = [](const std::string& address, const std::string& got) {
+        return "mpegfe-board: cannot bind tcp://" + address +
+               ":5101: expected an address or a network interface of this machine, got " + got +
+               "; check --bind; ip address shows them\nexit code 1";
+    };
+    EXPECT_EQ(outcome({"--bind", "nowhere0", sample}), refusal("nowhere0", "No such device"));
+    EXPECT_EQ(outcome({"--bind", "127.0.0.1:5", sample}), refusal("127.0.0.1:5", "No such device"));
+    EXPECT_EQ(outcome({"--bind", "192.0.2.1", sample}),
+              refusal("192.0.2.1", "Cannot assign requested address"));
+}
+
+TEST_F(BoardProcess, MakesItsEndpointAndItsLockForTheGroupWhateverTheMask) {
+    for (const std::string mask : {"022", "077"}) {
+        board.emplace(std::vector<std::string>{"sh", "-c", "umask " + mask + R"(; exec "$0" "$1")",
+                                               MPEGFE_BOARD, sample},
+                      std::vector<std::string>{});
+        console.clear();
+        ASSERT_TRUE(awaitConsole("playing "));
+        for (const auto& entry : std::filesystem::directory_iterator(wire::directory)) {
+            EXPECT_EQ(static_cast<unsigned>(entry.status().permissions()), 0660U) << entry.path();
+        }
+        EXPECT_NE(stop().find("exit code 0"), std::string::npos);
+    }
 }
 
 TEST_F(BoardProcess, FollowsNoLinkToAnotherFile) {

@@ -5,6 +5,7 @@
 #include "wire/endpoints.h"
 
 #include <fstream>
+#include <memory>
 #include <poll.h>
 #include <thread>
 
@@ -37,6 +38,24 @@ class Speaker {
     std::string reply() {
         zmq::message_t reply;
         return socket.recv(reply) ? reply.to_string() : "no reply";
+    }
+
+    // The next message, with what a REQ keeps to itself.
+    Message replyParts() {
+        Message parts;
+        zmq::message_t part;
+        do {
+            if (!socket.recv(part)) {
+                return {"no reply"};
+            }
+            parts.push_back(part.to_string());
+        } while (part.more());
+        return parts;
+    }
+
+    // From now on what has been said still goes out when it goes.
+    void leave() {
+        socket.set(zmq::sockopt::linger, static_cast<int>(patience.count()));
     }
 
   private:
@@ -222,6 +241,40 @@ TEST_F(BoardProcess, LetsClientsInBehindAStrangersMessages) {
         ASSERT_EQ(first.nextTopics(2), "PAT PAT ") << k;
         ASSERT_EQ(second.nextTopics(2), "SDT SDT ") << k;
     }
+    EXPECT_NE(stop().find("exit code 0"), std::string::npos);
+}
+
+// Who goes does so while the board stands still, so that its word is taken without it.
+TEST_F(BoardProcess, RepliesThoughTheClientBeforeHasGoneBeforeItsReply) {
+    start({sample});
+    const std::string word{wire::patBit, 0};
+    Speaker staying(zmq::socket_type::req);
+    for (int k = 0; k < 20; ++k) {
+        auto leaving = std::make_unique<Speaker>(zmq::socket_type::req);
+        ASSERT_EQ(leaving->ask({word}), word);
+        board->signal(SIGSTOP);
+        leaving->say({word});
+        leaving->leave();
+        leaving.reset();
+        staying.say({word});
+        board->signal(SIGCONT);
+        ASSERT_EQ(staying.reply(), word) << k;
+    }
+    EXPECT_NE(stop().find("exit code 0"), std::string::npos);
+}
+
+// As devices between client and board put it there; and what no REQ sends.
+TEST_F(BoardProcess, RepliesTheWayThatAWordCame) {
+    start({sample});
+    const std::string word{wire::patBit, 0};
+    Speaker device(zmq::socket_type::dealer);
+    device.say({"one", "two", "", word});
+    EXPECT_EQ(device.replyParts(), (Message{"one", "two", "", word}));
+    device.say({word});
+    device.say({""});
+    device.say(Message(40, "way"));
+    device.say({"", word});
+    EXPECT_EQ(device.replyParts(), (Message{"", word}));
     EXPECT_NE(stop().find("exit code 0"), std::string::npos);
 }
 

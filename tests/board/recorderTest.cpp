@@ -44,7 +44,7 @@ class Recorder : public BoardProcess {
 
     std::string replaying() const {
         return "mpegfe-board: replaying " + file +
-               ", publishing on tcp://*:5101, instructed over ipc:///run/shm/zmq/uRO_MMR_MPEGFE-1\n";
+               ", publishing on tcp://127.0.0.1:5101, instructed over ipc:///run/shm/zmq/uRO_MMR_MPEGFE-1\n";
     }
 };
 

@@ -8,7 +8,9 @@
 
 #include <fstream>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 namespace {
@@ -64,6 +66,72 @@ TEST_F(Owner, OwnsWhatRootMakes) {
     EXPECT_EQ(::geteuid(), 0U) << "root is root again";
     EXPECT_EQ(::getegid(), 0U);
 }
+
+// A socket that root has bound with this mask.
+class SocketOfTheGroup : public Owner, public testing::WithParamInterface<mode_t> {
+  protected:
+    SocketOfTheGroup() {
+        socketAddress.sun_family = AF_UNIX;
+        file.copy(socketAddress.sun_path, sizeof socketAddress.sun_path - 1);
+    }
+
+    void bindAndListen() {
+        const mode_t before = ::umask(GetParam());
+        const OwnerOf owner(wire::directory, 5);
+        ASSERT_EQ(::bind(listener, address(), sizeof socketAddress), 0);
+        companions::openToGroup(("ipc://" + file).c_str());
+        ASSERT_EQ(::listen(listener, 1), 0);
+        ::umask(before);
+    }
+
+    // Whether somebody may connect.
+    bool admits(uid_t somebody, gid_t hisGroup) {
+        EXPECT_EQ(::setegid(hisGroup), 0);
+        EXPECT_EQ(::seteuid(somebody), 0);
+        const int caller = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        const bool connected = ::connect(caller, address(), sizeof socketAddress) == 0;
+        ::close(caller);
+        EXPECT_EQ(::seteuid(0), 0);
+        EXPECT_EQ(::setegid(0), 0);
+        return connected;
+    }
+
+    const sockaddr* address() const {
+        return reinterpret_cast<const sockaddr*>(&socketAddress);
+    }
+
+    sockaddr_un socketAddress{};
+    const int listener = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+};
+
+TEST_P(SocketOfTheGroup, IsForTheUserAndTheGroupAlone) {
+    bindAndListen();
+    EXPECT_EQ(statusOf(file).st_mode & 07777U, 0660U);
+    ASSERT_EQ(::chmod(wire::directory, 0777), 0);
+    EXPECT_TRUE(admits(user, another));
+    EXPECT_TRUE(admits(another, group));
+    EXPECT_FALSE(admits(another, another));
+}
+
+TEST_P(SocketOfTheGroup, StandsBesideALockOfTheGroup) {
+    ::umask(GetParam());
+    constexpr companions::LockWords words{5, [](int) { return companions::Trouble{}; },
+                                          [](const std::string&) { return companions::Trouble{}; }};
+    {
+        const OwnerOf owner(wire::directory, 5);
+        const companions::LockFile lock(file.c_str(), words);
+        EXPECT_EQ(statusOf(file).st_mode & 07777U, 0660U);
+    }
+    ASSERT_EQ(::chmod(file.c_str(), 0644), 0);
+    {
+        const OwnerOf owner(wire::directory, 5);
+        const companions::LockFile lock(file.c_str(), words);
+    }
+    EXPECT_EQ(statusOf(file).st_mode & 07777U, 0660U) << "as an earlier program may have left it";
+}
+
+INSTANTIATE_TEST_SUITE_P(, SocketOfTheGroup, testing::Values(0022, 0077, 0000),
+                         [](const auto& mask) { return "Mask" + std::to_string(mask.param); });
 
 TEST_F(Owner, KeepsTheMaskOfOtherFiles) {
     ::umask(022);

@@ -84,13 +84,20 @@ ChildProcess::~ChildProcess() {
         waitpid(pid, nullptr, 0);
     }
     closeOutput();
-    close(error);
+    closeError();
 }
 
 void ChildProcess::closeOutput() {
     if (output >= 0) {
         close(output);
         output = -1;
+    }
+}
+
+void ChildProcess::closeError() {
+    if (error >= 0) {
+        close(error);
+        error = -1;
     }
 }
 

@@ -35,6 +35,7 @@ class ChildProcess {
 
     // As a reader that goes away.
     void closeOutput();
+    void closeError();
 
     void signal(int number) const;
 

@@ -1,0 +1,120 @@
+#include "publish/connectionGuard.h"
+
+#include "boardError.h"
+
+#include <array>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <utility>
+
+namespace board {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+// An event comes as its number, 16 bits, and a value of 32 bits, in the machine's order; a second part names
+// the endpoint.
+struct Event {
+    std::uint16_t number = 0;
+    std::int32_t value = 0; // of these events, the connection's descriptor
+};
+
+constexpr int watchedEvents = ZMQ_EVENT_ACCEPTED | ZMQ_EVENT_DISCONNECTED;
+
+// libzmq's own functions receive here: with them a signal is a result and no exception.
+bool receive(zmq::socket_t& events, Event& event) {
+    std::array<unsigned char, sizeof event.number + sizeof event.value> frame{};
+    if (zmq_recv(events.handle(), frame.data(), frame.size(), ZMQ_DONTWAIT) < 0) {
+        return false;
+    }
+    std::memcpy(&event.number, frame.data(), sizeof event.number);
+    std::memcpy(&event.value, frame.data() + sizeof event.number, sizeof event.value);
+    zmq_recv(events.handle(), nullptr, 0, ZMQ_DONTWAIT);
+    return true;
+}
+
+// Of the connection that a message came over; -1 where libzmq does not tell.
+int descriptorOf(const zmq::message_t& message) {
+    return zmq_msg_get(message.handle(), ZMQ_SRCFD);
+}
+
+} // namespace
+
+ConnectionGuard::ConnectionGuard(zmq::context_t& context, zmq::socket_t& socket, const Limits& limits,
+                                 std::string name)
+    : socket_(socket), limits_(limits), name_(std::move(name)), events_(context, zmq::socket_type::pair) {
+    const std::string endpoint = "inproc://connections-of-" + name_;
+    if (zmq_socket_monitor(socket.handle(), endpoint.c_str(), watchedEvents) != 0) {
+        throw zmq::error_t();
+    }
+    events_.set(zmq::sockopt::linger, 0);
+    events_.set(zmq::sockopt::rcvhwm, 0); // a full queue would stop libzmq's I/O thread
+    events_.connect(endpoint);
+}
+
+// Else libzmq's I/O thread would wait for a reader of its next event, and the socket's closing for that.
+ConnectionGuard::~ConnectionGuard() {
+    zmq_socket_monitor(socket_.handle(), nullptr, 0);
+}
+
+void ConnectionGuard::look() {
+    for (Event event; receive(events_, event);) {
+        connections_.erase(event.value);
+        if (event.number == ZMQ_EVENT_ACCEPTED) {
+            accept(event.value);
+        }
+    }
+}
+
+void ConnectionGuard::accept(int descriptor) {
+    Connection& connection = connections_[descriptor];
+    if (connections_.size() > limits_.connections) {
+        end(descriptor, connection, "at most " + std::to_string(limits_.connections) + " connections",
+            "one more");
+    }
+}
+
+void ConnectionGuard::count(const zmq::message_t& message, std::size_t uselessBytes, Instant now) {
+    const auto found = connections_.find(descriptorOf(message));
+    if (found == connections_.end() || found->second.ended) {
+        return;
+    }
+    Connection& connection = found->second;
+    if (now - connection.second >= 1s) {
+        connection.second = now;
+        connection.messages = 0;
+    }
+    connection.uselessBytes += uselessBytes;
+    if (++connection.messages > limits_.messagesASecond) {
+        end(found->first, connection,
+            "at most " + std::to_string(limits_.messagesASecond) + " messages a second", "more");
+    } else if (connection.uselessBytes > limits_.uselessBytes) {
+        end(found->first, connection, "subscriptions to topics of this board",
+            "more than " + std::to_string(limits_.uselessBytes) + " bytes of others");
+    }
+}
+
+void ConnectionGuard::end(int descriptor, Connection& connection, const std::string& expected,
+                          const std::string& got) {
+    connection.ended = true;
+    ::shutdown(descriptor, SHUT_RDWR);
+    say(describe({"ended a connection of " + name_, expected, got, "others are served as before"}));
+}
+
+std::size_t raiseDescriptorLimit() {
+    rlimit limit{};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) {
+        return 0;
+    }
+    const rlim_t before = std::exchange(limit.rlim_cur, limit.rlim_max);
+    if (::setrlimit(RLIMIT_NOFILE, &limit) != 0) {
+        limit.rlim_cur = before;
+    }
+    return limit.rlim_cur;
+}
+
+} // namespace board

@@ -1,0 +1,65 @@
+// Who is connected to a socket of the board, and who has to go.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <map>
+#include <string>
+#include <zmq.hpp>
+
+namespace board {
+
+// Watches the connections that a bound socket accepts, through libzmq's monitor, and ends those that are too
+// many or send too much. libzmq ends none by itself, and has no call for it; it takes one whose descriptor
+// has been shut down for one that has gone.
+class ConnectionGuard {
+  public:
+    using Instant = std::chrono::steady_clock::time_point;
+
+    // What it lets a client do.
+    struct Limits {
+        std::size_t connections;     // at once
+        std::size_t messagesASecond; // from one of them
+        std::size_t uselessBytes;    // that libzmq keeps for one of them, and nobody needs
+    };
+
+    // Before the socket is bound, so that nobody is missed. name: of the clients, for the console.
+    ConnectionGuard(zmq::context_t& context, zmq::socket_t& socket, const Limits& limits, std::string name);
+    ~ConnectionGuard(); // before the socket is closed
+    ConnectionGuard(const ConnectionGuard&) = delete;
+    ConnectionGuard& operator=(const ConnectionGuard&) = delete;
+
+    // A ZeroMQ socket to poll: readable when connections have come or gone.
+    zmq::socket_t& events() {
+        return events_;
+    }
+
+    // Takes which have come and gone, and ends those above the limit.
+    void look();
+
+    // A message has come from a client, in which so many bytes are of no use. Ends the client's connection
+    // when that was too much.
+    void count(const zmq::message_t& message, std::size_t uselessBytes, Instant now);
+
+  private:
+    struct Connection {
+        std::size_t messages = 0; // in this second
+        std::size_t uselessBytes = 0;
+        Instant second;
+        bool ended = false;
+    };
+
+    void accept(int descriptor);
+    void end(int descriptor, Connection& connection, const std::string& expected, const std::string& got);
+
+    zmq::socket_t& socket_;
+    Limits limits_;
+    std::string name_;
+    zmq::socket_t events_;                  // PAIR: what the socket's monitor tells
+    std::map<int, Connection> connections_; // by descriptor
+};
+
+// Raises the number of descriptors that this process may have as far as it may, and returns it.
+std::size_t raiseDescriptorLimit();
+
+} // namespace board
