@@ -55,7 +55,7 @@ class Reader {
             found = true;
             onPacket(packet);
         });
-        if (total_ >= tunables::searchLimit) {
+        if (total_ >= (source_->live() ? tunables::searchLimit : tunables::storedSearchLimit)) {
             requirePackets(total_);
         }
         if (found) {
