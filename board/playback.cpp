@@ -56,9 +56,7 @@ class Reader {
             found = true;
             onPacket(packet);
         });
-        if (total_ >= tunables::searchLimit && sync_.stride() == 0) {
-            source_->live() ? tellNoPackets() : requirePackets(total_);
-        }
+        lookForPackets();
         if (found) {
             return Outcome::packets;
         }
@@ -97,6 +95,19 @@ class Reader {
     }
 
   private:
+    // A network may bring anything before it brings a stream; a file that has not by now does not.
+    void lookForPackets() {
+        if (sync_.stride() != 0) {
+            return;
+        }
+        if (source_->live() && total_ >= tunables::searchLimit) {
+            tellNoPackets();
+        }
+        if (!source_->live() && total_ >= tunables::storedSearchLimit) {
+            requirePackets(total_);
+        }
+    }
+
     void requirePackets(std::size_t total) const {
         if (sync_.stride() == 0) {
             throw BoardError(
@@ -106,7 +117,6 @@ class Reader {
         }
     }
 
-    // A network may bring anything before it brings a stream.
     void tellNoPackets() {
         if (!std::exchange(noPacketsTold_, true)) {
             say(describe({"no packets from " + name_, wantedPackets,

@@ -74,7 +74,7 @@ inline constexpr Ticks longestGap = seconds(2);        // between bursts of a li
 inline constexpr std::size_t readSize = 64 * 1024;      // bytes a read
 inline constexpr std::size_t lockPackets = 5;           // sync bytes in a row that make a transport stream
 inline constexpr std::size_t relockPackets = 3;         // sync bytes in a row after a loss
-inline constexpr std::size_t searchLimit = 1024 * 1024; // bytes searched for the first sync byte
+inline constexpr std::size_t searchLimit = 1024 * 1024; // bytes searched for a network's first packet
 inline constexpr int datagramsARead = 256;              // at most
 inline constexpr int receiveBuffer = 4 * 1024 * 1024;   // bytes of the socket, for bursts
 inline constexpr milliseconds rtpPatience{100};         // for an RTP packet that is missing
@@ -85,6 +85,9 @@ inline constexpr milliseconds srtCallPause{1000};       // between calls of an S
 inline constexpr milliseconds streamSilence{2000};      // after which packets are a new stream
 inline constexpr std::size_t headerBytes = 64 * 1024;   // of a PES packet, searched for codec headers
 inline constexpr milliseconds fallingBehind{1000};      // lateness after which real time starts anew
+
+// Bytes searched for the first packet of a file or a pipe; it takes a moment.
+inline constexpr std::size_t storedSearchLimit = 64 * searchLimit;
 
 } // namespace tunables
 } // namespace board

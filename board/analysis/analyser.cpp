@@ -33,9 +33,9 @@ bool Analyser::packet(const std::uint8_t* bytes) {
     PidState& state = stateOf(pid, slot);
     const auto content = payloadOf(bytes);
     const bool unitStart = ts_get_unitstart(bytes);
-    const bool scrambled = ts_get_scrambling(bytes) != 0;
+    const bool hidden = ts_get_scrambling(bytes) != 0;
 
-    const bool needsStamp = unitStart && !scrambled;
+    const bool needsStamp = unitStart && !hidden;
     const bool reading = clock_.packet(pid, pcrOf(bytes), needsStamp ? timeStampOf(content) : std::nullopt);
     if (reading) {
         readClock(number);
@@ -43,6 +43,10 @@ bool Analyser::packet(const std::uint8_t* bytes) {
     rates_.count(static_cast<std::size_t>(slot.position));
     ++state.packets;
     if (!content.empty()) {
+        if (unitStart) {
+            slot.inScrambledPes = !hidden && startsScrambledPes(content);
+        }
+        const bool scrambled = hidden || slot.inScrambledPes;
         slot.votes.count(scrambled);
         if (follows(pid, slot, bytes) && !scrambled) {
             payload(pid, slot, content, unitStart);
@@ -199,7 +203,8 @@ void Analyser::seam() {
     if (clock_.passEnded()) {
         readClock(packets_);
     }
-    for (PidSlot& slot : slots_) {
+    for (const PidState& state : model_.pids) { // a short file has many seams
+        PidSlot& slot = slots_[state.pid];
         slot.continuity.forget();
         lose(slot);
     }
@@ -230,6 +235,7 @@ void Analyser::beginStream() {
         slot.position = -1;
         slot.continuity.forget();
         slot.votes = {};
+        slot.inScrambledPes = false;
         slot.probe.reset();
     }
     clock_.startOver();

@@ -78,6 +78,7 @@ class Analyser {
         std::int32_t position = -1; // in model_.pids
         Continuity continuity;
         ScramblingVotes votes;
+        bool inScrambledPes = false; // the packets belong to a PES packet that is scrambled itself
         std::unique_ptr<SectionAssembler> sections;
         std::unique_ptr<HeaderProbe> probe;
     };

@@ -15,9 +15,10 @@ struct VideoReader {
     std::optional<VideoFormat> (*read)(std::span<const std::uint8_t>);
 };
 
-constexpr std::array<VideoReader, 6> videoReaders{{
+constexpr std::array<VideoReader, 7> videoReaders{{
     {0x01, readMpegVideo},
     {0x02, readMpegVideo},
+    {0x06, readH265}, // private PES packets, which their registration tells to be HEVC
     {0x10, readMpeg4Visual},
     {0x1B, readH264},
     {0x24, readH265},

@@ -39,6 +39,12 @@ bool startsPes(std::span<const std::uint8_t> payload) {
            pes_validate_header(payload.data());
 }
 
+bool startsScrambledPes(std::span<const std::uint8_t> payload) {
+    constexpr std::size_t controlByte = 6; // of a PES header, with PES_scrambling_control
+    constexpr std::uint8_t control = 0x30;
+    return startsPes(payload) && (payload[controlByte] & control) != 0;
+}
+
 std::optional<Ticks> timeStampOf(std::span<const std::uint8_t> payload) {
     if (!startsPes(payload) || !pes_has_pts(payload.data())) {
         return std::nullopt;

@@ -22,6 +22,9 @@ std::span<const std::uint8_t> payloadOf(const std::uint8_t* packet);
 // Whether a payload begins with the header of a PES packet that may carry time stamps.
 bool startsPes(std::span<const std::uint8_t> payload);
 
+// Whether a payload begins with the header of a PES packet whose content is scrambled.
+bool startsScrambledPes(std::span<const std::uint8_t> payload);
+
 // The decoding time that a payload begins with, which never runs backwards inside a stream.
 std::optional<Ticks> timeStampOf(std::span<const std::uint8_t> payload);
 

@@ -1,5 +1,6 @@
 #include "packets/packetSync.h"
 
+#include <algorithm>
 #include <array>
 
 namespace board {
@@ -8,6 +9,10 @@ namespace {
 
 constexpr std::array<std::size_t, 3> strides{188, 192, 204};
 constexpr std::size_t largestStride = 204;
+
+// Of packets with an arrival time stamp, which stands before them.
+constexpr std::size_t stampedStride = 192;
+constexpr std::size_t arrivalStampSize = 4;
 
 } // namespace
 
@@ -25,27 +30,88 @@ bool PacketSync::inStep(std::size_t at, std::size_t stride, std::size_t count, b
 }
 
 bool PacketSync::lock(std::size_t& at, bool atEnd) {
+    if (atEnd && lockOnePacket(at)) {
+        return true;
+    }
     const std::size_t needed = stride_ == 0 ? tunables::lockPackets : tunables::relockPackets;
+    const auto undecided = [&] { return !atEnd && pending_.size() - at <= (needed - 1) * largestStride; };
     for (; at < pending_.size(); ++at, ++skippedBytes_) {
+        if (undecided()) {
+            return false;
+        }
+        const auto from = pending_.begin() + static_cast<std::ptrdiff_t>(at);
+        const auto passed = static_cast<std::size_t>(std::find(from, pending_.end(), tsSyncByte) - from);
+        at += passed;
+        skippedBytes_ += passed;
         const std::size_t left = pending_.size() - at;
-        if (!atEnd && left <= (needed - 1) * largestStride) {
+        if (left == 0 || undecided()) {
             return false;
         }
         // The stride known so far first: after garbage the format is most likely the same.
         if (stride_ != 0 && left >= tsPacketSize && inStep(at, stride_, needed, atEnd)) {
-            locked_ = true;
-            return true;
+            return lockAt(at);
         }
         for (const std::size_t stride : strides) {
             // At the end of a flow a single sync byte is no proof of a new format.
             if (left > stride && inStep(at, stride, needed, atEnd)) {
                 stride_ = stride;
-                locked_ = true;
-                return true;
+                return lockAt(at);
             }
         }
     }
     return false;
+}
+
+bool PacketSync::lockAt(std::size_t& at) {
+    const std::size_t start = likeliestStart(at);
+    skippedBytes_ += start - at;
+    at = start;
+    locked_ = true;
+    return true;
+}
+
+std::size_t PacketSync::likeliestStart(std::size_t at) const {
+    std::size_t best = at;
+    const std::size_t end = std::min(at + stride_, pending_.size());
+    for (std::size_t place = at + 1; place < end; ++place) {
+        if (pending_[place] != tsSyncByte) {
+            continue;
+        }
+        const std::size_t most = (pending_.size() - place - 1) / stride_ + 1;
+        const std::size_t ours = stepsFrom(place, most);
+        const std::size_t others = stepsFrom(best, most);
+        // Where both go on to the end, the first may be a stamp in front of the other.
+        const bool isStamped = stride_ == stampedStride && place == best + arrivalStampSize;
+        if (ours > others || (isStamped && ours == others)) {
+            best = place;
+        }
+    }
+    return best;
+}
+
+std::size_t PacketSync::stepsFrom(std::size_t at, std::size_t most) const {
+    std::size_t count = 0;
+    while (count < most && pending_[at + count * stride_] == tsSyncByte) {
+        ++count;
+    }
+    return count;
+}
+
+bool PacketSync::lockOnePacket(std::size_t& at) {
+    const std::size_t size = pending_.size();
+    const bool isWholeFlow = stride_ == 0 && skippedBytes_ == 0;
+    if (!isWholeFlow || std::ranges::find(strides, size) == strides.end()) {
+        return false;
+    }
+    const bool isStamped = size == stampedStride && pending_[arrivalStampSize] == tsSyncByte;
+    const std::size_t start = isStamped ? arrivalStampSize : 0;
+    if (pending_[start] != tsSyncByte) {
+        return false;
+    }
+    at = start;
+    stride_ = size;
+    locked_ = true;
+    return true;
 }
 
 std::size_t PacketSync::cutShortBy(std::size_t at) const {

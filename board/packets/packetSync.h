@@ -96,8 +96,21 @@ class PacketSync {
     // more bytes are needed.
     bool lock(std::size_t& at, bool atEnd);
 
+    // Packets begin at this place or a little behind it. Returns true.
+    bool lockAt(std::size_t& at);
+
+    // A flow that is exactly as long as one packet and has its sync byte in the one place is that packet.
+    bool lockOnePacket(std::size_t& at);
+
     // Whether count sync bytes stand at this stride from at; at the end of the flow, as many as there are.
     bool inStep(std::size_t at, std::size_t stride, std::size_t count, bool atEnd) const;
+
+    // The packets may begin at this place, or at one of the next: where sync bytes go on for longest. Any
+    // byte may look like one for a while, of a header or of an arrival time stamp.
+    std::size_t likeliestStart(std::size_t at) const;
+
+    // How many sync bytes stand in step from here on, of so many at most.
+    std::size_t stepsFrom(std::size_t at, std::size_t most) const;
 
     // Where the packets go on inside this one, when it was cut short; 0 when it is whole.
     std::size_t cutShortBy(std::size_t at) const;

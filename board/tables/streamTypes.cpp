@@ -28,7 +28,7 @@ struct Row {
 
 // Streams that are not listed carry data. Enhanced AC-3, DTS and others are audio of a coding that the PMT
 // record has no code for.
-constexpr std::array<Row<std::uint8_t>, 25> byStreamType{{
+constexpr std::array<Row<std::uint8_t>, 29> byStreamType{{
     {0x01, {StreamKind::video, 0}},             // MPEG-1 video
     {0x02, {StreamKind::video, 0}},             // MPEG-2 video
     {0x03, {StreamKind::audio, mpeg1Audio}},    //
@@ -43,7 +43,9 @@ constexpr std::array<Row<std::uint8_t>, 25> byStreamType{{
     {0x24, {StreamKind::video, 0}},             // H.265
     {0x2D, {StreamKind::audio, unknownCoding}}, // MPEG-H, the main stream
     {0x2E, {StreamKind::audio, unknownCoding}}, // MPEG-H, an auxiliary stream
+    {0x32, {StreamKind::video, 0}},             // JPEG XS
     {0x33, {StreamKind::video, 0}},             // H.266
+    {0x35, {StreamKind::video, 0}},             // EVC
     {0x42, {StreamKind::video, 0}},             // AVS
     {0x81, {StreamKind::audio, ac3}},           // ATSC A/53
     {0x87, {StreamKind::audio, unknownCoding}}, // ATSC A/53, Enhanced AC-3
@@ -52,6 +54,8 @@ constexpr std::array<Row<std::uint8_t>, 25> byStreamType{{
     {0xC2, {StreamKind::audio, unknownCoding}}, // Enhanced AC-3 with encrypted samples
     {0xCF, {StreamKind::audio, aac}},           // ADTS with encrypted samples
     {0xD1, {StreamKind::video, 0}},             // Dirac
+    {0xD2, {StreamKind::video, 0}},             // AVS2
+    {0xD4, {StreamKind::video, 0}},             // AVS3
     {0xDB, {StreamKind::video, 0}},             // H.264 with encrypted samples
     {0xEA, {StreamKind::video, 0}},             // VC-1
 }};

@@ -295,6 +295,26 @@ TEST_F(Analyser, JudgesScramblingByMostPacketsOfAPeriod) {
     EXPECT_FALSE(scrambled[audioPid]);
 }
 
+TEST_F(Analyser, TakesWhatIsScrambledInItsPesPacketsForScrambled) {
+    constexpr std::size_t control = 4 + 6; // of a PES header at the beginning of a packet
+    Packets packets = oneProgram();
+    packets.pcr(videoPid, 0);
+    const std::size_t start = packets.bytes().size();
+    const Bytes layer2{0xFF, 0xFD, 0xA4, 0x40};
+    packets.pes(audioPid, 0xC0, 90'000, joined({layer2, Bytes(572), layer2, Bytes(572)}));
+    packets.pcr(videoPid, 27'000'000);
+    packets.pcr(videoPid, 54'000'000);
+    Bytes bytes = packets.bytes();
+    bytes[start + control] |= 0x20;
+    for (std::size_t at = 0; at < bytes.size(); at += board::tsPacketSize) {
+        analyser.packet(bytes.data() + at);
+    }
+    const auto audio = std::ranges::find(model().pids, audioPid, &board::PidState::pid);
+    ASSERT_NE(audio, model().pids.end());
+    EXPECT_TRUE(audio->scrambled);
+    EXPECT_FALSE(model().audioFormats.contains(audioPid)) << "its bytes are no headers";
+}
+
 TEST_F(Analyser, JudgesScramblingOnceASecondWhereTheWholeStreamIsOnePeriod) {
     board::Analyser wholeStream(0s);
     Packets packets = oneProgram();

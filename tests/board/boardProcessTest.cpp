@@ -56,6 +56,32 @@ TEST_F(BoardProcess, TellsItsVersion) {
     EXPECT_EQ(end(), "exit code 0");
 }
 
+TEST_F(BoardProcess, TellsItsOptions) {
+    start({"-h"});
+    const std::string text = output();
+    EXPECT_EQ(text.find("Analyses a transport stream and publishes its PSI/SI, programs and rates"), 0U)
+        << text;
+    EXPECT_NE(text.find("\n  --print  "), std::string::npos) << text;
+    EXPECT_EQ(end(), "exit code 0");
+    start({"--help"});
+    EXPECT_EQ(output(), text);
+    EXPECT_EQ(end(), "exit code 0");
+}
+
+TEST_F(BoardProcess, SaysWhatIsWrongWithAnAddress) {
+    const std::string forms = "expected udp://ADDRESS:PORT, rtp://ADDRESS:PORT or srt://ADDRESS:PORT, got ";
+    EXPECT_EQ(outcome({"udp://127.0.0.1:99999"}),
+              "mpegfe-board: cannot open udp://127.0.0.1:99999: " + forms +
+                  "port \"99999\", where ports are numbers from 1 to 65535; check the address\nexit code 1");
+    EXPECT_EQ(outcome({"rtp://300.1.1.1:5"}), "mpegfe-board: cannot open rtp://300.1.1.1:5: " + forms +
+                                                  "\"300.1.1.1\", which is no IP address; check the address\n"
+                                                  "exit code 1");
+    EXPECT_EQ(
+        outcome({"udp://239.255.1.1:5616", "--interface", "nope0"}),
+        "mpegfe-board: cannot open udp://239.255.1.1:5616: expected a network interface of this machine, "
+        "got \"nope0\"; check --interface; ip link shows the names\nexit code 1");
+}
+
 TEST_F(BoardProcess, SaysWhatIsWrongWithItsEndpoints) {
     zmq::context_t context;
     zmq::socket_t other(context, ZMQ_PUB);

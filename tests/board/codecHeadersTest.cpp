@@ -203,6 +203,7 @@ TEST(CodecHeaders, ReadsH265ParameterSets) {
                      0xCA, 0xF0, 0x26, 0x86, 0x80, 0,    0,    0x03, 0,    0x80, 0,    0,    0x19, 0x04, 0,
                      0,    0,    0x01, 0x44, 0x01, 0xC1, 0x72, 0xB4, 0x62, 0x40, 0,    0};
     EXPECT_EQ(videoText(0x24, sets), "1440x1088 50.000 entropy 0 aspect 2 profile 1 level 123");
+    EXPECT_EQ(videoText(0x06, sets), videoText(0x24, sets)) << "registered as HEVC in private PES packets";
 }
 
 // The format of a parameter set that ends early, or none: never of what is not there.

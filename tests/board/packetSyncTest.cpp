@@ -104,6 +104,65 @@ TEST(PacketSync, DropsWhatIsLeftOfAPacketAtTheEnd) {
     EXPECT_EQ(marksOf(bytes), Bytes(eightMarks.begin(), eightMarks.end() - 1));
 }
 
+// The first byte of a stamp stays for half a second, the second for as many packets as come in 2.4 ms.
+TEST(PacketSync, TakesNoArrivalStampForAPacket) {
+    const auto marks = [](const Bytes& bytes) { return marksOf(bytes, bytes.size()); };
+    EXPECT_EQ(marks(eightPackets({0x47, 9, 9, 9}, {})), eightMarks) << "in all packets";
+    EXPECT_EQ(marks(joined({eightPackets({9, 0x47, 9, 9}, {}), eightPackets({9, 9, 9, 9}, {})})),
+              joined({eightMarks, eightMarks}));
+    EXPECT_EQ(
+        marks(joined({eightPackets({9, 9, 9, 9}, {}), Bytes(50, 9), eightPackets({0x47, 9, 9, 9}, {})})),
+        joined({eightMarks, eightMarks}))
+        << "behind garbage";
+}
+
+TEST(PacketSync, TakesNoHeaderByteForAPacket) {
+    Bytes cut;
+    for (int k = 0; k < 8; ++k) {
+        Bytes one = packet(1);
+        one[2] = 0x47; // of the PID
+        cut = joined({cut, one});
+    }
+    cut.erase(cut.begin());
+    EXPECT_EQ(marksOf(joined({cut, eightPackets({}, {})})), joined({Bytes(7, 1), eightMarks}));
+}
+
+TEST(PacketSync, TakesAFlowAsLongAsOnePacketForThatPacket) {
+    for (const auto& [before, after] :
+         {std::pair<Bytes, Bytes>{{}, {}}, {{9, 9, 9, 9}, {}}, {{}, {9, 9, 9, 9}}, {{}, Bytes(16, 9)}}) {
+        PacketSync sync;
+        const Bytes bytes = joined({before, packet(1), after});
+        EXPECT_EQ(marksOf(sync, bytes, 100), Bytes{1}) << bytes.size();
+        EXPECT_EQ(sync.stride(), bytes.size());
+        EXPECT_EQ(marksOf(sync, bytes, 100), Bytes{1}) << "the flow comes again";
+    }
+}
+
+TEST(PacketSync, ReadsAFlowOfFewPackets) {
+    for (std::size_t count = 2; count < board::tunables::lockPackets; ++count) {
+        Bytes plain;
+        Bytes stamped;
+        Bytes coded;
+        for (std::size_t k = 0; k < count; ++k) {
+            plain = joined({plain, packet(1)});
+            stamped = joined({stamped, {9, 9, 9, 9}, packet(1)});
+            coded = joined({coded, packet(1), Bytes(16, 9)});
+        }
+        EXPECT_EQ(marksOf(plain), Bytes(count, 1));
+        EXPECT_EQ(marksOf(stamped), Bytes(count, 1));
+        EXPECT_EQ(marksOf(coded), Bytes(count, 1));
+    }
+}
+
+TEST(PacketSync, TakesOneSyncByteInOtherBytesForNoPacket) {
+    for (const std::size_t size : {187U, 189U, 193U, 205U}) {
+        Bytes bytes(size, 1);
+        bytes[0] = board::tsSyncByte;
+        EXPECT_EQ(marksOf(bytes), Bytes{}) << size;
+    }
+    EXPECT_EQ(marksOf(Bytes(board::tsPacketSize, 1)), Bytes{});
+}
+
 TEST(PacketSync, FindsNoPacketsInOtherBytes) {
     PacketSync sync;
     EXPECT_EQ(marksOf(sync, Bytes(10000, 'x'), 1000), Bytes{});

@@ -80,6 +80,12 @@ TEST(StreamTypes, KnowsEveryAudioThatHasATypeOfItsOwn) {
     EXPECT_EQ(classOf(0x88), "audio 0");
 }
 
+TEST(StreamTypes, KnowsEveryVideoThatHasATypeOfItsOwn) {
+    for (const int type : {0x10, 0x1E, 0x21, 0x32, 0x33, 0x35, 0x42, 0xD1, 0xD2, 0xD4, 0xEA}) {
+        EXPECT_EQ(classOf(static_cast<std::uint8_t>(type)), "video 0") << type;
+    }
+}
+
 TEST(StreamTypes, KnowsStreamsWithEncryptedSamples) {
     EXPECT_EQ(classOf(0xC1), "audio 2");
     EXPECT_EQ(classOf(0xC2), "audio 0");

@@ -371,6 +371,13 @@ TEST_F(Manager, takesAProgramsNumberForItsDetailOnlyAndNotBesideAnIndex) {
               "exit code 2\n");
 }
 
+TEST_F(Manager, takesAnIndexBelowZeroForAnIndexAndNotForAnOption) {
+    EXPECT_EQ(transcript(*start({"pgmDetail", "-1"})),
+              "mpegfe-manager: the request is incomplete: expected a program index from 0 to 58 after "
+              "pgmDetail, got \"-1\"; see mpegfe-manager --help\n"
+              "exit code 2\n");
+}
+
 constexpr const char* sharing =
     "mpegfe-manager: more than one service takes the requests: expected one mpegFE at "
     "ipc:///run/shm/zmq/uRO_MMR_MpegFE, got two or more; a request reaches one of them only: stop all but "

@@ -504,10 +504,13 @@ TEST_F(RunShows, theProgramsOfAStreamWithoutAnSdt) {
     EXPECT_THAT(text, testing::EndsWith("\nexit code 0\n"));
 }
 
-// Sends a stream to a UDP port of this machine, over and over, as long as it lives.
+// Sends a stream to a UDP port of this machine, over and over, as long as it lives; behind RTP headers where
+// that is wanted.
 class Sender {
   public:
-    Sender(const fs::path& stream, std::uint16_t port) {
+    enum class Headers { none, rtp };
+
+    Sender(const fs::path& stream, std::uint16_t port, Headers wanted = Headers::none) : headers(wanted) {
         std::stringstream whole;
         whole << std::ifstream(stream).rdbuf();
         bytes = whole.str();
@@ -527,10 +530,22 @@ class Sender {
     static constexpr std::size_t datagramSize = std::size_t{7} * 188;
     static constexpr auto pause = 4463us; // at the 2.36 Mbit/s of the sample
 
+    // Of a transport stream (IETF RFC 2250), with no time in it.
+    static std::string rtpHeader(std::uint16_t number) {
+        std::string header(12, '\1');
+        header[0] = '\x80';
+        header[1] = 33;
+        header[2] = static_cast<char>(number >> 8);
+        header[3] = static_cast<char>(number & 0xFF);
+        return header;
+    }
+
     void send() const {
         const int sender = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+        std::uint16_t number = 0;
         for (std::size_t at = 0; !stopping; at = at + datagramSize < bytes.size() ? at + datagramSize : 0) {
-            const std::string datagram = bytes.substr(at, datagramSize);
+            const std::string header = headers == Headers::rtp ? rtpHeader(number++) : "";
+            const std::string datagram = header + bytes.substr(at, datagramSize);
             sendto(sender, datagram.data(), datagram.size(), 0, reinterpret_cast<const sockaddr*>(&address),
                    sizeof address);
             std::this_thread::sleep_for(pause);
@@ -538,6 +553,7 @@ class Sender {
         close(sender);
     }
 
+    Headers headers;
     std::string bytes;
     sockaddr_in address{};
     std::atomic<bool> stopping = false;
@@ -553,6 +569,30 @@ TEST_F(RunShows, aLiveSource) {
     EXPECT_THAT(text, HasSubstr("\n   273  0x0111  VID+PCR      101      1     4352 #  no\n"));
     EXPECT_THAT(
         text, HasSubstr("\n      103      3  Radio Küste   Küstenfunk     TV       4354     1 #  no  no\n"));
+    EXPECT_THAT(text, testing::EndsWith("\nexit code 0\n"));
+    expectNothingLeft();
+}
+
+TEST_F(RunShows, aLiveSourceWithRtpHeaders) {
+    const Sender sender(root / "samples/three-programs.ts", 5000, Sender::Headers::rtp);
+    const std::string text = withoutRates(result({"rtp://127.0.0.1:5000"}));
+    EXPECT_THAT(text,
+                testing::StartsWith("Showing rtp://127.0.0.1:5000, once it comes; waiting 60 s for it\n\n"
+                                    "PID list: 14 PIDs, #\n"));
+    EXPECT_THAT(text, testing::EndsWith("\nexit code 0\n"));
+    expectNothingLeft();
+}
+
+TEST_F(RunShows, aLiveSourceThatItCalls) {
+    ChildProcess sender({"ffmpeg", "-v", "quiet", "-re", "-stream_loop", "-1", "-i",
+                         (root / "samples/three-programs.ts").string(), "-map", "0", "-c", "copy", "-f",
+                         "mpegts", "srt://127.0.0.1:5000?mode=listener"},
+                        {});
+    const std::string text = withoutRates(result({"srt://127.0.0.1:5000"}));
+    EXPECT_THAT(text,
+                testing::StartsWith("Showing srt://127.0.0.1:5000, once it comes; waiting 60 s for it\n\n"
+                                    "PID list: "));
+    EXPECT_THAT(text, HasSubstr("VID+PCR"));
     EXPECT_THAT(text, testing::EndsWith("\nexit code 0\n"));
     expectNothingLeft();
 }
@@ -578,8 +618,12 @@ TEST_F(RunShows, whyTheBoardTakesNoSuchAddress) {
 }
 
 TEST_F(RunShows, nothingOnceItIsStopped) {
-    for (const int signal : {SIGINT, SIGTERM}) {
-        ChildProcess run(command({file("null.ts", nullPackets())}), {});
+    const std::string stream = file("null.ts", nullPackets());
+    using Stop = std::pair<int, std::vector<std::string>>;
+    for (const auto& [signal, words] :
+         {Stop{SIGINT, {stream}}, Stop{SIGTERM, {stream}}, Stop{SIGINT, {"--keep", stream}},
+          Stop{SIGTERM, {"--keep", stream}}}) {
+        ChildProcess run(command(words), {});
         EXPECT_THAT(readPipe(run.outputDescriptor(), "Showing "), HasSubstr("Showing "));
         run.signal(signal);
         EXPECT_THAT(transcript(run), HasSubstr("signal " + std::to_string(signal) + " ("));
