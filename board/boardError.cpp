@@ -17,7 +17,12 @@ companions::Console& console() {
 
 } // namespace
 
+void (*makeRoomOnConsole)() = nullptr;
+
 void say(std::string_view line) {
+    if (makeRoomOnConsole != nullptr) {
+        makeRoomOnConsole();
+    }
     console().say(line);
 }
 

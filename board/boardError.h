@@ -13,6 +13,9 @@ using companions::Trouble;
 // The board's exit status when it cannot go on; wrong usage has companions::wrongUsage.
 inline constexpr int cannotGoOn = 1;
 
+// The board's exit status when the stream has errors that it was told to fail on.
+inline constexpr int streamHasErrors = 3;
+
 // Thrown where the board cannot go on; main prints it.
 class BoardError : public companions::Failure {
   public:
@@ -34,5 +37,8 @@ struct OutputUnread {};
 // Prints a text on standard output, as far as no signal asks to stop. Throws OutputUnread, and BoardError
 // when it cannot be written.
 void print(std::string_view text);
+
+// Called before say() prints, by whoever keeps something on the console that has to make room. Null for none.
+extern void (*makeRoomOnConsole)();
 
 } // namespace board

@@ -10,27 +10,30 @@ namespace {
 
 using namespace board;
 
-void start(const PlayOptions& options) {
-    play(options);
+// Each returns the exit status.
+int start(const PlayOptions& options) {
+    return play(options);
 }
 
-void start(const PrintOptions& options) {
-    printRecords(options);
+int start(const PrintOptions& options) {
+    return printRecords(options);
 }
 
-void start(const RecordOptions& options) {
+int start(const RecordOptions& options) {
     record(options);
+    return 0;
 }
 
-void start(const ReplayOptions& options) {
+int start(const ReplayOptions& options) {
     replay(options);
+    return 0;
 }
 
 int run(int argumentCount, char** arguments) {
     try {
         if (const auto options = parseOptions(argumentCount, arguments)) {
             companions::stopOnSignals();
-            std::visit([](const auto& task) { start(task); }, *options);
+            return std::visit([](const auto& task) { return start(task); }, *options);
         }
     } catch (const OutputUnread&) {
         return cannotGoOn;

@@ -34,7 +34,7 @@ constexpr const char* footer =
     "\n"
     "Exit status: 0 at the end and when a signal stops it, 1 when it cannot go on, 2 when the command line "
     "is\n"
-    "wrong.";
+    "wrong, 3 when the stream has errors that --fail-on names.";
 
 // All that can be said on a command line.
 struct Words {
@@ -155,6 +155,21 @@ void addOptions(CLI::App& app, Words& words, std::span<const char* const> argume
                                "Publish on this address or network interface (127.0.0.1); * on all")
                            ->check(named())
                            ->type_name("ADDRESS");
+    auto* const statistics =
+        addName(app, "--statistics", words.play.statistics,
+                "Write rates and errors as JSON once a rate period; - is standard output")
+            ->check(named())
+            ->type_name("FILE");
+    auto* const failOn =
+        app.add_option_function<std::string>(
+               "--fail-on",
+               [&words](const std::string& what) {
+                   words.play.failOn = what == "errors" ? FailOn::errors : FailOn::priority1;
+               },
+               "End with 3 when the stream has shown \"errors\", or \"priority-1\" ones by TR 101 290")
+            ->check(CLI::IsMember({"errors", "priority-1"}).description(""))
+            ->take_last()
+            ->type_name("WHAT");
     auto* const deterministic =
         app.add_flag("--deterministic", words.play.deterministic,
                      "Wait for a client, and time everything by the stream's clock alone");
@@ -166,13 +181,13 @@ void addOptions(CLI::App& app, Words& words, std::span<const char* const> argume
                                words.record.duration = milliseconds(value);
                            })->type_name("MS");
 
-    for (CLI::Option* option : {print, newStream, interface, ratePeriod, service}) {
+    for (CLI::Option* option : {print, newStream, interface, ratePeriod, service, statistics, failOn}) {
         option->needs(source);
     }
     for (CLI::Option* option : {once, fast, interval, bind, deterministic}) {
         option->excludes(record);
     }
-    for (CLI::Option* option : {newStream, interval, bind, deterministic}) {
+    for (CLI::Option* option : {newStream, interval, bind, deterministic, statistics}) {
         option->excludes(print);
     }
     for (CLI::Option* option : {host, instruct, duration}) {

@@ -3,10 +3,13 @@
 #include "analysis/analyser.h"
 #include "boardError.h"
 #include "packets/packetSync.h"
+#include "progress.h"
 #include "publish/publisher.h"
+#include "records/errorPrinter.h"
 #include "records/recordPrinter.h"
 #include "records/recordWriter.h"
 #include "source/openSource.h"
+#include "statisticsOutput.h"
 
 #include "companions/stopSignals.h"
 
@@ -83,6 +86,12 @@ class Reader {
     }
     std::uint64_t syncLosses() const {
         return sync_.losses();
+    }
+    const SyncErrors& syncErrors() const {
+        return sync_.errors();
+    }
+    std::uint64_t bytes() const {
+        return total_;
     }
     int descriptor() const {
         return source_->descriptor();
@@ -164,15 +173,65 @@ class Pace {
     Instant offset_{0};
 };
 
+int exitStatus(FailOn failOn, const StreamErrors& errors) {
+    constexpr int firstPriority = 1;
+    const bool failed = (failOn == FailOn::errors && errors.any()) ||
+                        (failOn == FailOn::priority1 && errors.indicators.any(firstPriority));
+    return failed ? streamHasErrors : 0;
+}
+
+// Documents of statistics, one each rate period, and one at the end.
+class StatisticsWriter {
+  public:
+    explicit StatisticsWriter(const PlayOptions& options)
+        : period_(options.ratePeriod),
+          output_(options.statistics, options.fast || options.deterministic ? SlowReader::isWaitedFor
+                                                                            : SlowReader::missesDocuments) {}
+
+    // The stream's clock has been read.
+    void clockRead(const Analyser& analyser) {
+        const Ticks now = analyser.clock().now();
+        output_.goOn();
+        if (period_ > Ticks::zero() && now - last_ >= period_) {
+            last_ = now;
+            write(analyser);
+        }
+    }
+
+    void finish(const Analyser& analyser) {
+        write(analyser);
+        output_.finish();
+    }
+
+  private:
+    void write(const Analyser& analyser) {
+        output_.write(
+            statisticsAsJson({analyser.clock().now(), analyser.streamNumber(), analyser.packets(),
+                              &analyser.errors(), before_, &analyser.model().pids, &analyser.rates()}));
+        before_ = analyser.errors().indicators;
+    }
+
+    Ticks period_;
+    StatisticsOutput output_;
+    Ticks last_{0};
+    IndicatorCounts before_;
+};
+
 // Plays one source and publishes while it does.
 class Session {
   public:
     explicit Session(const PlayOptions& options)
         : options_(options), reader_(options.source, options.interface),
           analyser_(options.ratePeriod, timedAs(options, reader_.kind())),
-          publisher_(publishOptions(options)), limits_(say), records_(std::make_unique<wire::RecordSet>()) {}
+          publisher_(publishOptions(options)), limits_(say), records_(std::make_unique<wire::RecordSet>()),
+          progress_(options.once && options.fast ? fileSize(options.source) : std::nullopt) {
+        if (!options.statistics.empty()) {
+            statistics_.emplace(options);
+        }
+    }
 
-    void run() {
+    // Returns the exit status.
+    int run() {
         // With the stream's clock as the only clock, the stream begins when there is somebody to see its
         // beginning.
         if (options_.deterministic) {
@@ -191,8 +250,10 @@ class Session {
             tellRealTime();
             settleAtLast();
             sayWhatWasLeftOut();
+            progress_.read(reader_.bytes());
         }
         finish();
+        return exitStatus(options_.failOn, analyser_.errors());
     }
 
   private:
@@ -205,12 +266,16 @@ class Session {
         if (stopRequested()) {
             return;
         }
+        analyser_.sync(reader_.syncErrors());
         const bool reading = analyser_.packet(bytes);
         if (analyser_.streamNumber() != announcedStream_) {
             announceNewStream();
         }
         if (!reading) {
             return;
+        }
+        if (statistics_) {
+            statistics_->clockRead(analyser_);
         }
         settle();
         // A file is read as fast as it goes until it has settled for the first time, so that no client waits.
@@ -321,6 +386,9 @@ class Session {
         if (counts && analyser_.realTime(duration_cast<Ticks>(elapsed))) {
             settle();
             turn(milliseconds(0), -1);
+            if (statistics_) {
+                statistics_->clockRead(analyser_);
+            }
         }
     }
 
@@ -339,16 +407,21 @@ class Session {
 
     // What is known at the end is published once more.
     void finish() {
+        analyser_.sync(reader_.syncErrors());
         analyser_.finish();
+        if (statistics_) {
+            statistics_->finish(analyser_);
+        }
         publisher_.attend(milliseconds(0), -1, [this] { return now(); });
         publisher_.acceptClients();
         writeRecords(analyser_.model(), analyser_.rates(), options_.eventService, *records_, limits_);
         publisher_.publishRound(*records_, wire::allTopicBits, now());
         const StreamErrors& errors = analyser_.errors();
         say("stopped after " + std::to_string(analyser_.packets()) +
-            " packets: " + std::to_string(errors.transportErrors) + " transport errors, " +
-            std::to_string(errors.discontinuities) + " gaps, " + std::to_string(errors.badSections) +
-            " bad sections, " + std::to_string(reader_.syncLosses()) + " losses of sync");
+            " packets: " + std::to_string(errors.indicators[Indicator::transport]) + " transport errors, " +
+            std::to_string(errors.indicators[Indicator::continuity]) + " gaps, " +
+            std::to_string(errors.badSections) + " bad sections, " + std::to_string(reader_.syncLosses()) +
+            " losses of sync" + errorsInWords(errors));
     }
 
     void turn(milliseconds wait, int descriptor) {
@@ -370,6 +443,8 @@ class Session {
     Publisher publisher_;
     LimitReport limits_;
     std::unique_ptr<wire::RecordSet> records_;
+    std::optional<StatisticsWriter> statistics_;
+    Progress progress_;
     Pace pace_;
     std::uint32_t announcedStream_ = 1;
     bool settled_ = false;
@@ -385,16 +460,21 @@ class Session {
 
 } // namespace
 
-void play(const PlayOptions& options) {
-    Session(options).run();
+int play(const PlayOptions& options) {
+    return Session(options).run();
 }
 
-void printRecords(const StreamOptions& options) {
+int printRecords(const StreamOptions& options) {
     Reader reader(options.source, options.interface);
     Analyser analyser(options.ratePeriod, reader.kind());
+    Progress progress(fileSize(options.source));
     Instant lastRead = realTime();
     for (auto outcome = Reader::Outcome::packets; outcome != Reader::Outcome::ended && !stopRequested();) {
-        outcome = reader.read([&](const std::uint8_t* bytes) { analyser.packet(bytes); });
+        outcome = reader.read([&](const std::uint8_t* bytes) {
+            analyser.sync(reader.syncErrors());
+            analyser.packet(bytes);
+        });
+        progress.read(reader.bytes());
         if (outcome == Reader::Outcome::nothing) {
             pollfd waiting{reader.descriptor(), POLLIN, 0};
             ::poll(&waiting, 1, static_cast<int>(tunables::changeInterval.count()));
@@ -405,11 +485,14 @@ void printRecords(const StreamOptions& options) {
             analyser.realTime(duration_cast<Ticks>(elapsed));
         }
     }
+    analyser.sync(reader.syncErrors());
     analyser.finish();
+    progress.erase();
     const auto records = std::make_unique<wire::RecordSet>();
     LimitReport limits(say);
     writeRecords(analyser.model(), analyser.rates(), options.eventService, *records, limits);
-    print(recordsAsJson(*records, analyser.rates().window()));
+    print(recordsAsJson(*records, analyser.rates().window(), analyser.model().pids, analyser.errors()));
+    return exitStatus(options.failOn, analyser.errors());
 }
 
 } // namespace board

@@ -50,6 +50,9 @@ inline constexpr int instructionQueue = 32;               // words waiting of a 
 inline constexpr milliseconds recordPoll{50};       // between looks at signals and the duration
 inline constexpr milliseconds recordPatience{3000}; // before it is said that nothing arrives
 
+// Showing.
+inline constexpr milliseconds progressInterval{250}; // between looks of a user at how far the board is
+
 // Measuring, in stream time.
 inline constexpr Ticks ratePeriod = seconds(1);             // in which the rate of a silent PID falls to 0
 inline constexpr Ticks settlePatience = milliseconds(2500); // wait for tables before publishing without
@@ -69,6 +72,31 @@ inline constexpr std::uint64_t stampPatience = 5'000;  // packets without a PCR;
 inline constexpr std::uint64_t clockPatience = 20'000; // the same of any time; no picture has more packets
 inline constexpr double assumedBitRate = 10e6;         // bit/s of a stream that shows no time at all
 inline constexpr Ticks longestGap = seconds(2);        // between bursts of a live stream
+
+// What counts as an error (ETSI TR 101 290, clause 5.2). An absence counts once for every limit that passes.
+inline constexpr std::uint32_t lostSyncBytes = 2;     // sync bytes missing in a row: sync is lost (1.1)
+inline constexpr std::uint32_t regainedSyncBytes = 5; // there in a row: it is found again (1.1)
+inline constexpr Ticks patLimit = milliseconds(500);  // from PAT section to PAT section (1.3.a)
+inline constexpr Ticks pmtLimit = milliseconds(500);  // from PMT section to PMT section (1.5.a)
+inline constexpr Ticks pidLimit = seconds(5);         // from packet to packet of a program's PID (1.6)
+inline constexpr Ticks pcrRepetitionLimit =
+    milliseconds(100); // from PCR to PCR (2.3.a since its third edition, and
+                       // ISO/IEC 13818-1, 2.7.2; earlier editions: 40)
+inline constexpr Ticks pcrStepLimit = milliseconds(100); // of their values, unless announced (2.3.b)
+inline constexpr FineTicks pcrAccuracyLimit = std::chrono::nanoseconds(500); // (2.4)
+inline constexpr Ticks ptsLimit = milliseconds(700); // from time stamp to time stamp (2.5)
+inline constexpr Ticks catLimit = seconds(2); // scrambled packets without a CAT (2.6, which names no time)
+inline constexpr Ticks watchPeriod = milliseconds(100); // between looks at what is absent
+inline constexpr Ticks watchLeap = milliseconds(250);   // between two looks: the stream's clock has leapt
+
+// How the accuracy of PCRs is measured, in the PCRs' own time.
+inline constexpr Ticks accuracyWindow = seconds(1);  // that a line is laid through
+inline constexpr std::size_t fewestAccuracyPcrs = 8; // in a window
+inline constexpr std::size_t mostAccuracyPcrs = 256; // in a window, which then ends early
+inline constexpr double steadyRate = 1e-3;           // by which windows of a constant bit rate differ at most
+inline constexpr Ticks steadyDeviation = milliseconds(1); // of most of its PCRs from the line, at most
+inline constexpr std::size_t steadyWindows =
+    3; // that agree in a row, before their bit rate is called constant
 
 // Reading.
 inline constexpr std::size_t readSize = 64 * 1024;      // bytes a read

@@ -17,8 +17,8 @@ constexpr std::size_t pidValues = 8192;
 } // namespace
 
 Analyser::Analyser(Ticks ratePeriod, SourceKind source)
-    : ratePeriod_(ratePeriod), clock_(source, ratePeriod), rates_(ratePeriod), scramblingPeriod_(ratePeriod),
-      slots_(pidValues) {
+    : ratePeriod_(ratePeriod), clock_(source, ratePeriod), rates_(ratePeriod),
+      watch_(source == SourceKind::stored), scramblingPeriod_(ratePeriod), slots_(pidValues) {
     assignSections();
 }
 
@@ -26,7 +26,7 @@ bool Analyser::packet(const std::uint8_t* bytes) {
     const std::uint64_t number = packets_++;
     patience_.packet();
     if (ts_get_transporterror(bytes)) {
-        return unreadablePacket(number);
+        return unreadablePacket(bytes, number);
     }
     const std::uint16_t pid = ts_get_pid(bytes);
     PidSlot& slot = slots_[pid];
@@ -35,20 +35,32 @@ bool Analyser::packet(const std::uint8_t* bytes) {
     const bool unitStart = ts_get_unitstart(bytes);
     const bool hidden = ts_get_scrambling(bytes) != 0;
 
-    const bool needsStamp = unitStart && !hidden;
-    const bool reading = clock_.packet(pid, pcrOf(bytes), needsStamp ? timeStampOf(content) : std::nullopt);
+    const auto pcr = pcrOf(bytes);
+    const auto timeStamp = unitStart && !hidden ? timeStampOf(content) : std::nullopt;
+    const bool reading = clock_.packet(pid, pcr, timeStamp);
     if (reading) {
         readClock(number);
     }
+    if (pcr) {
+        watch_.pcr(pid, *pcr, tsaf_has_discontinuity(bytes), number, clock_.now());
+    }
+    if (timeStamp) {
+        watch_.timeStamp(pid, clock_.now());
+    }
     rates_.count(static_cast<std::size_t>(slot.position));
     ++state.packets;
+    const bool isNew = follows(pid, slot, bytes);
     if (!content.empty()) {
         if (unitStart) {
             slot.inScrambledPes = !hidden && startsScrambledPes(content);
         }
         const bool scrambled = hidden || slot.inScrambledPes;
         slot.votes.count(scrambled);
-        if (follows(pid, slot, bytes) && !scrambled) {
+        ++state.payloads;
+        if (scrambled) {
+            ++state.scrambledPayloads;
+            watch_.scrambled(pid);
+        } else if (isNew) {
             payload(pid, slot, content, unitStart);
         }
     }
@@ -56,8 +68,9 @@ bool Analyser::packet(const std::uint8_t* bytes) {
 }
 
 // The PID itself may be wrong: the packet only takes its time.
-bool Analyser::unreadablePacket(std::uint64_t number) {
-    ++errors_.transportErrors;
+bool Analyser::unreadablePacket(const std::uint8_t* bytes, std::uint64_t number) {
+    const std::uint16_t pid = ts_get_pid(bytes);
+    watch_.transportError(pid, slots_[pid].position >= 0);
     const bool reading = clock_.packet(wire::nullPid, std::nullopt, std::nullopt);
     if (reading) {
         readClock(number);
@@ -71,6 +84,10 @@ void Analyser::readClock(std::uint64_t packetNumber) {
     if (scramblingPeriod_.over(clock_.now(), rates_.measured())) {
         judgeScrambling();
     }
+    watch_.look(clock_.now(), [this](std::uint16_t pid) {
+        const std::int32_t position = slots_[pid].position;
+        return position < 0 ? 0 : model_.pids[static_cast<std::size_t>(position)].packets;
+    });
 }
 
 // The state of a PID; a PID that is seen for the first time joins the list.
@@ -84,18 +101,21 @@ PidState& Analyser::stateOf(std::uint16_t pid, PidSlot& slot) {
     return model_.pids[static_cast<std::size_t>(slot.position)];
 }
 
-// Whether a packet with a payload brings one that has not been there before. After a gap what was collected
-// of the PID is dropped.
+// Whether a packet, if it has a payload, brings one that has not been there before. After a gap what was
+// collected of the PID is dropped.
 bool Analyser::follows(std::uint16_t pid, PidSlot& slot, const std::uint8_t* bytes) {
     if (pid == wire::nullPid) {
         return false;
     }
-    const Continuity::Step step = slot.continuity.packet(bytes);
-    if (step == Continuity::Step::afterGap) {
-        ++errors_.discontinuities;
+    using Step = Continuity::Step;
+    const Step step = slot.continuity.packet(bytes);
+    if (step == Step::afterGap || step == Step::repeatedAgain) {
+        watch_.continuityError(pid);
+    }
+    if (step == Step::afterGap) {
         lose(slot);
     }
-    return step != Continuity::Step::repeated;
+    return step == Step::next || step == Step::afterGap;
 }
 
 // Drops what has been collected of a PID and cannot be continued.
@@ -119,21 +139,24 @@ void Analyser::payload(std::uint16_t pid, PidSlot& slot, std::span<const std::ui
 }
 
 void Analyser::section(std::uint16_t pid, SectionBytes bytes) {
+    if (!watch_.section(pid, bytes, clock_.now())) {
+        return;
+    }
     switch (tables_.section(pid, bytes, model_)) {
     case StreamTables::Effect::none:
-        break;
     case StreamTables::Effect::bad:
-        ++errors_.badSections;
         break;
     case StreamTables::Effect::pids:
         assignSections();
         break;
     case StreamTables::Effect::maps:
         assignProbes();
+        watch_.follow(model_, clock_.now());
         break;
     case StreamTables::Effect::programs:
         assignSections();
         assignProbes();
+        watch_.follow(model_, clock_.now());
         break;
     case StreamTables::Effect::newStream:
         beginStream();
@@ -208,6 +231,7 @@ void Analyser::seam() {
         slot.continuity.forget();
         lose(slot);
     }
+    watch_.seam(clock_.now());
 }
 
 bool Analyser::realTime(Ticks elapsed) {
@@ -241,6 +265,8 @@ void Analyser::beginStream() {
     clock_.startOver();
     assignSections();
     assignProbes();
+    watch_.begin(clock_.now());
+    watch_.follow(model_, clock_.now());
 }
 
 void Analyser::finish() {

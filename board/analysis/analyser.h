@@ -3,6 +3,7 @@
 #pragma once
 
 #include "analysis/continuity.h"
+#include "analysis/errorWatch.h"
 #include "analysis/scrambling.h"
 #include "analysis/settling.h"
 #include "codecs/headerProbe.h"
@@ -19,13 +20,6 @@
 
 namespace board {
 
-// What went wrong in the stream since it began.
-struct StreamErrors {
-    std::uint64_t transportErrors = 0; // packets with transport_error_indicator; nothing in them is used
-    std::uint64_t discontinuities = 0; // gaps of a continuity_counter
-    std::uint64_t badSections = 0;     // of tables that are read, with a wrong CRC or impossible lengths
-};
-
 class Analyser {
   public:
     // ratePeriod in stream time; 0 measures the whole stream as one period.
@@ -33,6 +27,11 @@ class Analyser {
 
     // Takes the next packet, 188 bytes. Returns whether the stream clock has moved on to a new reading.
     bool packet(const std::uint8_t* bytes);
+
+    // What the search for packets has met so far, before the next packet.
+    void sync(const SyncErrors& errors) {
+        watch_.sync(errors);
+    }
 
     // The file starts over: what spans the seam is dropped, the clock goes on.
     void seam();
@@ -65,8 +64,9 @@ class Analyser {
     const StreamClock& clock() const {
         return clock_;
     }
+    // What is wrong with the stream, in sum since the first packet.
     const StreamErrors& errors() const {
-        return errors_;
+        return watch_.errors();
     }
     std::uint64_t packets() const {
         return packets_;
@@ -83,7 +83,7 @@ class Analyser {
         std::unique_ptr<HeaderProbe> probe;
     };
 
-    bool unreadablePacket(std::uint64_t number);
+    bool unreadablePacket(const std::uint8_t* bytes, std::uint64_t number);
     PidState& stateOf(std::uint16_t pid, PidSlot& slot);
     bool follows(std::uint16_t pid, PidSlot& slot, const std::uint8_t* bytes);
     static void lose(PidSlot& slot);
@@ -102,7 +102,7 @@ class Analyser {
     StreamTables tables_;
     StreamClock clock_;
     RateMeter rates_;
-    StreamErrors errors_;
+    ErrorWatch watch_;
     std::uint64_t packets_ = 0;
     SettlingPatience patience_;
     ScramblingPeriod scramblingPeriod_;

@@ -9,12 +9,14 @@ namespace board {
 class Continuity {
   public:
     enum class Step {
-        next,     // the packet brings what follows, or is the first
-        repeated, // it has been there before
-        afterGap  // it brings something, but packets before it are missing
+        next,          // the packet brings what follows, or is the first
+        repeated,      // it has been there before
+        repeatedAgain, // and before that, which is once too often
+        afterGap       // it brings something, but packets before it are missing
     };
 
-    // Takes a packet of 188 bytes that has a payload.
+    // Takes a packet of 188 bytes. One without a payload does not move the counter. A repetition has the same
+    // counter and the same end; with another end it is a packet behind sixteen that are missing.
     Step packet(const std::uint8_t* bytes);
 
     // Any packet may be next: the seam of a looped file.
@@ -24,6 +26,8 @@ class Continuity {
 
   private:
     std::optional<std::uint8_t> last_;
+    bool repeated_ = false;  // the last packet with a payload
+    std::uint64_t mark_ = 0; // of its end
 };
 
 } // namespace board

@@ -114,6 +114,15 @@ bool PacketSync::lockOnePacket(std::size_t& at) {
     return true;
 }
 
+void PacketSync::countMissing(std::size_t at) {
+    for (std::uint32_t k = 0; k < tunables::lostSyncBytes; ++k, at += stride_) {
+        if (at >= pending_.size() || pending_[at] == tsSyncByte) {
+            return;
+        }
+        errors_.missing();
+    }
+}
+
 std::size_t PacketSync::cutShortBy(std::size_t at) const {
     const std::size_t next = at + stride_;
     if (next >= pending_.size() || pending_[next] == tsSyncByte) {

@@ -2,6 +2,7 @@
 // (Reed-Solomon) ones, with garbage between them and packets cut short.
 #pragma once
 
+#include "packets/syncErrors.h"
 #include "tunables.h"
 
 #include <cstddef>
@@ -45,6 +46,9 @@ class PacketSync {
     std::uint64_t losses() const {
         return losses_;
     }
+    const SyncErrors& errors() const {
+        return errors_;
+    }
     std::uint64_t skippedBytes() const {
         return skippedBytes_;
     }
@@ -66,14 +70,17 @@ class PacketSync {
             if (pending_[at] != tsSyncByte) {
                 locked_ = false;
                 ++losses_;
+                countMissing(at);
                 continue;
             }
             if (const std::size_t restart = cutShortBy(at); restart != 0) {
                 ++losses_;
+                countMissing(at + stride_);
                 skippedBytes_ += restart - at;
                 at = restart;
                 continue;
             }
+            errors_.present();
             onPacket(static_cast<const std::uint8_t*>(pending_.data() + at));
             at += left < stride_ ? left : stride_;
         }
@@ -115,10 +122,14 @@ class PacketSync {
     // Where the packets go on inside this one, when it was cut short; 0 when it is whole.
     std::size_t cutShortBy(std::size_t at) const;
 
+    // Counts the sync bytes that are missing from here on, as many as it takes to call sync lost.
+    void countMissing(std::size_t at);
+
     std::vector<std::uint8_t> pending_;
     std::size_t stride_ = 0;
     bool locked_ = false;
     std::uint64_t losses_ = 0;
+    SyncErrors errors_;
     std::uint64_t skippedBytes_ = 0;
 };
 

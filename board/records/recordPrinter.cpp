@@ -1,5 +1,7 @@
 #include "records/recordPrinter.h"
 
+#include "records/errorPrinter.h"
+
 #include "companions/json.h"
 
 #include <algorithm>
@@ -132,16 +134,18 @@ json_t* windowOf(const RateWindow& window) {
 
 } // namespace
 
-std::string recordsAsJson(const wire::RecordSet& records, const RateWindow& window) {
+std::string recordsAsJson(const wire::RecordSet& records, const RateWindow& window,
+                          const std::vector<PidState>& pids, const StreamErrors& errors) {
     const auto programs = static_cast<std::size_t>(records.pat.programCount);
     const std::size_t rates = std::min<std::size_t>(records.pat.pidListCount, wire::maxPidStats);
     const companions::Json root(json_pack(
-        "{s:o, s:o, s:o, s:o, s:o, s:o, s:o, s:o, s:o, s:o}", "window", windowOf(window), "pat",
+        "{s:o, s:o, s:o, s:o, s:o, s:o, s:o, s:o, s:o, s:o, s:o, s:o}", "window", windowOf(window), "pat",
         patOf(records.pat), "pmt", arrayOf(records.pmt.slots, programs, pmtOf), "tsStatus",
         arrayOf(records.tsStatus.pidStats, rates,
                 [](const wire::PidStatEntry& entry) { return json_real(static_cast<double>(entry.rate)); }),
         "avPgm", arrayOf(records.avPgm.slots, programs, avPgmOf), "sdt", sdtOf(records.sdt), "cat",
-        catOf(records.cat), "nit", nitOf(records.nit), "eit", eitOf(records.eit), "tdt", tdtOf(records.tdt)));
+        catOf(records.cat), "nit", nitOf(records.nit), "eit", eitOf(records.eit), "tdt", tdtOf(records.tdt),
+        "indicators", indicatorsAsJson(errors), "errors", pidErrorsAsJson(errors, pids)));
     const std::string text = companions::dump(root, JSON_INDENT(1));
     return text.empty() ? text : text + "\n";
 }

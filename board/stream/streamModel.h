@@ -14,7 +14,9 @@ namespace board {
 struct PidState {
     std::uint16_t pid = 0;
     std::uint64_t packets = 0;
-    bool scrambled = false; // transport_scrambling_control of most of its recent packets
+    bool scrambled = false;              // transport_scrambling_control of most of its recent packets
+    std::uint64_t payloads = 0;          // packets with a payload
+    std::uint64_t scrambledPayloads = 0; // those of them that are scrambled
 };
 
 enum class StreamKind { video, audio, data };
@@ -26,6 +28,7 @@ struct ElementaryStream {
     StreamKind kind = StreamKind::data;
     std::uint16_t audioCoding = 0; // as in the PMT record: 0 unknown to 5 HE-AAC
     std::string language;          // ISO 639-2, empty where none is given
+    std::uint8_t audioType = 0;    // of the ISO 639 language descriptor; 0 where none is given
 };
 
 struct ProgramMap {

@@ -39,7 +39,8 @@ void collectEcmPids(SectionBytes descriptors, std::vector<std::uint16_t>& pids) 
 
 // What the descriptors of a stream say of it: its language and what classifyStream needs to know.
 struct StreamDescription {
-    std::string language; // the first of an ISO 639 language descriptor; empty where there is none
+    std::string language;       // the first of an ISO 639 language descriptor; empty where there is none
+    std::uint8_t audioType = 0; // that stands beside it
     StreamHints hints;
 };
 
@@ -57,6 +58,7 @@ void describe(const std::uint8_t* descriptor, StreamDescription& stream) {
     if (tag == languageTag && stream.language.empty() &&
         desc_get_length(descriptor) >= DESC0A_LANGUAGE_SIZE) {
         stream.language.assign(content, content + languageSize);
+        stream.audioType = content[languageSize];
     }
     if (tag == dvbExtensionTag && desc_get_length(descriptor) > 0) {
         stream.hints.extensionTags.push_back(content[0]);
@@ -80,7 +82,8 @@ ElementaryStream streamOf(const std::uint8_t* entry, SectionBytes descriptors,
     description.hints.programRegistration = programRegistration;
     const std::uint8_t type = pmtn_get_streamtype(entry);
     const StreamClass kind = classifyStream(type, description.hints);
-    return {pmtn_get_pid(entry), type, kind.kind, kind.audioCoding, std::move(description.language)};
+    return {pmtn_get_pid(entry),  type, kind.kind, kind.audioCoding, std::move(description.language),
+            description.audioType};
 }
 
 // biTStream's own check refuses a CAT of several sections, which ISO/IEC 13818-1, 2.4.4.6 allows.

@@ -1,16 +1,48 @@
 #include "tables/section.h"
 
+#include "tables/sectionCrc.h"
+
 #include <bitstream/mpeg/psi.h>
+
+#include <algorithm>
+#include <array>
+#include <utility>
 
 namespace board {
 
-bool sectionIsSound(SectionBytes section) {
-    if (section.size() < PSI_HEADER_SIZE ||
-        section.size() != psi_get_length(section.data()) + std::size_t{PSI_HEADER_SIZE} ||
-        !psi_validate(section.data())) {
-        return false;
+namespace {
+
+// First and last table_id.
+constexpr std::array<std::pair<std::uint8_t, std::uint8_t>, 6> crcTables{{
+    {0x00, 0x02}, // PAT, CAT, PMT
+    {0x40, 0x42}, // NIT of this and of other networks, SDT
+    {0x46, 0x46}, // SDT of other streams
+    {0x4A, 0x4A}, // BAT
+    {0x4E, 0x6F}, // EIT
+    {0x73, 0x73}, // TOT
+}};
+
+constexpr std::uint8_t stuffingTable = 0x72; // may hold anything
+
+} // namespace
+
+bool isCrcTable(std::uint8_t tableId) {
+    return std::ranges::any_of(
+        crcTables, [&](const auto& range) { return tableId >= range.first && tableId <= range.second; });
+}
+
+bool sectionLengthsFit(SectionBytes section) {
+    return section.size() >= PSI_HEADER_SIZE &&
+           section.size() == psi_get_length(section.data()) + std::size_t{PSI_HEADER_SIZE} &&
+           (psi_get_tableid(section.data()) == stuffingTable || psi_validate(section.data()));
+}
+
+bool sectionCrcFits(SectionBytes section) {
+    const std::uint8_t table = psi_get_tableid(section.data());
+    if (table == stuffingTable || !(psi_get_syntax(section.data()) || isCrcTable(table))) {
+        return true;
     }
-    return !psi_get_syntax(section.data()) || psi_check_crc(section.data());
+    return section.size() >= PSI_HEADER_SIZE + PSI_CRC_SIZE && sectionCrc(section) == 0;
 }
 
 std::optional<SectionHeader> sectionHeader(SectionBytes section) {

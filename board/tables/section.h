@@ -10,9 +10,20 @@ namespace board {
 // A whole section, from table_id to its end; or part of one.
 using SectionBytes = std::span<const std::uint8_t>;
 
-// Whether the section's lengths make sense and, where it has one, its CRC is right. Nothing else reads a
-// section that fails here.
-bool sectionIsSound(SectionBytes section);
+// Whether the section's lengths make sense.
+bool sectionLengthsFit(SectionBytes section);
+
+// Whether a section whose lengths fit has the CRC that belongs to it, or is of a table without any.
+bool sectionCrcFits(SectionBytes section);
+
+// Both. Nothing else reads a section that fails here.
+inline bool sectionIsSound(SectionBytes section) {
+    return sectionLengthsFit(section) && sectionCrcFits(section);
+}
+
+// Whether sections of this table are among those whose CRC errors ETSI TR 101 290 (5.2.2, 2.2) counts: PAT,
+// CAT, PMT, NIT, SDT, BAT, EIT and TOT. Each has a CRC, whatever its section_syntax_indicator says.
+bool isCrcTable(std::uint8_t tableId);
 
 // The fields that every section with syntax indicator 1 has.
 struct SectionHeader {

@@ -150,7 +150,7 @@ TEST_F(Analyser, DoesNotBelieveAPacketWithATransportError) {
     damaged[1] |= 0x80;
     analyser.packet(damaged.data());
     EXPECT_EQ(pids(), std::vector<std::uint16_t>{});
-    EXPECT_EQ(analyser.errors().transportErrors, 1U);
+    EXPECT_EQ(analyser.errors().indicators[board::Indicator::transport], 1U);
 }
 
 TEST_F(Analyser, DoesNotBelieveASectionWithAWrongCrc) {
@@ -176,7 +176,7 @@ TEST_F(Analyser, CountsGapsOfContinuityAndGoesOn) {
     later.filler(videoPid);
     later.filler(videoPid);
     play(later);
-    EXPECT_EQ(analyser.errors().discontinuities, 1U);
+    EXPECT_EQ(analyser.errors().indicators[board::Indicator::continuity], 1U);
 }
 
 TEST_F(Analyser, TakesANewVersionOfAMap) {

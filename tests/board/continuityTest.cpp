@@ -42,6 +42,58 @@ TEST_F(Continuity, KnowsARepeatedPacket) {
     EXPECT_EQ(after(4), Step::next);
 }
 
+TEST_F(Continuity, AllowsOneRepetitionAndNoOther) {
+    after(3);
+    EXPECT_EQ(after(3), Step::repeated);
+    EXPECT_EQ(after(3), Step::repeatedAgain);
+    EXPECT_EQ(after(3), Step::repeatedAgain);
+    EXPECT_EQ(after(4), Step::next);
+    EXPECT_EQ(after(4), Step::repeated);
+}
+
+TEST_F(Continuity, TakesTheSameCounterWithOtherContentForAGapOfSixteen) {
+    after(3);
+    auto other = packet(3);
+    other[187] = 1;
+    EXPECT_EQ(continuity.packet(other.data()), Step::afterGap);
+    EXPECT_EQ(continuity.packet(other.data()), Step::repeated);
+}
+
+TEST_F(Continuity, KnowsARepetitionWithAnotherPcr) {
+    auto first = packet(3);
+    first[3] |= 0x20;
+    first[4] = 7;
+    first[5] = 0x10;
+    continuity.packet(first.data());
+    first[9] = 1;
+    EXPECT_EQ(continuity.packet(first.data()), Step::repeated);
+}
+
+// A packet without a payload: adaptation field alone.
+std::array<std::uint8_t, 188> empty(std::uint8_t counter) {
+    auto bytes = packet(counter);
+    bytes[3] = static_cast<std::uint8_t>(0x20 | counter);
+    bytes[4] = 183;
+    return bytes;
+}
+
+TEST_F(Continuity, ExpectsNoStepWithoutAPayload) {
+    after(3);
+    EXPECT_EQ(continuity.packet(empty(3).data()), Step::next);
+    EXPECT_EQ(continuity.packet(empty(3).data()), Step::next) << "as often as it likes";
+    EXPECT_EQ(after(4), Step::next);
+    EXPECT_EQ(continuity.packet(empty(5).data()), Step::afterGap);
+    EXPECT_EQ(after(6), Step::next) << "one gap is told once";
+}
+
+TEST_F(Continuity, IgnoresPacketsOfTheReservedKind) {
+    after(3);
+    auto reserved = packet(9);
+    reserved[3] = 9;
+    EXPECT_EQ(continuity.packet(reserved.data()), Step::next);
+    EXPECT_EQ(after(4), Step::next);
+}
+
 TEST_F(Continuity, NoticesAGapAndGoesOnBehindIt) {
     after(3);
     EXPECT_EQ(after(5), Step::afterGap);

@@ -76,6 +76,41 @@ TEST(PacketSync, FindsPacketsAgainBehindGarbageBetweenThem) {
     EXPECT_EQ(sync.skippedBytes(), 123U);
 }
 
+// Packets whose sync bytes at these places are wrong: how many are missing and how often sync is lost.
+std::string syncErrorsOf(const std::vector<std::size_t>& wrong, const Bytes& between = {}) {
+    Bytes bytes;
+    for (std::size_t k = 0; k < 40; ++k) {
+        bytes = joined({bytes, packet(1), k == 20 ? between : Bytes{}});
+    }
+    for (const std::size_t place : wrong) {
+        bytes[place * board::tsPacketSize] = 0x48;
+    }
+    PacketSync sync;
+    marksOf(sync, bytes, 1000);
+    return std::to_string(sync.errors().bytes()) + " missing, " + std::to_string(sync.errors().losses()) +
+           " losses";
+}
+
+TEST(PacketSync, CountsSyncBytesThatAreMissing) {
+    EXPECT_EQ(syncErrorsOf({}), "0 missing, 0 losses");
+    EXPECT_EQ(syncErrorsOf({10}), "1 missing, 0 losses");
+    EXPECT_EQ(syncErrorsOf({10, 20, 30}), "3 missing, 0 losses");
+}
+
+TEST(PacketSync, LosesSyncWithTwoInARowAndFindsItWithFive) {
+    EXPECT_EQ(syncErrorsOf({10, 11}), "2 missing, 1 losses");
+    EXPECT_EQ(syncErrorsOf({10, 11, 12, 13}), "2 missing, 1 losses") << "none is expected any more";
+    EXPECT_EQ(syncErrorsOf({10, 11, 16, 17}), "4 missing, 1 losses") << "four in a row do not find it";
+    EXPECT_EQ(syncErrorsOf({10, 11, 17, 18}), "4 missing, 2 losses");
+}
+
+TEST(PacketSync, LosesSyncWhereBytesAreTooManyOrTooFew) {
+    EXPECT_EQ(syncErrorsOf({}, Bytes(100, 0xAA)), "2 missing, 1 losses");
+    Bytes cut = packet(1);
+    cut.resize(90);
+    EXPECT_EQ(syncErrorsOf({}, cut), "2 missing, 1 losses");
+}
+
 TEST(PacketSync, DropsAPacketThatIsCutShort) {
     Bytes shortened = packet(0x55);
     shortened.resize(90);

@@ -269,11 +269,14 @@ void Packets::payload(std::uint16_t pid, const Bytes& data, bool scrambled) {
     }
 }
 
-void Packets::pcr(std::uint16_t pid, std::uint64_t ticks) {
+void Packets::pcr(std::uint16_t pid, std::uint64_t ticks, bool discontinuity) {
     std::uint8_t* packet = append(pid, false);
     ts_set_adaptation(packet, TS_SIZE - TS_HEADER_SIZE - 1);
     tsaf_set_pcr(packet, ticks / 300);
     tsaf_set_pcrext(packet, static_cast<std::uint16_t>(ticks % 300));
+    if (discontinuity) {
+        tsaf_set_discontinuity(packet);
+    }
 }
 
 void Packets::filler(std::uint16_t pid, std::size_t count, bool scrambled) {

@@ -117,8 +117,8 @@ class Packets {
     // A PES packet with a time stamp of 90 kHz, in as many packets as it needs.
     void pes(std::uint16_t pid, std::uint8_t streamId, std::uint64_t stamp, const Bytes& data,
              bool scrambled = false);
-    // A packet of adaptation field alone with a PCR in 27 MHz ticks.
-    void pcr(std::uint16_t pid, std::uint64_t ticks);
+    // A packet of adaptation field alone with a PCR in 27 MHz ticks, and perhaps discontinuity_indicator.
+    void pcr(std::uint16_t pid, std::uint64_t ticks, bool discontinuity = false);
     // Packets whose payload is 0xFF.
     void filler(std::uint16_t pid, std::size_t count = 1, bool scrambled = false);
 

@@ -141,6 +141,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     board::LimitReport limits([](const std::string&) {});
     board::writeRecords(analyser.model(), analyser.rates(), std::nullopt, *records, limits);
     checkRecords(*records);
-    check(!board::recordsAsJson(*records, analyser.rates().window()).empty(), "every record prints");
+    check(!board::recordsAsJson(*records, analyser.rates().window(), analyser.model().pids, analyser.errors())
+               .empty(),
+          "every record prints");
     return 0;
 }

@@ -1,0 +1,309 @@
+#include "analysis/errorWatch.h"
+
+#include "wire/records.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace board {
+
+namespace {
+
+constexpr std::size_t pidValues = 8192;
+constexpr Ticks clockRange{(std::int64_t{1} << 33) * 300}; // after which PCRs begin again
+constexpr std::uint8_t patTable = 0x00;
+constexpr std::uint8_t catTable = 0x01;
+constexpr std::uint8_t pmtTable = 0x02;
+
+// Whether a stream has to be there all the time. Audio for some listeners, by its audio_type, and data may
+// fall silent.
+bool hasToFlow(const ElementaryStream& stream) {
+    return stream.kind == StreamKind::video || (stream.kind == StreamKind::audio && stream.audioType == 0);
+}
+
+} // namespace
+
+struct ErrorWatch::Roles {
+    bool map = false;
+    bool present = false;
+    bool timed = false;
+    bool clock = false;
+
+    bool any() const {
+        return map || present || timed || clock;
+    }
+};
+
+ErrorWatch::ErrorWatch(bool measuresAccuracy)
+    : measuresAccuracy_(measuresAccuracy), pat_(tunables::patLimit, Ticks::zero()),
+      cat_(tunables::catLimit, Ticks::zero()), watches_(pidValues) {}
+
+void ErrorWatch::begin(Ticks now) {
+    errors_.pids.clear();
+    errors_.accuracyMeasured = false;
+    watched_.clear();
+    watches_.clear();
+    watches_.resize(pidValues);
+    scrambledSince_ = false;
+    pat_.begin(now);
+    cat_.begin(now);
+}
+
+void ErrorWatch::follow(const StreamModel& model, Ticks now) {
+    const std::vector<Roles> roles = rolesIn(model);
+    watched_.clear();
+    for (std::uint16_t pid = 0; pid < pidValues; ++pid) {
+        auto& watch = watches_[pid];
+        if (!roles[pid].any()) {
+            watch.reset();
+            continue;
+        }
+        if (!watch) {
+            watch = std::make_unique<PidWatch>();
+            watch->pid = pid;
+        }
+        setRoles(*watch, roles[pid], now);
+        watched_.push_back(watch.get());
+    }
+}
+
+std::vector<ErrorWatch::Roles> ErrorWatch::rolesIn(const StreamModel& model) {
+    std::vector<Roles> roles(pidValues);
+    for (const Program& program : model.programs) {
+        roles[program.pmtPid].map |= program.number != 0;
+        if (!program.map) {
+            continue;
+        }
+        roles[program.map->pcrPid].clock = roles[program.map->pcrPid].present = true;
+        for (const ElementaryStream& stream : program.map->streams) {
+            roles[stream.pid].present |= hasToFlow(stream);
+            roles[stream.pid].timed |= stream.kind != StreamKind::data;
+        }
+    }
+    roles[wire::nullPid] = {}; // it stands for none
+    return roles;
+}
+
+// What a PID has had to bring before is waited for as it was.
+void ErrorWatch::setRoles(PidWatch& watch, const Roles& roles, Ticks now) {
+    const auto set = [](auto& part, bool wanted, const auto& make) {
+        if (!wanted) {
+            part.reset();
+        } else if (!part) {
+            part.emplace(make());
+        }
+    };
+    watch.timed = roles.timed;
+    set(watch.map, roles.map, [&] { return Absence(tunables::pmtLimit, now); });
+    set(watch.presence, roles.present, [&] { return PresenceWatch{Absence(tunables::pidLimit, now), 0}; });
+    set(watch.clock, roles.clock, [&] {
+        return ClockWatch{Absence(tunables::pcrRepetitionLimit, now), std::nullopt, {}};
+    });
+    set(watch.stamps, roles.timed && watch.stamps, [&] { return Absence(tunables::ptsLimit, now); });
+}
+
+void ErrorWatch::seam(Ticks now) {
+    pat_.begin(now);
+    cat_.begin(now);
+    for (PidWatch* watch : watched_) {
+        watch->stamps.reset();
+        if (watch->map) {
+            watch->map->begin(now);
+        }
+        if (watch->presence) {
+            watch->presence->absence.begin(now);
+        }
+        if (watch->clock) {
+            watch->clock->absence.begin(now);
+            watch->clock->value.reset();
+        }
+    }
+    packetsMissing();
+}
+
+void ErrorWatch::takeSync(const SyncErrors& sync) {
+    errors_.indicators[Indicator::syncByte] = sync.bytes();
+    errors_.indicators[Indicator::syncLoss] = sync.losses();
+    packetsMissing();
+}
+
+// The packets that there are stand closer together than they were.
+void ErrorWatch::packetsMissing() {
+    for (PidWatch* watch : watched_) {
+        if (watch->clock) {
+            watch->clock->accuracy.restart();
+        }
+    }
+}
+
+void ErrorWatch::transportError(std::uint16_t pid, bool known) {
+    if (known) {
+        errors_.count(Indicator::transport, pid);
+    } else {
+        ++errors_.indicators[Indicator::transport];
+    }
+}
+
+void ErrorWatch::continuityError(std::uint16_t pid) {
+    errors_.count(Indicator::continuity, pid);
+    packetsMissing();
+}
+
+void ErrorWatch::scrambled(std::uint16_t pid) {
+    scrambledSince_ = scrambledSince_ || pid != wire::nullPid;
+    if (pid == wire::patPid) {
+        errors_.count(Indicator::pat, pid);
+    }
+    if (PidWatch* watch = watches_[pid].get()) {
+        if (watch->map) {
+            errors_.count(Indicator::pmt, pid);
+        }
+        watch->stamps.reset(); // those to come cannot be read
+    }
+}
+
+bool ErrorWatch::section(std::uint16_t pid, SectionBytes bytes, Ticks now) {
+    if (!sectionIsSound(bytes)) {
+        badSection(pid, bytes);
+        return false;
+    }
+    const std::uint8_t table = bytes[0];
+    if (pid == wire::patPid) {
+        errors_.count(Indicator::pat, pid, table == patTable ? pat_.ended(now) : 1);
+    }
+    if (pid == wire::catPid) {
+        if (table == catTable) {
+            cat_.begin(now);
+            scrambledSince_ = false;
+        } else {
+            errors_.count(Indicator::cat, pid);
+        }
+    }
+    if (PidWatch* watch = watches_[pid].get(); watch != nullptr && watch->map && table == pmtTable) {
+        errors_.count(Indicator::pmt, pid, watch->map->ended(now));
+    }
+    return true;
+}
+
+void ErrorWatch::badSection(std::uint16_t pid, SectionBytes bytes) {
+    ++errors_.badSections;
+    ++errors_.pids[pid].badSections;
+    if (sectionLengthsFit(bytes) && isCrcTable(bytes[0])) {
+        errors_.count(Indicator::crc, pid);
+    }
+}
+
+void ErrorWatch::pcr(std::uint16_t pid, Ticks value, bool announced, std::uint64_t packet, Ticks now) {
+    PidWatch* const watch = watches_[pid].get();
+    if (watch == nullptr || !watch->clock) {
+        return;
+    }
+    ClockWatch& clock = *watch->clock;
+    const auto before = std::exchange(clock.value, value);
+    if (!before || announced) {
+        errors_.count(Indicator::pcrRepetition, pid, clock.absence.ended(now));
+        clock.accuracy.restart();
+        measure(*watch, Ticks::zero(), packet);
+        return;
+    }
+    const Ticks step = ((value - *before) % clockRange + clockRange) % clockRange;
+    const bool leaps = step > tunables::pcrStepLimit;
+    // Where the stream's clock is another PID's, this one's own values tell better how long it was.
+    errors_.count(Indicator::pcrRepetition, pid,
+                  leaps ? clock.absence.ended(now) : clock.absence.ended(now, step));
+    if (leaps) {
+        errors_.count(Indicator::pcrDiscontinuity, pid);
+        clock.accuracy.restart();
+    }
+    measure(*watch, step, packet);
+}
+
+void ErrorWatch::measure(PidWatch& watch, Ticks step, std::uint64_t packet) {
+    if (!measuresAccuracy_) {
+        return;
+    }
+    const auto finding = watch.clock->accuracy.pcr(step, packet);
+    if (!finding) {
+        return;
+    }
+    if (finding->varies) {
+        withdrawAccuracy(watch.pid);
+    }
+    errors_.accuracyMeasured = (errors_.accuracyMeasured || finding->measured) && !finding->varies;
+    errors_.count(Indicator::pcrAccuracy, watch.pid, finding->inaccurate);
+}
+
+// Figures of a stream whose bit rate turns out to vary would mislead.
+void ErrorWatch::withdrawAccuracy(std::uint16_t pid) {
+    const auto found = errors_.pids.find(pid);
+    if (found != errors_.pids.end()) {
+        errors_.indicators[Indicator::pcrAccuracy] -=
+            std::exchange(found->second.indicators[Indicator::pcrAccuracy], 0);
+    }
+}
+
+void ErrorWatch::timeStamp(std::uint16_t pid, Ticks now) {
+    PidWatch* const watch = watches_[pid].get();
+    if (watch == nullptr || !watch->timed) {
+        return;
+    }
+    if (watch->stamps) {
+        errors_.count(Indicator::pts, pid, watch->stamps->ended(now));
+    } else {
+        watch->stamps.emplace(tunables::ptsLimit, now);
+    }
+}
+
+void ErrorWatch::look(Ticks now, const std::function<std::uint64_t(std::uint16_t)>& packetsOf) {
+    if (now - lastLook_ < tunables::watchPeriod) {
+        return;
+    }
+    if (now - lastLook_ > tunables::watchLeap) {
+        leap(lastLook_, now);
+    }
+    lastLook_ = now;
+    errors_.count(Indicator::pat, wire::patPid, pat_.told(now));
+    if (const std::uint64_t passed = cat_.told(now); passed > 0 && std::exchange(scrambledSince_, false)) {
+        errors_.count(Indicator::cat, wire::catPid);
+    }
+    for (PidWatch* watch : watched_) {
+        lookAt(*watch, now, packetsOf(watch->pid));
+    }
+}
+
+// Where a stream has shown no time for a while, it is not known when a thing has come.
+void ErrorWatch::leap(Ticks from, Ticks to) {
+    pat_.leap(from, to);
+    cat_.leap(from, to);
+    for (PidWatch* watch : watched_) {
+        for (auto* absence : {&watch->map, &watch->stamps}) {
+            if (*absence) {
+                (*absence)->leap(from, to);
+            }
+        }
+        if (watch->clock) {
+            watch->clock->absence.leap(from, to);
+        }
+    }
+}
+
+void ErrorWatch::lookAt(PidWatch& watch, Ticks now, std::uint64_t packets) {
+    if (watch.map) {
+        errors_.count(Indicator::pmt, watch.pid, watch.map->told(now));
+    }
+    if (watch.presence && std::exchange(watch.presence->packets, packets) != packets) {
+        watch.presence->absence.begin(now);
+    }
+    if (watch.presence) {
+        errors_.count(Indicator::pid, watch.pid, watch.presence->absence.told(now));
+    }
+    if (watch.stamps) {
+        errors_.count(Indicator::pts, watch.pid, watch.stamps->told(now));
+    }
+    if (watch.clock) { // a little later: its next PCR tells better
+        errors_.count(Indicator::pcrRepetition, watch.pid,
+                      watch.clock->absence.told(now - tunables::watchPeriod));
+    }
+}
+
+} // namespace board

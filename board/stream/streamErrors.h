@@ -1,0 +1,106 @@
+// What is wrong with the stream: the indicators of ETSI TR 101 290 (clause 5.2), in sum and by PID.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <string_view>
+
+namespace board {
+
+// Those of first priority, without which nothing can be decoded, and of second, which are worth watching all
+// the time. 1.3.a and 1.5.a contain what 1.3 and 1.5 say; 2.3 is 2.3.a and 2.3.b together.
+enum class Indicator {
+    syncLoss,
+    syncByte,
+    pat,
+    continuity,
+    pmt,
+    pid,
+    transport,
+    crc,
+    pcrRepetition,
+    pcrDiscontinuity,
+    pcrAccuracy,
+    pts,
+    cat
+};
+
+struct IndicatorRow {
+    Indicator indicator;
+    const char* name;
+    int priority;
+    const char* clause;
+};
+
+inline constexpr std::array<IndicatorRow, 13> indicatorRows{{
+    {Indicator::syncLoss, "TS_sync_loss", 1, "1.1"},
+    {Indicator::syncByte, "Sync_byte_error", 1, "1.2"},
+    {Indicator::pat, "PAT_error_2", 1, "1.3.a"},
+    {Indicator::continuity, "Continuity_count_error", 1, "1.4"},
+    {Indicator::pmt, "PMT_error_2", 1, "1.5.a"},
+    {Indicator::pid, "PID_error", 1, "1.6"},
+    {Indicator::transport, "Transport_error", 2, "2.1"},
+    {Indicator::crc, "CRC_error", 2, "2.2"},
+    {Indicator::pcrRepetition, "PCR_repetition_error", 2, "2.3.a"},
+    {Indicator::pcrDiscontinuity, "PCR_discontinuity_indicator_error", 2, "2.3.b"},
+    {Indicator::pcrAccuracy, "PCR_accuracy_error", 2, "2.4"},
+    {Indicator::pts, "PTS_error", 2, "2.5"},
+    {Indicator::cat, "CAT_error", 2, "2.6"},
+}};
+
+// How often each indicator has shown an error.
+class IndicatorCounts {
+  public:
+    std::uint64_t& operator[](Indicator indicator) {
+        return counts_[static_cast<std::size_t>(indicator)];
+    }
+    std::uint64_t operator[](Indicator indicator) const {
+        return counts_[static_cast<std::size_t>(indicator)];
+    }
+
+    // Whether any indicator of this priority, or of a higher one, has shown an error.
+    bool any(int priority) const {
+        for (const IndicatorRow& row : indicatorRows) {
+            if (row.priority <= priority && (*this)[row.indicator] > 0) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+  private:
+    std::array<std::uint64_t, indicatorRows.size()> counts_{};
+};
+
+// What is wrong with the packets of one PID, and with what they should have brought.
+struct PidErrors {
+    IndicatorCounts indicators;
+    std::uint64_t badSections = 0;
+};
+
+struct StreamErrors {
+    IndicatorCounts indicators;
+    std::uint64_t badSections = 0; // with a wrong CRC or impossible lengths
+    bool accuracyMeasured = false; // Indicator::pcrAccuracy: of streams of constant bit rate alone
+
+    // By PID, since the stream began that there is now; those alone that have any. Its sync and the packets
+    // of PIDs that have never been there are nobody's.
+    std::map<std::uint16_t, PidErrors> pids;
+
+    // So many errors of a PID.
+    void count(Indicator indicator, std::uint16_t pid, std::uint64_t errors = 1) {
+        if (errors > 0) {
+            indicators[indicator] += errors;
+            pids[pid].indicators[indicator] += errors;
+        }
+    }
+
+    // Whether anything is wrong at all.
+    bool any() const {
+        return badSections > 0 || indicators.any(indicatorRows.back().priority);
+    }
+};
+
+} // namespace board
