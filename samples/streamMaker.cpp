@@ -347,6 +347,16 @@ Bytes lastDay() {
     });
 }
 
+// An event that begins and lasts as long as it likes, and one that lasts for four days.
+Bytes openEvents() {
+    return oneChannel([](Packets& packets, int) {
+        const auto named = [](std::string_view name) { return shortEventDescriptor("eng", name, ""); };
+        packets.section(eitPid, eit(0x4E, 1, 77, 9,
+                                    {{1, 0xFFFF, undefinedTime, undefinedTime, named("On Demand")},
+                                     {2, today, 0, 96 * 3600, named("Four Days")}}));
+    });
+}
+
 // Nothing but a PAT that names the NIT.
 Bytes networkOnly() {
     return multiplex(dataPid, [](Packets& packets, int) {
@@ -554,7 +564,7 @@ struct Stream {
     Bytes (*make)();
 };
 
-constexpr std::array<Stream, 29> streams{{
+constexpr std::array<Stream, 30> streams{{
     {"atsc", atsc},
     {"isdb", isdb},
     {"mpeg2-422", mpeg2Studio},
@@ -567,6 +577,7 @@ constexpr std::array<Stream, 29> streams{{
     {"no-pcr", noPcr},
     {"dvb-texts", dvbTexts},
     {"last-day", lastDay},
+    {"open-events", openEvents},
     {"network-only", networkOnly},
     {"shared-pids", sharedPids},
     {"stray-maps", strayMaps},

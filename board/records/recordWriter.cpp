@@ -409,11 +409,13 @@ std::vector<const Event*> eventsInOrder(const EventTable& table) {
     return events;
 }
 
+constexpr const char* undefinedTime = "undefined";
+
 void writeEvent(const Event& event, wire::EitEvent& entry) {
     entry.eventId = event.id;
     entry.startDateMjd = event.startDate;
-    putText(entry.startTime, event.startTime ? clockText(*event.startTime) : "undefined");
-    putText(entry.duration, clockText(event.duration));
+    putText(entry.startTime, event.startTime ? clockText(*event.startTime) : undefinedTime);
+    putText(entry.duration, event.duration ? clockText(*event.duration) : undefinedTime);
     putText(entry.language, event.language);
     putText(entry.eventName, event.name);
     putText(entry.description, event.description);

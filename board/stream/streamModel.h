@@ -86,7 +86,7 @@ struct Event {
     std::uint16_t id = 0;
     std::uint16_t startDate = 0;            // Modified Julian Day
     std::optional<std::uint32_t> startTime; // seconds of the day, UTC; nothing where it is undefined
-    std::uint32_t duration = 0;             // seconds
+    std::optional<std::uint32_t> duration;  // seconds; nothing where it is undefined
     std::string language;                   // ISO 639-2
     std::string name;                       // UTF-8
     std::string description;                // UTF-8

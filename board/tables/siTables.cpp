@@ -32,14 +32,18 @@ Clock clockOf(std::uint64_t bcd) {
     return clock;
 }
 
-// The time of day that a date and time of 40 bits ends with, in seconds (ETSI EN 300 468 annex C); nothing
-// where it is none, as in one that is undefined.
-std::optional<std::uint32_t> timeOf(std::uint64_t dateAndTime) {
-    const Clock clock = clockOf(dateAndTime);
-    if (clock.hours > 23 || clock.minutes > 59 || clock.seconds > 59) {
+// So many seconds, of no more hours than these; nothing where it is no time, as in one that is undefined.
+std::optional<std::uint32_t> secondsOf(std::uint64_t bcd, int mostHours) {
+    const Clock clock = clockOf(bcd);
+    if (clock.hours > mostHours || clock.minutes > 59 || clock.seconds > 59) {
         return std::nullopt;
     }
     return static_cast<std::uint32_t>(clock.inSeconds);
+}
+
+// The time of day that a date and time of 40 bits ends with (ETSI EN 300 468 annex C).
+std::optional<std::uint32_t> timeOf(std::uint64_t dateAndTime) {
+    return secondsOf(dateAndTime, 23);
 }
 
 // The Modified Julian Day that it begins with.
@@ -47,9 +51,8 @@ std::uint16_t dateOf(std::uint64_t dateAndTime) {
     return static_cast<std::uint16_t>(dateAndTime >> 24);
 }
 
-// Whole seconds of a duration.
-std::uint32_t durationOf(std::uint32_t bcd) {
-    return static_cast<std::uint32_t>(clockOf(bcd).inSeconds);
+std::optional<std::uint32_t> durationOf(std::uint32_t bcd) {
+    return secondsOf(bcd, 99);
 }
 
 std::vector<TextDescriptor> textsOf(SectionBytes descriptors, TextReader read) {

@@ -77,8 +77,9 @@ class PsipTables : public testing::Test {
         for (const auto& [table, rows] : found->second.events) {
             for (const board::Event& event : rows) {
                 text << event.id << ' ' << event.startDate << ' '
-                     << (event.startTime ? std::to_string(*event.startTime) : "-") << '+' << event.duration
-                     << ' ' << event.language << ' ' << event.name << '/' << event.description << "; ";
+                     << (event.startTime ? std::to_string(*event.startTime) : "-") << '+'
+                     << event.duration.value_or(0) << ' ' << event.language << ' ' << event.name << '/'
+                     << event.description << "; ";
             }
         }
         return text.str();

@@ -29,6 +29,9 @@ std::uint8_t decimal(int value) {
 }
 
 Bytes clock(int seconds) {
+    if (seconds == undefinedTime) {
+        return Bytes(3, 0xFF);
+    }
     return {decimal(seconds / 3600), decimal(seconds / 60 % 60), decimal(seconds % 60)};
 }
 

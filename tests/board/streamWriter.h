@@ -55,11 +55,12 @@ struct NitRow {
     std::uint16_t originalNetworkId;
     Bytes descriptors;
 };
+inline constexpr int undefinedTime = -1; // all bits set
 struct EitRow {
     std::uint16_t eventId;
     std::uint16_t date; // Modified Julian Day
-    int startSeconds;   // of the day
-    int duration;       // seconds
+    int startSeconds;   // of the day, or undefined
+    int duration;       // seconds, or undefined
     Bytes descriptors;
 };
 Bytes pat(std::uint16_t transportStreamId, const std::vector<PatRow>& rows, Version version = {});
