@@ -22,7 +22,8 @@ namespace board {
 
 namespace {
 
-constexpr int readersPoll = 100; // ms, between looks at a wish to stop
+constexpr int readersPoll = 100;          // ms, between looks at a wish to stop
+constexpr std::optional<int> untilRead{}; // however long it takes, unless the board is to stop
 
 // The file that a name leads to over links, so that a document takes its place and not a link's.
 std::string withoutLinks(const std::string& name) {
@@ -106,7 +107,7 @@ void StatisticsOutput::write(std::string_view document) {
 }
 
 void StatisticsOutput::goOn() {
-    writeRest(slowReader_ == SlowReader::isWaitedFor ? INT_MAX : 0);
+    writeRest(slowReader_ == SlowReader::isWaitedFor ? untilRead : std::optional(0));
 }
 
 void StatisticsOutput::finish() {
@@ -128,8 +129,8 @@ void StatisticsOutput::replace(std::string_view document) {
 }
 
 // In pieces that a pipe takes whole as soon as it takes anything, so that the board never waits in the middle
-// of one. patience in ms.
-void StatisticsOutput::writeRest(int patience) {
+// of one.
+void StatisticsOutput::writeRest(std::optional<int> patience) {
     while (!rest_.empty() && !closed_ && writable(patience)) {
         const std::size_t size = std::min<std::size_t>(rest_.size(), PIPE_BUF);
         const ssize_t count = ::write(descriptor_, rest_.data(), size);
@@ -146,15 +147,13 @@ void StatisticsOutput::writeRest(int patience) {
     }
 }
 
-bool StatisticsOutput::writable(int patience) const {
-    while (true) {
+bool StatisticsOutput::writable(std::optional<int> patience) const {
+    for (int waited = 0;; waited += readersPoll) {
         pollfd waiting{descriptor_, POLLOUT, 0};
-        const int step = std::min(patience, readersPoll);
-        if (::poll(&waiting, 1, step) > 0) {
+        if (::poll(&waiting, 1, patience ? std::min(*patience, readersPoll) : readersPoll) > 0) {
             return true; // or broken, which writing tells
         }
-        patience -= step;
-        if (patience <= 0 || companions::stopRequested()) {
+        if (patience ? waited + readersPoll >= *patience : companions::stopRequested()) {
             return false;
         }
     }

@@ -1,6 +1,7 @@
 // Where documents of statistics go.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -37,8 +38,8 @@ class StatisticsOutput {
         return descriptor_ < 0;
     }
     void replace(std::string_view document);
-    void writeRest(int patience);
-    bool writable(int patience) const;
+    void writeRest(std::optional<int> patience); // ms; without: until it is read, or the board is to stop
+    bool writable(std::optional<int> patience) const;
     void complain(int error);
 
     std::string name_;
