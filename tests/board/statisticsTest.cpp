@@ -378,7 +378,7 @@ TEST_F(OnATerminal, ShowsNothingOfAShortFileOrOneThatIsPlayedInRealTime) {
 
 TEST_F(BoardProcess, ShowsNoProgressInAPipe) {
     std::filesystem::copy_file(sample, file);
-    std::filesystem::resize_file(file, 300'000'000);
+    std::filesystem::resize_file(file, 30'000'000); // a hole takes longer to search than packets to read
     EXPECT_EQ(outcome({"--print", file}), "exit code 0");
 }
 
