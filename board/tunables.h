@@ -42,7 +42,7 @@ inline constexpr std::size_t uselessSubscriptionBytes =
     4'096;                                                // of texts that select no topic; libzmq keeps them
 inline constexpr std::size_t leastSubscriptionBytes = 16; // that one of them counts for
 inline constexpr int subscriptionsATurn = 1'000;          // taken before anything else is looked at
-inline constexpr int subscriptionQueue = 32;              // waiting of a connection; a client has 9
+inline constexpr int subscriptionQueue = 12;              // waiting of a connection; a client has 9
 inline constexpr int subscriptionBuffer = 8'192;          // bytes of a connection's socket
 inline constexpr int instructionQueue = 32;               // words waiting of a connection
 

@@ -101,6 +101,8 @@ void ConnectionGuard::count(const zmq::message_t& message, std::size_t uselessBy
 void ConnectionGuard::end(int descriptor, Connection& connection, const std::string& expected,
                           const std::string& got) {
     connection.ended = true;
+    const linger atOnce{1, 0}; // with a reset, so that a client that still sends need not find out by itself
+    ::setsockopt(descriptor, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
     ::shutdown(descriptor, SHUT_RDWR);
     say(describe({"ended a connection of " + name_, expected, got, "others are served as before"}));
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <span>
+#include <utility>
 #include <vector>
 
 namespace board {
@@ -22,9 +23,11 @@ struct Message {
 // libzmq's own functions receive and send here: with them a signal is a result and no exception.
 Message receive(zmq::socket_t& socket) {
     Message message;
-    zmq::message_t part;
-    bool more = true;
-    while (more && zmq_msg_recv(part.handle(), socket.handle(), ZMQ_DONTWAIT) >= 0) {
+    for (bool more = true; more;) {
+        zmq::message_t part;
+        if (zmq_msg_recv(part.handle(), socket.handle(), ZMQ_DONTWAIT) < 0) {
+            break;
+        }
         more = part.more();
         if (++message.count <= keptParts) {
             message.parts.push_back(std::move(part));
@@ -50,7 +53,7 @@ std::optional<Instruction> InstructionChannel::take() {
         return std::nullopt;
     }
     const auto delimiter = std::find_if(message.parts.begin() + 1, message.parts.end(),
-                                        [](const zmq::message_t& part) { return part.size() == 0; });
+                                        [](const zmq::message_t& part) { return part.empty(); });
     if (message.parts.end() - delimiter < 2) {
         return std::nullopt;
     }

@@ -37,7 +37,7 @@ constexpr int sendQueue = 100;
 constexpr int waitingSendQueue = 1;
 
 // Bytes of what a client may send at once; no topic and no handshake is longer. Who sends more is cut off.
-constexpr std::int64_t longestClientMessage = 1024;
+constexpr std::int64_t longestClientMessage = 64;
 
 // The same of the instruction endpoint, whose words may be of any length: they are replied to.
 constexpr std::int64_t longestInstruction = 65536;

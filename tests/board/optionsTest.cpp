@@ -74,6 +74,10 @@ TEST(Options, TakesEveryOption) {
     const auto plainly = task<board::ReplayOptions>({"--replay", "in"});
     EXPECT_FALSE(plainly.once || plainly.fast || plainly.deterministic);
     EXPECT_EQ(plainly.interval.count(), 250);
+    EXPECT_EQ(plainly.address, "127.0.0.1");
+    EXPECT_EQ(task<board::ReplayOptions>({"--replay", "in", "--bind", "*"}).address, "*");
+    EXPECT_EQ(task<board::PlayOptions>({"--bind", "::1", "file.ts"}).address, "::1");
+    EXPECT_EQ(task<board::PlayOptions>({"file.ts"}).address, "127.0.0.1");
     for (const char* word : {"-h", "--help", "--version"}) {
         EXPECT_FALSE(parsed({word})) << word;
     }
@@ -119,6 +123,9 @@ TEST(Options, RefusesOptionsThatWouldHaveNoEffect) {
     EXPECT_EQ(problem({"--replay", "in", "--service", "7"}), wrong("--service requires SOURCE"));
     EXPECT_EQ(problem({"--record", "out", "--once"}), wrong("--once excludes --record"));
     EXPECT_EQ(problem({"--print", "--interval", "9", "file.ts"}), wrong("--print excludes --interval"));
+    EXPECT_EQ(problem({"--print", "--bind", "*", "file.ts"}), wrong("--print excludes --bind"));
+    EXPECT_EQ(problem({"--record", "out", "--bind", "*"}), wrong("--bind excludes --record"));
+    EXPECT_EQ(problem({"--bind", "", "file.ts"}), wrong("--bind: a name is missing"));
     EXPECT_EQ(problem({"--print", "--deterministic", "file.ts"}), wrong("--print excludes --deterministic"));
     EXPECT_EQ(problem({"--print", "--new-stream-on-loop", "file.ts"}),
               wrong("--print excludes --new-stream-on-loop"));
