@@ -7,6 +7,8 @@ import { NULL_PID } from './picture.js';
 /** @typedef {string} SeriesName "total", "withoutNull", "pid-256" or "program-101" */
 /** @typedef {(Date | number | null)[]} SampleRow a time, and a value for each series */
 
+const GAP_MS = 5000;
+
 export const TOTAL = 'total';
 export const WITHOUT_NULL = 'withoutNull';
 
@@ -49,7 +51,11 @@ export function sampleRows(history, names) {
   const readers = names.map((name) => reader(history, name));
   /** @type {SampleRow[]} */
   const rows = [];
+  let before = Number.POSITIVE_INFINITY;
   eachSample(history, Number.POSITIVE_INFINITY, (at) => {
+    // A line across a time of which nothing is known would be an invention.
+    if (history.times[at] - before > GAP_MS) rows.push([new Date(before + 1), ...names.map(() => null)]);
+    before = history.times[at];
     rows.push([new Date(history.times[at]), ...readers.map((read) => read(at))]);
   });
   return rows;

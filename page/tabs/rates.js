@@ -16,7 +16,7 @@ const SPANS = [
   ['5 min', 300],
   ['15 min', null],
 ];
-const FEWEST = [TOTAL, WITHOUT_NULL];
+const ALWAYS_THERE = [TOTAL, WITHOUT_NULL];
 
 /**
  * @param {View} view
@@ -24,7 +24,7 @@ const FEWEST = [TOTAL, WITHOUT_NULL];
  */
 export function ratesTab(view) {
   /** @type {string[]} */
-  let names = [...FEWEST];
+  let names = [...ALWAYS_THERE];
   /** @type {number | null} */
   let span = 300;
   /** @type {[number, number] | null} what the reader has zoomed to */
@@ -67,7 +67,7 @@ export function ratesTab(view) {
     return `Program ${subject?.key} ${program ? nameText(program.name) : ''}`;
   }
 
-  const addressOf = (/** @type {string[]} */ chosen) => `rates/${chosen.filter((name) => !FEWEST.includes(name)).join(',')}`;
+  const addressOf = (/** @type {string[]} */ chosen) => `rates/${chosen.join(',')}`;
   /** @type {{name: string, title: HTMLElement, cells: HTMLElement[]}[]} */
   let legendRows = [];
 
@@ -80,10 +80,8 @@ export function ratesTab(view) {
         { class: 'line', 'data-line': String(i % LINES), viewBox: '0 0 40 8', 'aria-hidden': 'true' },
         drawing('path', { d: 'M0 4H40' }),
       );
-      const remove = FEWEST.includes(name)
-        ? ''
-        : link(`#${addressOf(names.filter((other) => other !== name))}`, 'remove');
-      if (remove) remove.setAttribute('aria-label', `Remove ${titleOf(name)}`);
+      const remove = link(`#${addressOf(names.filter((other) => other !== name))}`, 'remove');
+      remove.setAttribute('aria-label', `Remove ${titleOf(name)}`);
       legend.append(element('tr', {}, element('th', { scope: 'row' }, sample, title), ...cells, element('td', {}, remove)));
       return { name, title, cells };
     });
@@ -93,7 +91,7 @@ export function ratesTab(view) {
     const picture = view.picture();
     const pids = [...(picture?.pids.values() ?? [])].sort((a, b) => a.pid - b.pid);
     const programs = [...(picture?.programs.values() ?? [])].sort((a, b) => a.programNumber - b.programNumber);
-    const options = [...programs.map((one) => `program-${one.programNumber}`), ...pids.map((one) => `pid-${one.pid}`)];
+    const options = [...ALWAYS_THERE, ...programs.map((one) => `program-${one.programNumber}`), ...pids.map((one) => `pid-${one.pid}`)];
     const state = options.join();
     if (adder.dataset.state === state || document.activeElement === adder) return;
     adder.dataset.state = state;
@@ -205,7 +203,8 @@ export function ratesTab(view) {
       ),
     ),
     open(detail) {
-      names = [...new Set([...FEWEST, ...detail.split(',').filter(isSeries)])].slice(0, LINES);
+      const asked = [...new Set(detail.split(',').filter(isSeries))];
+      names = (asked.length ? asked : ALWAYS_THERE).slice(-LINES);
       legend.replaceChildren();
       makeLegend();
       takeSamples();

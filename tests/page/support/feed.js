@@ -179,12 +179,23 @@ export function makeFeed(documents, start, seed = 1) {
   const history = { times: [], total: [], pids: {}, programs: {} };
   for (const pid of pids.keys()) history.pids[pid] = [];
   for (const program of programs.keys()) history.programs[program] = [];
-  for (let i = HISTORY_SECONDS; i > 0; --i) {
-    history.times.push(start - i * 1000);
-    history.total.push(Math.round(total * (0.99 + 0.02 * random())));
-    for (const [key, row] of pids) history.pids[key].push(move(row, start).rateBitPerSecond);
-    for (const [key, row] of programs) history.programs[key].push(move(row, start).rateBitPerSecond);
+  /** @param {number} time */
+  function remember(time) {
+    const series = [history.times, history.total, ...Object.values(history.pids), ...Object.values(history.programs)];
+    if (history.times.length === HISTORY_SECONDS) for (const samples of series) samples.shift();
+    history.times.push(time);
+    history.total.push(total);
+    for (const [key, row] of pids) history.pids[key].push(row.gone ? null : row.rateBitPerSecond);
+    for (const [key, row] of programs) history.programs[key].push(row.gone ? null : row.rateBitPerSecond);
   }
+  /** @param {number} time */
+  function moveAll(time) {
+    for (const [key, row] of pids) pids.set(key, move(row, time));
+    for (const [key, row] of programs) programs.set(key, move(row, time));
+    total = Math.round(documents.pidData.value.rateBitPerSecond * (0.99 + 0.02 * random()));
+    remember(time);
+  }
+  for (let i = HISTORY_SECONDS; i > 0; --i) moveAll(start - i * 1000);
 
   return {
     history,
@@ -201,9 +212,7 @@ export function makeFeed(documents, start, seed = 1) {
       events,
     }),
     tick(time) {
-      for (const [key, row] of pids) pids.set(key, move(row, time));
-      for (const [key, row] of programs) programs.set(key, move(row, time));
-      total = Math.round(documents.pidData.value.rateBitPerSecond * (0.99 + 0.02 * random()));
+      moveAll(time);
       return {
         version: ++version,
         time,
