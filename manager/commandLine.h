@@ -19,6 +19,7 @@ struct Options {
     Output output = Output::asTheyCome;
     int documents = 0;                                // answers to wait for
     std::chrono::seconds timeout = tunables::timeout; // for each message
+    std::optional<std::string> webAddress;            // where to serve the page, instead of all that
 };
 
 // Reads the command line. Nothing when it was --help or --version, which are then printed on standard output.

@@ -5,9 +5,10 @@
 #include "documents/programIndex.h"
 #include "managerError.h"
 #include "oneRequest.h"
-#include "terminal/displayText.h"
-#include "terminal/documentJson.h"
+#include "servePage.h"
 #include "terminal/documentTable.h"
+#include "text/displayText.h"
+#include "text/documentJson.h"
 
 #include "companions/stopSignals.h"
 
@@ -111,6 +112,10 @@ Request requestByNumber(Options options, Endpoints& endpoints, const Printer& pr
 ExitStatus run(Options options) {
     companions::stopOnSignals();
     Endpoints endpoints;
+    if (options.webAddress) {
+        servePage(endpoints, *options.webAddress, say, Printer::showSharing);
+        return ExitStatus::success;
+    }
     Printer printer(options.output);
     if (options.program) {
         options.request = requestByNumber(options, endpoints, printer);
