@@ -7,9 +7,10 @@
 namespace manager {
 namespace {
 
-constexpr const char* description = "Stands in for the media manager: sends mpegFE one request, prints its "
-                                    "acknowledgement and the documents\n"
-                                    "that answer it, and acknowledges each.";
+constexpr const char* description =
+    "Stands in for the media manager: sends mpegFE one request, prints its "
+    "acknowledgement and the documents\n"
+    "that answer it, and acknowledges each. Or serves a page that shows the stream.";
 
 constexpr const char* footer = R"(
 A program index is its place in the PAT, counted from 0; "pgmDetail --program NUMBER" finds it out.
@@ -41,11 +42,13 @@ std::optional<Options> parseCommandLine(int argumentCount, const char* const* ar
     bool json = false;
     std::optional<int> documents;
     std::optional<int> watchPeriod;
+    std::string webAddress = tunables::webAddress;
     int timeout = static_cast<int>(tunables::timeout.count());
 
     CLI::App app(description, "mpegfe-manager");
     app.footer("\nData streams:\n" + dataStreamHelp() + footer);
-    app.add_option("DATASTREAM", dataStream, "What to ask for, see below")->required()->type_name("");
+    auto* const streamOption =
+        app.add_option("DATASTREAM", dataStream, "What to ask for, see below")->type_name("");
     auto* const valueOption =
         app.add_option("VALUE", value, "on, off or a program index, see below")->type_name("");
     app.add_option("--program", program,
@@ -73,7 +76,20 @@ std::optional<Options> parseCommandLine(int argumentCount, const char* const* ar
         ->transform(companions::wholeNumber(1, static_cast<int>(tunables::longestTimeout.count())))
         ->type_name("SECONDS")
         ->excludes(watchOption);
+    auto* const webOption =
+        app.add_option("--web", webAddress,
+                       "Serve the page there until Ctrl-C (" + std::string(tunables::webAddress) + ')')
+            ->expected(0, 1)
+            ->type_name("[ADDRESS:PORT]")
+            ->excludes(streamOption)
+            ->excludes(watchOption);
     app.callback([&] {
+        if (webOption->count() > 0) {
+            return;
+        }
+        if (streamOption->count() == 0) {
+            throw CLI::RequiredError("DATASTREAM");
+        }
         if (!program && valueOption->count() == 0) {
             throw CLI::RequiredError("VALUE");
         }
@@ -87,6 +103,10 @@ std::optional<Options> parseCommandLine(int argumentCount, const char* const* ar
     }
 
     Options options;
+    if (webOption->count() > 0) {
+        options.webAddress = webAddress.empty() ? tunables::webAddress : webAddress;
+        return options;
+    }
     options.request = makeRequest(dataStream, program ? "0" : value);
     options.program = program;
     options.output = table ? Output::tables : json ? Output::json : Output::asTheyCome;

@@ -53,6 +53,7 @@ Endpoints::Endpoints()
     const companions::OwnerOf owner(wire::directory, noEndpoints);
     lock.emplace(tunables::lockPath, lockWords);
     requests.set(zmq::sockopt::linger, 0);
+    requests.set(zmq::sockopt::req_relaxed, true); // goes on when a service has gone with a request
     documents.set(zmq::sockopt::linger, static_cast<int>(tunables::farewell.count()));
     bind(requests, wire::requestEndpoint);
     bind(documents, wire::documentEndpoint);

@@ -5,6 +5,7 @@
 #include "managerError.h"
 #include "oneRequest.h"
 #include "printer.h"
+#include "servePage.h"
 #include "watch.h"
 
 #include "companions/stopSignals.h"
@@ -32,6 +33,10 @@ Request requestByNumber(Options options, Endpoints& endpoints, const Printer& pr
 ExitStatus run(Options options) {
     companions::stopOnSignals();
     Endpoints endpoints;
+    if (options.webAddress) {
+        servePage(endpoints, *options.webAddress, say, Printer::showSharing);
+        return ExitStatus::success;
+    }
     Printer printer(options.output);
     if (options.program) {
         options.request = requestByNumber(options, endpoints, printer);

@@ -1,8 +1,8 @@
 #include "printer.h"
 
 #include "documents/documentReader.h"
-#include "terminal/displayText.h"
-#include "terminal/documentJson.h"
+#include "text/displayText.h"
+#include "text/documentJson.h"
 #include "terminal/documentTable.h"
 
 #include "wire/endpoints.h"

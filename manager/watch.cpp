@@ -3,7 +3,7 @@
 #include "waiting.h"
 
 #include "documents/documentReader.h"
-#include "terminal/displayText.h"
+#include "text/displayText.h"
 #include "terminal/watchScreen.h"
 
 #include "companions/stopSignals.h"

@@ -48,7 +48,9 @@ void ConnectedServices::take(int event) {
         ++connected;
         shared = shared || connected > 1;
     } else if (event == ZMQ_EVENT_DISCONNECTED) {
-        connected -= std::exchange(handshakeFailed, false) ? 0 : 1;
+        const int ending = std::exchange(handshakeFailed, false) ? 0 : 1;
+        connected -= ending;
+        endings += ending;
     } else {
         handshakeFailed = true;
     }

@@ -23,6 +23,11 @@ class ConnectedServices {
         return connected > 0;
     }
 
+    // How many connections have ended, by what has been taken.
+    int ended() const {
+        return endings;
+    }
+
     // Takes what has happened. Whether two or more have been connected at once by now; true one time only.
     bool newlyShared();
 
@@ -32,6 +37,7 @@ class ConnectedServices {
     zmq::socket_t events; // PAIR: what the socket's monitor tells
     bool handshakeFailed = false;
     int connected = 0;
+    int endings = 0;
     bool shared = false;
     bool told = false;
 };

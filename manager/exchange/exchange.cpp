@@ -49,6 +49,14 @@ bool Exchange::take(Order order) {
 
 void Exchange::giveUp(Time now) {
     if (acknowledged()) {
+        starved = starved.value_or(progress);
+        finish(now);
+    }
+}
+
+void Exchange::abandon(Time now) {
+    if (sent()) {
+        starved.reset();
         finish(now);
     }
 }
@@ -86,26 +94,26 @@ ServiceCondition Exchange::condition(Time now) const {
     if (!services.any()) {
         return {ServiceState::absent, progress};
     }
-    switch (stage) {
-    case Stage::unsent:
+    if (!starved && stage == Stage::unsent) {
         return {ServiceState::answering, progress};
-    case Stage::sent:
-        return {ServiceState::unanswered, progress};
-    case Stage::acknowledged:
-        break;
     }
-    const bool isLong = now - progress >= tunables::recordsWait;
-    return {isLong ? ServiceState::noStream : ServiceState::waiting, progress};
+    if (!starved && stage == Stage::sent) {
+        return {ServiceState::unanswered, progress};
+    }
+    const Time since = starved.value_or(progress);
+    return {now - since >= tunables::recordsWait ? ServiceState::noStream : ServiceState::waiting, since};
 }
 
 void Exchange::send(Time now) {
     requestSocket.send(zmq::buffer(requestText(orders.front().request)), zmq::send_flags::dontwait);
     stage = Stage::sent;
+    endingsBefore = services.ended();
     progress = now;
 }
 
 void Exchange::takeReply(Time now) {
     const std::string reply = receive(requestSocket);
+    starved.reset(); // the service has come to the next request
     listener.replied(reply);
     if (!isAcknowledgement(reply)) {
         finish(now);
@@ -121,6 +129,7 @@ void Exchange::takeReply(Time now) {
 void Exchange::takeDocument(Time now) {
     const std::string document = receive(documentSocket);
     documentSocket.send(zmq::str_buffer(R"({"reply": "ack"})"), zmq::send_flags::dontwait);
+    starved.reset();
     if (!acknowledged() || documentStream(document) != orders.front().request.dataStream) {
         listener.strayed(document);
         return;

@@ -62,6 +62,15 @@ class Exchange {
     // Gives up waiting for the documents of the order on the wire, once it is acknowledged.
     void giveUp(Time now);
 
+    // Whether a service has gone since the order on the wire was sent: most likely the one that has it.
+    bool isLost() const {
+        return sent() && services.ended() != endingsBefore;
+    }
+
+    // Lets go of the order on the wire. When it is not acknowledged, the socket must be able to send without
+    // a reply (ZMQ_REQ_RELAXED).
+    void abandon(Time now);
+
     // What to wait for now, each readable or writable.
     std::array<zmq::pollitem_t, 3> pollItems() const;
 
@@ -109,6 +118,8 @@ class Exchange {
     std::deque<Order> orders; // the first is on the wire
     Stage stage = Stage::unsent;
     int documents = 0;
+    int endingsBefore = 0;         // of connections, when the order was sent
+    std::optional<Time> starved;   // an order given up waited since then, and no reply has come behind it
     Time progress;                 // when the last message of the order went or came
     std::optional<Time> heldSince; // a document has waited for the acknowledgement before it since then
 };

@@ -17,7 +17,6 @@ struct Kind<ListedPid> {
     static constexpr std::size_t most = Picture::mostPids;
     static constexpr EventKind came = EventKind::pidCame;
     static constexpr EventKind went = EventKind::pidWent;
-    static constexpr EventKind changed = EventKind::pidChanged;
     static constexpr EventKind scrambled = EventKind::pidScrambled;
     static constexpr EventKind cleared = EventKind::pidCleared;
     static int number(const ListedPid& pid) {
@@ -36,7 +35,6 @@ struct Kind<ListedProgram> {
     static constexpr std::size_t most = Picture::mostServices;
     static constexpr EventKind came = EventKind::serviceCame;
     static constexpr EventKind went = EventKind::serviceWent;
-    static constexpr EventKind changed = EventKind::serviceRenamed;
     static constexpr EventKind scrambled = EventKind::serviceScrambled;
     static constexpr EventKind cleared = EventKind::serviceCleared;
     static int number(const ListedProgram& program) {
@@ -83,11 +81,24 @@ void Picture::take(const Document& document, PictureTime time) {
     std::visit([&](const auto& body) { takeBody(body); }, document);
 }
 
+void Picture::note(EventKind kind, PictureTime time) {
+    now = time;
+    tell(kind, 0, {}, {});
+}
+
+void Picture::forgetGone(PictureTime time) {
+    const auto isOld = [&](const auto& entry) {
+        return !entry.second.isPresent && time - entry.second.lastSeen > RateHistory::span;
+    };
+    newestVersion += std::erase_if(knownPids, isOld) + std::erase_if(knownServices, isOld);
+}
+
 void Picture::takeBody(const EmptyDocument& /*empty*/) {}
 
 void Picture::takeBody(const PidList& list) {
     keep(list);
     allRates.add(now, list.rateBitPerSecond);
+    tellNewStream(list);
     takeEntries(knownPids, list.pids, list.pidCount);
 }
 
@@ -158,8 +169,8 @@ void Picture::takeEntry(std::map<int, Known<Listed>>& known, const Listed& liste
         entry.firstSeen = isNew ? now : entry.firstSeen;
         entry.isPresent = true;
         tell(Names::came, number, {}, Names::name(listed));
-    } else if (Names::name(entry.newest) != Names::name(listed)) {
-        tell(Names::changed, number, Names::name(entry.newest), Names::name(listed));
+    } else {
+        tellChange(entry.newest, listed);
     }
     if (!isNew && Names::isScrambled(entry.newest) != Names::isScrambled(listed)) {
         tell(Names::isScrambled(listed) ? Names::scrambled : Names::cleared, number, {}, Names::name(listed));
@@ -182,11 +193,56 @@ void Picture::keep(const Body& body) {
     std::get<std::optional<Newest<Body>>>(documents) = Newest<Body>{body, now, ++newestVersion};
 }
 
-void Picture::tell(EventKind kind, int number, const std::string& before, const std::string& after) {
+// Told ahead of what comes and goes. PIDs of tables and null packets are in every stream.
+void Picture::tellNewStream(const PidList& list) {
+    constexpr int firstOfPrograms = 32;
+    constexpr int nullPackets = 8191;
+    const auto isOwn = [](int pid) { return pid >= firstOfPrograms && pid < nullPackets; };
+    bool hadSome = false;
+    for (const auto& [number, pid] : knownPids) {
+        hadSome = hadSome || (pid.isPresent && isOwn(number));
+    }
+    bool hasSome = false;
+    bool keepsOne = false;
+    for (const ListedPid& pid : list.pids) {
+        const auto known = knownPids.find(pid.pid);
+        hasSome = hasSome || isOwn(pid.pid);
+        keepsOne = keepsOne || (isOwn(pid.pid) && known != knownPids.end() && known->second.isPresent);
+    }
+    if (hadSome && hasSome && !keepsOne) {
+        tell(EventKind::newStream, 0, {}, {});
+    }
+}
+
+void Picture::tellChange(const ListedPid& before, const ListedPid& after) {
+    if (before.description != after.description) {
+        tell(EventKind::pidChanged, after.pid, before.description, after.description);
+    } else if (before.programNumber != after.programNumber) {
+        tell(EventKind::pidChanged, after.pid, "program " + std::to_string(before.programNumber),
+             "program " + std::to_string(after.programNumber));
+    }
+}
+
+void Picture::tellChange(const ListedProgram& before, const ListedProgram& after) {
+    if (before.name != after.name) {
+        tell(EventKind::serviceRenamed, after.programNumber, before.name, after.name);
+    }
+    if (before.serviceType != after.serviceType) {
+        tell(EventKind::serviceChanged, after.programNumber,
+             "service type " + std::to_string(before.serviceType),
+             "service type " + std::to_string(after.serviceType));
+    }
+    if (before.pmtPid != after.pmtPid) {
+        tell(EventKind::serviceChanged, after.programNumber, "PMT PID " + std::to_string(before.pmtPid),
+             "PMT PID " + std::to_string(after.pmtPid));
+    }
+}
+
+void Picture::tell(EventKind kind, int about, const std::string& before, const std::string& after) {
     if (keptEvents.size() == mostEvents) {
         keptEvents.pop_front();
     }
-    keptEvents.push_back({++newestVersion, now, kind, number, before.substr(0, longestEventText),
+    keptEvents.push_back({++newestVersion, ++eventCount, now, kind, about, before.substr(0, longestEventText),
                           after.substr(0, longestEventText)});
 }
 

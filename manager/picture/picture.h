@@ -30,15 +30,22 @@ enum class EventKind {
     serviceRenamed,
     serviceScrambled,
     serviceCleared,
-    programCame, // in the PAT
+    serviceChanged, // its service_type or PMT PID
+    programCame,    // in the PAT
     programWent,
+    newStream, // no PID above those of the tables is the same
+    peerWent,  // mpegFE
+    peerCame,
+    streamWent, // no document comes any more
+    streamCame,
 };
 
 struct PictureEvent {
     Version version;
+    std::uint64_t number; // counted from 1
     PictureTime time;
     EventKind kind;
-    int number;         // PID, or program number
+    int about;          // PID, or program number
     std::string before; // name or description; empty where there is none
     std::string after;
 };
@@ -76,6 +83,12 @@ class Picture {
 
     // Times never go back.
     void take(const Document& document, PictureTime time);
+
+    // Notes what is not in a document: that mpegFE or its documents have gone or come. Times never go back.
+    void note(EventKind kind, PictureTime time);
+
+    // Forgets PIDs and services that have been gone for longer than rates are kept.
+    void forgetGone(PictureTime time);
 
     // Of the last change.
     Version version() const {
@@ -121,12 +134,16 @@ class Picture {
     void takeEntry(std::map<int, Known<Listed>>& known, const Listed& listed);
     template <typename Listed>
     void leave(Known<Listed>& entry);
+    void tellNewStream(const PidList& list);
+    void tellChange(const ListedPid& before, const ListedPid& after);
+    void tellChange(const ListedProgram& before, const ListedProgram& after);
     template <typename Body>
     void keep(const Body& body);
-    void tell(EventKind kind, int number, const std::string& before, const std::string& after);
+    void tell(EventKind kind, int about, const std::string& before, const std::string& after);
 
     PictureTime now{};
     Version newestVersion = 0;
+    std::uint64_t eventCount = 0;
     std::map<int, KnownPid> knownPids;
     std::map<int, KnownService> knownServices;
     std::map<int, Newest<ProgramDetail>> knownDetails;

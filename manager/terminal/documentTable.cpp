@@ -1,8 +1,8 @@
 #include "terminal/documentTable.h"
 
-#include "terminal/calendar.h"
-#include "terminal/displayText.h"
 #include "terminal/textTable.h"
+#include "text/calendar.h"
+#include "text/displayText.h"
 
 #include <array>
 #include <cstdio>

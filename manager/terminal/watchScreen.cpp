@@ -1,6 +1,6 @@
 #include "terminal/watchScreen.h"
 
-#include "terminal/displayText.h"
+#include "text/displayText.h"
 
 #include <algorithm>
 #include <clocale>

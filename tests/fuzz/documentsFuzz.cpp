@@ -4,8 +4,8 @@
 // Input: the document.
 #include "check.h"
 #include "documents/documentReader.h"
-#include "terminal/displayText.h"
-#include "terminal/documentJson.h"
+#include "text/displayText.h"
+#include "text/documentJson.h"
 #include "terminal/documentTable.h"
 
 #include "companions/json.h"

@@ -1,4 +1,4 @@
-#include "terminal/displayText.h"
+#include "text/displayText.h"
 
 #include <gtest/gtest.h>
 

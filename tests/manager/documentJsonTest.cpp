@@ -1,6 +1,6 @@
-#include "terminal/documentJson.h"
+#include "text/documentJson.h"
 #include "documents/documentReader.h"
-#include "terminal/jsonText.h"
+#include "text/jsonText.h"
 
 #include "companions/json.h"
 

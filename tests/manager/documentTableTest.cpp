@@ -1,6 +1,6 @@
 #include "terminal/documentTable.h"
 #include "documents/documentReader.h"
-#include "terminal/displayText.h"
+#include "text/displayText.h"
 #include "terminal/textTable.h"
 
 #include <algorithm>

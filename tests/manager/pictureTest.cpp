@@ -99,7 +99,7 @@ TEST(Picture, remembersPidsThatHaveGone) {
     EXPECT_FALSE(gone.isPresent);
     EXPECT_EQ(gone.lastSeen, 1s);
     EXPECT_EQ(kindsOf(picture), (std::vector{EventKind::pidCame, EventKind::pidCame, EventKind::pidWent}));
-    EXPECT_EQ(picture.events().back().number, 257);
+    EXPECT_EQ(picture.events().back().about, 257);
     EXPECT_EQ(picture.events().back().time, 2s);
     picture.take(pidList({pid(257)}), 4s);
     EXPECT_TRUE(picture.pids().at(257).isPresent);

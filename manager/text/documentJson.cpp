@@ -1,7 +1,7 @@
-#include "terminal/documentJson.h"
+#include "text/documentJson.h"
 
-#include "terminal/calendar.h"
-#include "terminal/jsonText.h"
+#include "text/calendar.h"
+#include "text/jsonText.h"
 
 namespace manager {
 namespace {

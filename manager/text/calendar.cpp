@@ -1,4 +1,4 @@
-#include "terminal/calendar.h"
+#include "text/calendar.h"
 
 #include <array>
 #include <chrono>

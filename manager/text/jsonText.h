@@ -1,10 +1,10 @@
 // JSON of one line, written from front to back.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace manager {
 
@@ -14,7 +14,10 @@ std::string jsonString(std::string_view text);
 class JsonText {
   public:
     JsonText& member(std::string_view key, std::string_view value);
-    JsonText& member(std::string_view key, int value);
+    JsonText& member(std::string_view key, int value) {
+        return member(key, static_cast<std::int64_t>(value));
+    }
+    JsonText& member(std::string_view key, std::int64_t value);
     JsonText& member(std::string_view key, bool value);
     // Null for infinities and NaN, which JSON does not have.
     JsonText& member(std::string_view key, double value);
@@ -27,13 +30,15 @@ class JsonText {
         return value ? member(key, *value) : null(key);
     }
     JsonText& null(std::string_view key);
+    // JSON that is written already.
+    JsonText& written(std::string_view key, std::string_view json);
 
     // An array of objects, each as members(entry) writes it.
-    template <typename Entry, typename Members>
-    JsonText& list(std::string_view key, const std::vector<Entry>& entries, Members members) {
+    template <typename Entries, typename Members>
+    JsonText& list(std::string_view key, const Entries& entries, Members members) {
         name(key);
         text += '[';
-        for (const Entry& entry : entries) {
+        for (const auto& entry : entries) {
             separate();
             object([&] { members(entry); });
         }

@@ -1,6 +1,6 @@
-#include "terminal/jsonText.h"
+#include "text/jsonText.h"
 
-#include "terminal/displayText.h"
+#include "text/displayText.h"
 
 #include <array>
 #include <charconv>
@@ -54,7 +54,7 @@ JsonText& JsonText::member(std::string_view key, std::string_view value) {
     return *this;
 }
 
-JsonText& JsonText::member(std::string_view key, int value) {
+JsonText& JsonText::member(std::string_view key, std::int64_t value) {
     name(key);
     text += std::to_string(value);
     return *this;
@@ -81,6 +81,12 @@ JsonText& JsonText::member(std::string_view key, double value) {
 JsonText& JsonText::null(std::string_view key) {
     name(key);
     text += "null";
+    return *this;
+}
+
+JsonText& JsonText::written(std::string_view key, std::string_view json) {
+    name(key);
+    text += json;
     return *this;
 }
 

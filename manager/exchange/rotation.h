@@ -1,0 +1,68 @@
+// What to ask the service for next, while somebody looks.
+#pragma once
+
+#include "exchange/exchange.h"
+
+#include <chrono>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace manager {
+
+// The name of what a request brings: its data stream, for a program's detail with the index: "pgmDetail:3".
+std::string nameOf(const Request& request);
+
+// The request that brings what has this name. Nothing for a name that nothing has.
+std::optional<Request> requestNamed(std::string_view name);
+
+// Asks for the lists again and again while they are watched, beside them now and then for a program's detail
+// and the CAT, without which the lists do not learn what is scrambled and which PIDs carry EMMs; and for
+// whatever else is looked at. What has been due for the longest time comes first, so nothing keeps anything
+// else from its turn, and what the service does not answer is asked for less and less often.
+class Rotation {
+  public:
+    // Asks no clock: `now` is when it begins.
+    explicit Rotation(Time now);
+
+    // Whether somebody watches the lists from now on.
+    void watch(bool anybody, Time now);
+
+    // Somebody looks at what has this name, for tunables::lookTime from now on. False when there is no such
+    // name, or when it is a list.
+    bool look(std::string_view name, Time now);
+
+    // What to ask for now: one order at a time, answered or unanswered before the next. "off" when nobody has
+    // looked for a while; nothing when nothing is due.
+    std::optional<Order> next(Time now);
+
+    // When something will be due, unless somebody looks before. Nothing while nobody looks.
+    std::optional<Time> wakeUp(Time now) const;
+
+    void answered(const Request& request, Time now);
+    void unanswered(const Request& request, Time now);
+
+    // What stops the service's feed at the end, when it may be open.
+    std::optional<Order> last();
+
+  private:
+    struct Turn {
+        Request request;
+        std::chrono::seconds whileWatched{0}; // how often; 0: not because of the lists
+        Time lookedAtUntil{};
+        Time due{};
+        int failures = 0;
+    };
+
+    bool isNeeded(const Turn& turn, Time now) const;
+    bool isNeededByAnybody(Time now) const;
+    Time offTime() const;
+
+    std::map<std::string, Turn, std::less<>> turns; // by name
+    bool watched = false;
+    bool feedOpen = false; // as far as this knows
+    Time neededUntil;
+};
+
+} // namespace manager
