@@ -28,6 +28,9 @@ std::chrono::milliseconds until(Clock::time_point deadline) {
     return std::max(left, std::chrono::milliseconds(0));
 }
 
+// The program, behind an emulator where it is of another machine.
+constexpr const char* serviceCommand[] = MPEGFE_COMMAND;
+
 // A wait that has to run out first takes 5 s.
 constexpr auto promptly = std::chrono::seconds(2);
 
@@ -42,7 +45,7 @@ ServiceRun::ServiceRun(RunOptions runOptions) : options(std::move(runOptions)) {
 
 void ServiceRun::startService() {
     std::vector<std::string> words = options.launcher;
-    words.emplace_back(MPEGFE_PROGRAM);
+    words.insert(words.end(), std::begin(serviceCommand), std::end(serviceCommand));
     std::vector<std::string> environment = options.environment;
     // The runtime of g++'s sanitizer insists on being loaded first, which nothing here depends on.
     environment.emplace_back("ASAN_OPTIONS=verify_asan_link_order=0");
