@@ -1,5 +1,7 @@
 #include "serviceRun.h"
 
+#include "../support/testedService.h"
+
 #include <algorithm>
 #include <array>
 #include <csignal>
@@ -28,9 +30,6 @@ std::chrono::milliseconds until(Clock::time_point deadline) {
     return std::max(left, std::chrono::milliseconds(0));
 }
 
-// The program, behind an emulator where it is of another machine.
-constexpr const char* serviceCommand[] = MPEGFE_COMMAND;
-
 // A wait that has to run out first takes 5 s.
 constexpr auto promptly = std::chrono::seconds(2);
 
@@ -45,12 +44,13 @@ ServiceRun::ServiceRun(RunOptions runOptions) : options(std::move(runOptions)) {
 
 void ServiceRun::startService() {
     std::vector<std::string> words = options.launcher;
-    words.insert(words.end(), std::begin(serviceCommand), std::end(serviceCommand));
+    const std::vector<std::string> command = testSupport::serviceCommand(MPEGFE_PROGRAM);
+    words.insert(words.end(), command.begin(), command.end());
     std::vector<std::string> environment = options.environment;
     // The runtime of g++'s sanitizer insists on being loaded first, which nothing here depends on.
     environment.emplace_back("ASAN_OPTIONS=verify_asan_link_order=0");
     if (options.recorded) {
-        environment.emplace_back("LD_PRELOAD=" MPEGFE_RECORDER);
+        environment.emplace_back("LD_PRELOAD=" + testSupport::serviceRecorder(MPEGFE_RECORDER));
     }
     service.emplace(words, environment);
 }
