@@ -6,7 +6,11 @@ set(CMAKE_SYSTEM_PROCESSOR armv7l)
 set(CMAKE_CXX_COMPILER arm-linux-gnueabihf-g++)
 set(CMAKE_CXX_FLAGS_INIT "-mcpu=cortex-a9 -mfpu=neon -mfloat-abi=hard")
 
+# The folder of the libraries; a build in a copy of the tree names it in its environment.
 set(CMAKE_SYSROOT ${CMAKE_CURRENT_LIST_DIR}/../build/arm-sysroot)
+if(DEFINED ENV{MPEGFE_SYSROOT})
+    set(CMAKE_SYSROOT $ENV{MPEGFE_SYSROOT})
+endif()
 cmake_path(NORMAL_PATH CMAKE_SYSROOT)
 set(CMAKE_LIBRARY_ARCHITECTURE arm-linux-gnueabihf)
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
