@@ -1,4 +1,5 @@
 #include "../support/peers.h"
+#include "../support/testedService.h"
 #include "boardProcess.h"
 #include "replay/recording.h"
 
@@ -60,7 +61,7 @@ class Station {
 
     zmq::context_t context;
     testSupport::Trufios trufios{context};
-    testSupport::ChildProcess service{{MPEGFE_PROGRAM}, {}};
+    testSupport::ChildProcess service{testSupport::serviceCommand(MPEGFE_PROGRAM), {}};
     std::string console; // of the service, since its last stop
 };
 

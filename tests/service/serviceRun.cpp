@@ -1,5 +1,7 @@
 #include "serviceRun.h"
 
+#include "../support/testedService.h"
+
 #include <algorithm>
 #include <array>
 #include <csignal>
@@ -42,12 +44,13 @@ ServiceRun::ServiceRun(RunOptions runOptions) : options(std::move(runOptions)) {
 
 void ServiceRun::startService() {
     std::vector<std::string> words = options.launcher;
-    words.emplace_back(MPEGFE_PROGRAM);
+    const std::vector<std::string> command = testSupport::serviceCommand(MPEGFE_PROGRAM);
+    words.insert(words.end(), command.begin(), command.end());
     std::vector<std::string> environment = options.environment;
     // The runtime of g++'s sanitizer insists on being loaded first, which nothing here depends on.
     environment.emplace_back("ASAN_OPTIONS=verify_asan_link_order=0");
     if (options.recorded) {
-        environment.emplace_back("LD_PRELOAD=" MPEGFE_RECORDER);
+        environment.emplace_back("LD_PRELOAD=" + testSupport::serviceRecorder(MPEGFE_RECORDER));
     }
     service.emplace(words, environment);
 }

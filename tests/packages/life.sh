@@ -1,0 +1,197 @@
+# A life of the packages: installed, asked, disturbed, updated, removed, purged. For tests/packages/run, which sets the
+# variables.
+# shellcheck shell=bash disable=SC2154
+
+testLife() {
+    local before
+    before=$(filesOf)
+    install_ "$(packageFile "$own" mpegfe)" "$(packageFile "$own" mpegfe-tools)"
+    refusedCallsKill
+    serviceIsStarted
+    directoryIsForTheGroup
+    isTheOnlyOne
+    boardIsFoundOnceItsNameIsKnown
+    consoleIsInTheJournal
+    peersComeBackInEveryOrder
+    directoryComesBack
+    rebootComesBack
+    update
+    removeAndPurge "$before"
+}
+
+# All files of the machine that packages and their scripts could leave; what dpkg and systemd keep for themselves aside.
+filesOf() {
+    inside find / -xdev \( -path /proc -o -path /sys -o -path /var/lib/dpkg -o -path /var/log -o -path /var/cache \
+        -o -path /var/lib/systemd -o -path /tmp -o -path /var/tmp -o -path /run/systemd -o -path /run/log \
+        -o -path /root -o -path /etc/group- -o -path /etc/gshadow- -o -path /etc/passwd- -o -path /etc/shadow- \) -prune \
+        -o -print | sort
+    inside find /run /dev/shm -path /run/systemd -prune -o -path /run/log -prune -o -print | sort
+    inside getent passwd
+    inside getent group
+}
+
+install_() {
+    local file
+    for file in "$@"; do
+        cp "$file" "$work/upper/root/" 2>/dev/null || { mkdir -p "$work/upper/root" && cp "$file" "$work/upper/root/"; }
+    done
+    inside sh -c 'cd /root && dpkg --install *.deb && rm *.deb' >"$work/install.log" 2>&1 ||
+        fail "the packages cannot be installed: $(cat "$work/install.log")"
+}
+
+# A call that the unit's filter refuses ends the service here, so that none goes unseen.
+refusedCallsKill() {
+    inside mkdir -p /etc/systemd/system/mpegfe.service.d
+    inside sh -c 'printf "[Service]\nSystemCallErrorNumber=kill\n" >/etc/systemd/system/mpegfe.service.d/test.conf'
+    inside systemctl daemon-reload
+    inside systemctl restart mpegfe
+}
+
+pidOf() {
+    inside systemctl show --property MainPID --value "$1"
+}
+
+serviceRuns() {
+    [ "$(inside cat "/proc/$(pidOf mpegfe)/comm")" = mpegFE ]
+}
+
+serviceIsStarted() {
+    inside systemctl is-enabled mpegfe >/dev/null || fail "the service is not started with the system"
+    until_ "a service" serviceRuns
+    [ "$(inside stat --format %U "/proc/$(pidOf mpegfe)")" = mpegfe ] || fail "the service is not the user mpegfe"
+    seen "installed: the service runs as its own user"
+}
+
+directoryIsForTheGroup() {
+    [ "$(inside stat --dereference --format '%a %U %G' /run/shm/zmq)" = '2770 mpegfe mpegfe' ] ||
+        fail "/run/shm/zmq is $(inside stat --format '%a %U %G' /run/shm/zmq)"
+    [ "$(inside readlink /run/shm)" = /dev/shm ] || fail "/run/shm is no link here"
+    seen "the endpoints' directory is for user and group, behind a link too"
+}
+
+# The unit's own command, a second time.
+isTheOnlyOne() {
+    local command status=0
+    command=$(inside sed -n 's/^ExecStart=//p' /lib/systemd/system/mpegfe.service)
+    # shellcheck disable=SC2086 # words are wanted
+    inside runuser -u mpegfe -- timeout 20 $command >/dev/null || status=$?
+    [ "$status" -eq 75 ] || fail "a second service ended with $status"
+    seen "a second service does not start beside the first"
+}
+
+startBoard() {
+    cp samples/three-programs.ts "$work/upper/root/" 2>/dev/null
+    inside install -m 644 /root/three-programs.ts /var/tmp/stream.ts
+    inside sh -c 'printf "%s\n" "[Unit]" "StartLimitIntervalSec=0" "[Service]" "User=mpegfe" "Restart=always" "RestartSec=1" \
+        "ExecStart=/usr/bin/mpegfe-board /var/tmp/stream.ts" "[Install]" "WantedBy=multi-user.target" \
+        >/etc/systemd/system/test-board.service'
+    inside systemctl enable --now test-board 2>/dev/null
+}
+
+manager() {
+    inside runuser -u mpegfe -- mpegfe-manager "$@"
+}
+
+# The first request waits for the board, which comes last of all, and is answered once its name is known.
+boardIsFoundOnceItsNameIsKnown() {
+    manager pidData on --table --timeout 1 >"$work/early.txt" 2>&1 && fail "there was an answer without a board"
+    startBoard
+    manager pidData on --table --timeout 2 >"$work/early.txt" 2>&1 && fail "there was an answer without the board's name"
+    inside sh -c 'echo "127.0.0.1 mpegfe-parser" >>/etc/hosts'
+    isAnswered "the board's name has become known"
+}
+
+bringsPidList() {
+    manager pidData on --table --timeout 10 >"$work/answer.txt" && grep --quiet '^PID list: 14 PIDs' "$work/answer.txt"
+}
+
+# isAnswered "WHAT HAS HAPPENED"
+isAnswered() {
+    until_ "an answer after $1" bringsPidList
+    manager pidData off --timeout 20 >/dev/null || fail "no end of a session after $1"
+    seen "answered: $1"
+}
+
+consoleIsInTheJournal() {
+    local lines
+    lines=$(inside journalctl --unit mpegfe --output cat)
+    for line in 'PIDs sent to Client' 'GUI Requests All PIDs' 'Stop MPEG, Wait for new Command'; do
+        grep --quiet --line-regexp --fixed-strings "$line" <<<"$lines" || fail "the journal has no line '$line'"
+    done
+    inside journalctl --unit mpegfe --output export | grep -q '^SYSLOG_IDENTIFIER=mpegFE$' || fail "lines of the journal are not mpegFE's"
+    seen "the journal has the console line by line"
+}
+
+killService() {
+    inside systemctl kill --signal KILL mpegfe
+}
+
+killBoard() {
+    inside systemctl kill --signal KILL test-board
+}
+
+# One that waits for its answer.
+killManager() {
+    manager pidData on --timeout 60 >/dev/null 2>&1 &
+    until_ "a manager" inside pidof mpegfe-manager
+    inside pidof mpegfe-manager | xargs --no-run-if-empty nsenter --target "$init" --pid -- kill -KILL
+    wait $! || true
+}
+
+peersComeBackInEveryOrder() {
+    local order one
+    for order in 'Service Board Manager' 'Service Manager Board' 'Board Service Manager' 'Board Manager Service' \
+        'Manager Service Board' 'Manager Board Service'; do
+        for one in $order; do
+            "kill$one"
+        done
+        isAnswered "killed: $order"
+    done
+}
+
+directoryComesBack() {
+    inside rm -rf /run/shm/zmq
+    inside systemctl restart mpegfe
+    inside systemctl restart test-board
+    directoryIsForTheGroup >/dev/null
+    isAnswered "the directory was removed, and the service restarted"
+}
+
+rebootComesBack() {
+    halt
+    boot
+    until_ "a service" serviceRuns
+    directoryIsForTheGroup >/dev/null
+    isAnswered "the machine was started again"
+}
+
+# The same packages with a higher version.
+update() {
+    local package folder before
+    before=$(pidOf mpegfe)
+    for package in mpegfe mpegfe-tools; do
+        folder=$work/next/$package
+        rm -rf "$folder"
+        mkdir -p "$work/next"
+        dpkg-deb --raw-extract "$(packageFile "$own" "$package")" "$folder"
+        sed -i 's/^Version: .*/&+next/' "$folder/DEBIAN/control"
+        dpkg-deb --root-owner-group --build "$folder" "$work/next/$package.deb" >/dev/null
+    done
+    install_ "$work/next/mpegfe.deb" "$work/next/mpegfe-tools.deb"
+    until_ "a service" serviceRuns
+    [ "$(pidOf mpegfe)" != "$before" ] || fail "the service of before the update runs on"
+    isAnswered "updated"
+}
+
+removeAndPurge() {
+    local left
+    inside systemctl disable --now test-board 2>/dev/null
+    inside rm -rf /etc/systemd/system/test-board.service /etc/systemd/system/mpegfe.service.d /root/three-programs.ts
+    inside sed -i '/mpegfe-parser/d' /etc/hosts
+    inside dpkg --remove mpegfe mpegfe-tools >"$work/remove.log" 2>&1 || fail "cannot be removed: $(cat "$work/remove.log")"
+    inside pidof mpegFE && fail "the service outlives its package"
+    inside dpkg --purge mpegfe mpegfe-tools >"$work/purge.log" 2>&1 || fail "cannot be purged: $(cat "$work/purge.log")"
+    left=$(diff <(echo "$1") <(filesOf) || true)
+    [ -z "$left" ] || fail "left behind after the purge: $left"
+    seen "removed and purged: nothing is left behind"
+}
