@@ -21,7 +21,7 @@ struct Options {
     std::chrono::seconds timeout = tunables::timeout; // for each message
     // How often the request is repeated; nothing when it is made once.
     std::optional<std::chrono::seconds> watchPeriod;
-    std::optional<std::string> webAddress;            // where to serve the page, instead of all that
+    std::optional<std::string> webAddress; // where to serve the page, instead of all that
 };
 
 // Reads the command line. Nothing when it was --help or --version, which are then printed on standard output.

@@ -1,9 +1,9 @@
 #include "printer.h"
 
 #include "documents/documentReader.h"
+#include "terminal/documentTable.h"
 #include "text/displayText.h"
 #include "text/documentJson.h"
-#include "terminal/documentTable.h"
 
 #include "wire/endpoints.h"
 

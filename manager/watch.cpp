@@ -3,8 +3,8 @@
 #include "waiting.h"
 
 #include "documents/documentReader.h"
-#include "text/displayText.h"
 #include "terminal/watchScreen.h"
+#include "text/displayText.h"
 
 #include "companions/stopSignals.h"
 
