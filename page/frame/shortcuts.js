@@ -13,6 +13,8 @@ export function startShortcuts(actions, onOff) {
     const target = /** @type {HTMLElement} */ (event.target);
     if (event.ctrlKey || event.altKey || event.metaKey || document.querySelector('dialog[open]')) return;
     if (event.key === 'Escape' && target.matches('input[type="search"]')) {
+      // A browser would empty it.
+      event.preventDefault();
       target.blur();
       return;
     }

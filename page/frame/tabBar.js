@@ -37,9 +37,7 @@ function safelyDecoded(text) {
  */
 export function startTabs(bar, main, tabs, onOpen) {
   const names = Object.keys(tabs);
-  const buttons = new Map(
-    names.map((name) => [name, /** @type {HTMLElement} */ (document.getElementById(`tab-${name}`))]),
-  );
+  const buttons = new Map(names.map((name) => [name, /** @type {HTMLElement} */ (document.getElementById(`tab-${name}`))]));
   let current = '';
 
   function followAddress() {

@@ -45,7 +45,9 @@ const written = new WeakMap();
 export function setText(node, text) {
   if (written.get(node) === text) return;
   written.set(node, text);
-  node.textContent = text;
+  // A text that is changed is cheaper than another one.
+  if (node.firstChild instanceof Text && node.firstChild === node.lastChild) node.firstChild.data = text;
+  else node.textContent = text;
 }
 
 /**

@@ -91,7 +91,12 @@ export function liveTable(label, columns, { keyOf, makeRow, sortedBy }) {
   }
 
   return {
-    element: element('table', { class: 'live', role: 'grid', 'aria-label': label }, element('thead', {}, element('tr', {}, ...heads)), body),
+    element: element(
+      'table',
+      { class: 'live', role: 'grid', 'aria-label': label },
+      element('thead', {}, element('tr', {}, ...heads)),
+      body,
+    ),
     body,
     /**
      * Shows exactly these rows.

@@ -81,8 +81,12 @@ export async function makePlot(box, { onZoom, onPoint }) {
             strokeWidth: 1.5,
             axes: { y: { axisLabelWidth: 56, axisLabelFormatter: axisText } },
             zoomCallback: onZoom,
-            highlightCallback: (/** @type {any} */ _event, /** @type {number} */ _x, /** @type {any} */ _points, /** @type {number} */ row) =>
-              onPoint(row),
+            highlightCallback: (
+              /** @type {any} */ _event,
+              /** @type {number} */ _x,
+              /** @type {any} */ _points,
+              /** @type {number} */ row,
+            ) => onPoint(row),
             unhighlightCallback: () => onPoint(null),
           })
         );

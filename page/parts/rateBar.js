@@ -29,5 +29,5 @@ export function rateBar() {
 export function fullScale(value) {
   if (!(value > 0) || !Number.isFinite(value)) return 1;
   const power = 10 ** Math.floor(Math.log10(value));
-  return (/** @type {number} */ ([1, 2, 5, 10].find((step) => step * power >= value))) * power;
+  return /** @type {number} */ ([1, 2, 5, 10].find((step) => step * power >= value)) * power;
 }

@@ -24,16 +24,16 @@ export function calmOrder(shown, rows, compare) {
 /**
  * Compares by one value of each, texts by the language's rules, nothing last; equal ones by their keys.
  * @template R
- * @param {(row: R) => string | number | boolean | null} valueOf
+ * @param {(row: R) => string | number | boolean | null} sortBy
  * @param {(row: R) => number} keyOf
  * @param {boolean} descending
  * @returns {(a: R, b: R) => number}
  */
-export function comparison(valueOf, keyOf, descending) {
+export function comparison(sortBy, keyOf, descending) {
   const direction = descending ? -1 : 1;
   return (a, b) => {
-    const one = valueOf(a);
-    const other = valueOf(b);
+    const one = sortBy(a);
+    const other = sortBy(b);
     if ((one === null) !== (other === null)) return one === null ? 1 : -1;
     const order =
       typeof one === 'string' && typeof other === 'string' ? COLLATOR.compare(one, other) : Number(one) - Number(other);

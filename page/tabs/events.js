@@ -55,7 +55,12 @@ function saysOf({ text, was }) {
  * @returns {Tab}
  */
 export function eventsTab(view) {
-  const filter = element('input', { type: 'search', placeholder: 'PID, program, text', 'aria-label': 'Filter the events', maxlength: '60' });
+  const filter = element('input', {
+    type: 'search',
+    placeholder: 'PID, program, text',
+    'aria-label': 'Filter the events',
+    maxlength: '60',
+  });
   const boxes = new Map(ABOUTS.map((about) => [about, element('input', { type: 'checkbox', checked: true })]));
   const count = element('span', { class: 'muted' });
   const nothing = element('p', { class: 'nothing' });
@@ -72,7 +77,12 @@ export function eventsTab(view) {
         'tr',
         {},
         element('td', { class: 'time' }, whenText(event.time, view.now())),
-        element('td', { class: 'what' }, element('span', { class: 'sign', 'data-about': about, 'aria-hidden': 'true' }, sign), ` ${says}`),
+        element(
+          'td',
+          { class: 'what' },
+          element('span', { class: 'sign', 'data-about': about, 'aria-hidden': 'true' }, sign),
+          ` ${says}`,
+        ),
         element('td', { class: 'about' }, ...links),
         element('td', { class: 'text' }, element('bdi', {}, saysOf(event))),
       ),
@@ -108,7 +118,7 @@ export function eventsTab(view) {
       'section',
       { class: 'tab' },
       element(
-        'form',
+        'div',
         { class: 'controls', role: 'search' },
         filter,
         ...[...boxes].map(([about, box]) => element('label', {}, box, ` ${about}`)),

@@ -5,7 +5,7 @@
 /** @import {View} from './view.js' */
 /** @import {Tab} from '../frame/tabBar.js' */
 import { element, link, setAttribute, setLink, setText } from '../parts/element.js';
-import { hexText, nameText, NOTHING, rateText, shareText, visibleText, whenText } from '../parts/format.js';
+import { hexText, NOTHING, nameText, rateText, shareText, visibleText, whenText } from '../parts/format.js';
 import { liveTable } from '../parts/liveTable.js';
 import { fullScale, rateBar } from '../parts/rateBar.js';
 import { sparkline } from '../parts/sparkline.js';
@@ -39,7 +39,12 @@ export function pidsTab(view) {
   let chosen = -1;
   let wanted = -1;
 
-  const filter = element('input', { type: 'search', placeholder: 'PID, type, program, name', 'aria-label': 'Filter the PIDs', maxlength: '60' });
+  const filter = element('input', {
+    type: 'search',
+    placeholder: 'PID, type, program, name',
+    'aria-label': 'Filter the PIDs',
+    maxlength: '60',
+  });
   const kind = element('select', { 'aria-label': 'Kind of PID' }, element('option', { value: '' }, 'All kinds'));
   kind.append(...KINDS.map(([value, name]) => element('option', { value }, name)));
   const scrambledOnly = element('input', { type: 'checkbox' });
@@ -78,7 +83,11 @@ export function pidsTab(view) {
     function showFacts(pid) {
       setText(type, typeName(pid));
       setAttribute(type, 'data-kind', typeKind(pid));
-      setLink(program, pid.programNumber ? `#programs/${pid.programNumber}` : null, pid.programNumber ? String(pid.programNumber) : NOTHING);
+      setLink(
+        program,
+        pid.programNumber ? `#programs/${pid.programNumber}` : null,
+        pid.programNumber ? String(pid.programNumber) : NOTHING,
+      );
       setText(name, visibleText(pid.serviceName));
       setAttribute(row, 'class', pid.gone ? 'gone' : null);
       setText(scrambling, pid.gone ? `last seen ${whenText(pid.lastSeen, view.now())}` : pid.scrambled ? 'scrambled' : 'clear');
@@ -115,7 +124,8 @@ export function pidsTab(view) {
     if (kind.value && typeKind(pid) !== kind.value) return false;
     if (scrambledOnly.checked && !pid.scrambled) return false;
     return (
-      !filter.value || matches(filter.value, [pid.pid, hexText(pid.pid), typeName(pid), pid.programNumber || '', visibleText(pid.serviceName)])
+      !filter.value ||
+      matches(filter.value, [pid.pid, hexText(pid.pid), typeName(pid), pid.programNumber || '', visibleText(pid.serviceName)])
     );
   }
 
@@ -156,7 +166,7 @@ export function pidsTab(view) {
       'section',
       { class: 'tab' },
       element(
-        'form',
+        'div',
         { class: 'controls', role: 'search' },
         filter,
         kind,

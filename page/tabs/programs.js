@@ -5,7 +5,7 @@
 /** @import {View} from './view.js' */
 /** @import {Tab} from '../frame/tabBar.js' */
 import { element, link, setAttribute, setText } from '../parts/element.js';
-import { durationText, hexText, nameText, NOTHING, rateText, visibleText, whenText } from '../parts/format.js';
+import { durationText, hexText, NOTHING, nameText, rateText, visibleText, whenText } from '../parts/format.js';
 import { liveTable } from '../parts/liveTable.js';
 import { fullScale, rateBar } from '../parts/rateBar.js';
 import { factList, simpleTable } from '../parts/simpleTable.js';
@@ -46,7 +46,12 @@ export function programsTab(view) {
   let full = 1;
   let chosen = -1;
   let wanted = -1;
-  const filter = element('input', { type: 'search', placeholder: 'Number, name, provider', 'aria-label': 'Filter the programs', maxlength: '60' });
+  const filter = element('input', {
+    type: 'search',
+    placeholder: 'Number, name, provider',
+    'aria-label': 'Filter the programs',
+    maxlength: '60',
+  });
   const count = element('span', { class: 'muted' });
   const nothing = element('p', { class: 'nothing' });
   const detail = programDetail(view);
@@ -141,7 +146,7 @@ export function programsTab(view) {
     'section',
     { class: 'tab split' },
     element(
-      'form',
+      'div',
       { class: 'controls', role: 'search' },
       filter,
       element('a', { href: 'api/csv/programs', download: 'programs.csv' }, 'CSV'),
@@ -276,7 +281,9 @@ function components(value) {
   const { video, audio, privateData, ecm } = value;
   /** @type {Node[]} */
   const parts = [element('h3', {}, 'Video')];
-  parts.push(video ? factList(videoFacts(video)) : element('p', { class: 'muted' }, 'The program has no video, or none is known yet.'));
+  parts.push(
+    video ? factList(videoFacts(video)) : element('p', { class: 'muted' }, 'The program has no video, or none is known yet.'),
+  );
   parts.push(
     element('h3', {}, 'Audio'),
     simpleTable(

@@ -38,7 +38,11 @@ export function ratesTab(view) {
   /** @type {number | null} */
   let pointed = null;
 
-  const box = element('div', { class: 'plot', role: 'img', 'aria-label': 'Rates over time; the table below has them as numbers' });
+  const box = element('div', {
+    class: 'plot',
+    role: 'img',
+    'aria-label': 'Rates over time; the table below has them as numbers',
+  });
   const problem = element('p', { class: 'nothing' });
   const legend = element('tbody');
   const when = element('th', { scope: 'col', class: 'rate' }, 'Now');
@@ -91,7 +95,11 @@ export function ratesTab(view) {
     const picture = view.picture();
     const pids = [...(picture?.pids.values() ?? [])].sort((a, b) => a.pid - b.pid);
     const programs = [...(picture?.programs.values() ?? [])].sort((a, b) => a.programNumber - b.programNumber);
-    const options = [...ALWAYS_THERE, ...programs.map((one) => `program-${one.programNumber}`), ...pids.map((one) => `pid-${one.pid}`)];
+    const options = [
+      ...ALWAYS_THERE,
+      ...programs.map((one) => `program-${one.programNumber}`),
+      ...pids.map((one) => `pid-${one.pid}`),
+    ];
     const state = options.join();
     if (adder.dataset.state === state || document.activeElement === adder) return;
     adder.dataset.state = state;
@@ -116,7 +124,12 @@ export function ratesTab(view) {
     for (const [i, { name, title, cells }] of legendRows.entries()) {
       setText(title, titleOf(name));
       const figures = summary(samples, i + 1, from, to);
-      const values = [row < 0 ? null : /** @type {number | null} */ (samples[row][i + 1]), figures?.least, figures?.mean, figures?.most];
+      const values = [
+        row < 0 ? null : /** @type {number | null} */ (samples[row][i + 1]),
+        figures?.least,
+        figures?.mean,
+        figures?.most,
+      ];
       for (const [c, cell] of cells.entries()) setText(cell, rateText(values[c]));
     }
     for (const [i, button] of spans.entries()) setAttribute(button, 'aria-pressed', String(!zoomed && SPANS[i][1] === span));
@@ -177,7 +190,14 @@ export function ratesTab(view) {
     element: element(
       'section',
       { class: 'tab rates' },
-      element('div', { class: 'controls' }, ...spans, hold, adder, element('span', { class: 'muted' }, 'Drag over the plot to zoom in, Shift and drag to move')),
+      element(
+        'div',
+        { class: 'controls' },
+        ...spans,
+        hold,
+        adder,
+        element('span', { class: 'muted' }, 'Drag over the plot to zoom in, Shift and drag to move'),
+      ),
       problem,
       box,
       element(

@@ -4,7 +4,17 @@
 /** @import {View} from './view.js' */
 /** @import {Tab} from '../frame/tabBar.js' */
 import { element, link, setAttribute, setText } from '../parts/element.js';
-import { dayText, durationText, hexText, minuteText, nameText, NOTHING, rateText, timeText, visibleText } from '../parts/format.js';
+import {
+  dayText,
+  durationText,
+  hexText,
+  minuteText,
+  NOTHING,
+  nameText,
+  rateText,
+  timeText,
+  visibleText,
+} from '../parts/format.js';
 import { factList, simpleTable } from '../parts/simpleTable.js';
 import { scheduleOf, utcTime } from '../picture/clock.js';
 import { descriptorName } from '../picture/codes.js';
@@ -95,7 +105,11 @@ function sdtContent({ value }) {
     ]),
     simpleTable(
       ['Service', 'Provider', 'CA'],
-      value.services.map((/** @type {any} */ one) => [nameText(one.name), visibleText(one.provider), one.freeCaMode ? 'CA' : 'free']),
+      value.services.map((/** @type {any} */ one) => [
+        nameText(one.name),
+        visibleText(one.provider),
+        one.freeCaMode ? 'CA' : 'free',
+      ]),
       'The stream has no SDT, or none has been read yet.',
     ),
   ];
@@ -167,7 +181,10 @@ function tdtContent({ value, time }) {
   const difference = said === null ? null : said - time;
   return [
     factList([
-      ['The stream says', said === null ? `${visibleText(value.date)} ${visibleText(value.timeOfDay)}` : `${dayText(said)}, ${timeText(said)}`],
+      [
+        'The stream says',
+        said === null ? `${visibleText(value.date)} ${visibleText(value.timeOfDay)}` : `${dayText(said)}, ${timeText(said)}`,
+      ],
       ['The machine said', machine],
       ['Difference', difference === null ? 'the stream tells no time' : differenceText(difference)],
       ['In UTC', `${visibleText(value.date) || NOTHING} ${visibleText(value.timeOfDay)}`],
@@ -175,7 +192,11 @@ function tdtContent({ value, time }) {
       ['Table', hexText(value.tableId, 2)],
       ['Rate', rateText(value.rateBitPerSecond)],
     ]),
-    element('p', { class: 'muted' }, 'A stream sends its time every 30 s at the least, and the newest is shown: it may lag by so much.'),
+    element(
+      'p',
+      { class: 'muted' },
+      'A stream sends its time every 30 s at the least, and the newest is shown: it may lag by so much.',
+    ),
   ];
 }
 
@@ -208,7 +229,9 @@ export function tablesTab(view) {
     const isSame = JSON.stringify(found?.value) === JSON.stringify(shown?.value) && found && shown;
     shown = found;
     if (isSame && chosen !== 'TDT') return;
-    content.replaceChildren(...(found?.value ? TABLES[chosen].content({ value: found.value, time: found.time, now: view.now() }) : []));
+    content.replaceChildren(
+      ...(found?.value ? TABLES[chosen].content({ value: found.value, time: found.time, now: view.now() }) : []),
+    );
   }
 
   return {

@@ -5,14 +5,18 @@ import { rateText } from '../../../page/parts/format.js';
 import { HOSTILE_NAMES, madeDocuments } from '../support/feed.js';
 import { openPage, rowsOf, seeText } from '../support/openPage.js';
 
-const pidsOf = async (/** @type {import('playwright-core').Page} */ page) => (await rowsOf(page)).map(([pid]) => Number.parseInt(pid, 10));
+const pidsOf = async (/** @type {import('playwright-core').Page} */ page) =>
+  (await rowsOf(page)).map(([pid]) => Number.parseInt(pid, 10));
 
 test('rows that are sorted by rate do not jump while the rates change', async () => {
   const { page, feed, manager, tick } = await openPage();
   await page.getByRole('button', { name: 'Rate' }).click();
   const order = await pidsOf(page);
   const rates = order.map((pid) => feed.pids.get(pid)?.rateBitPerSecond ?? 0);
-  assert.deepEqual(rates, [...rates].sort((a, b) => b - a));
+  assert.deepEqual(
+    rates,
+    [...rates].sort((a, b) => b - a),
+  );
   const slowest = /** @type {any} */ (feed.pids.get(order[order.length - 1]));
   tick();
   manager.send({ version: 99, time: Date.now(), pids: [{ ...slowest, rateBitPerSecond: 9e9 }] });
@@ -67,7 +71,10 @@ test('grouped by program, each group has its heading', async () => {
   assert.deepEqual(headings, ['Of no program', '101 Порт ТВ', '102 Télé Médiane', '103 Radio Küste']);
   const rows = await rowsOf(page);
   const second = rows.findIndex(([cell]) => cell.startsWith('101 '));
-  assert.deepEqual(rows.slice(second + 1, second + 4).map(([pid]) => Number.parseInt(pid, 10)), [273, 274, 275]);
+  assert.deepEqual(
+    rows.slice(second + 1, second + 4).map(([pid]) => Number.parseInt(pid, 10)),
+    [273, 274, 275],
+  );
 });
 
 test('names are text, whatever they hold', async () => {
@@ -109,7 +116,10 @@ for (const width of [360, 768, 1440, 2560]) {
         location.hash = hash;
       }, place);
       await page.locator(`#tab-${place.split('/')[0]}[aria-selected="true"]`).waitFor();
-      const wide = await page.evaluate(() => [document.documentElement.scrollWidth, document.querySelector('main')?.scrollWidth ?? 0]);
+      const wide = await page.evaluate(() => [
+        document.documentElement.scrollWidth,
+        document.querySelector('main')?.scrollWidth ?? 0,
+      ]);
       assert.ok(Math.max(...wide) <= width, `${place}: ${wide}`);
     }
   });

@@ -42,7 +42,15 @@ test('the list of programs is the document', async () => {
     one.allScrambled ? 'scrambled' : 'clear',
   ]);
   assert.deepEqual(
-    shown.map(([number, name, provider, , count, rate, , , , ca, scrambled]) => [number, name, provider, count, rate, ca, scrambled]),
+    shown.map(([number, name, provider, , count, rate, , , , ca, scrambled]) => [
+      number,
+      name,
+      provider,
+      count,
+      rate,
+      ca,
+      scrambled,
+    ]),
     expected,
   );
 });
@@ -55,7 +63,8 @@ test('a click on a program brings its components, which are looked at', async ()
   manager.send(feed.bringDocument('pgmDetail:2', Date.now()));
   await page.locator('.detail h3', { hasText: 'Video' }).waitFor();
   const facts = await page.locator('.detail dd').allTextContents();
-  for (const fact of ['289 0x0121', 'MPEG-2', '352 × 288', '25.00 per second', 'Main @ Main']) assert.ok(facts.includes(fact), fact);
+  for (const fact of ['289 0x0121', 'MPEG-2', '352 × 288', '25.00 per second', 'Main @ Main'])
+    assert.ok(facts.includes(fact), fact);
   const audio = await rowsOf(page, '.detail .wide:first-of-type table');
   assert.deepEqual(audio[0], ['290 0x0122', 'fra', 'MPEG1', '128 kbit/s', '48 kHz', 'Stereo', 'clear']);
   assert.deepEqual(audio[1], ['291 0x0123', 'eng', 'MPEG1', '96 kbit/s', '48 kHz', 'Stereo', 'clear']);
@@ -83,7 +92,10 @@ for (const [table, cells] of /** @type {[string, string[]][]} */ ([
     manager.send(feed.bringDocument(table, Date.now()));
     await page.locator('.content table').first().waitFor();
     const rows = await rowsOf(page, '.content table');
-    assert.ok(rows.some((row) => JSON.stringify(row) === JSON.stringify(cells)), JSON.stringify(rows));
+    assert.ok(
+      rows.some((row) => JSON.stringify(row) === JSON.stringify(cells)),
+      JSON.stringify(rows),
+    );
     const facts = await page.locator('.content dd').allTextContents();
     assert.ok(facts.includes(rateText(documents[table].value.rateBitPerSecond)));
     assert.deepEqual(complaints, []);
@@ -131,7 +143,9 @@ test('events stand with the newest first, and lead to what they are about', asyn
   const { page, manager, feed } = await openPage({ place: '#events' });
   manager.send(feed.loosePid(290, Date.now()));
   await seeText(page, '.events tbody tr:first-child .what', '− PID gone');
-  const links = await page.locator('.events tbody tr:first-child .about a').evaluateAll((all) => all.map((a) => a.getAttribute('href')));
+  const links = await page
+    .locator('.events tbody tr:first-child .about a')
+    .evaluateAll((all) => all.map((a) => a.getAttribute('href')));
   assert.deepEqual(links, ['#pids/290', '#programs/102']);
   await page.getByLabel('Programs').uncheck();
   await page.getByRole('searchbox').fill('gone');

@@ -63,7 +63,11 @@ export function madeDocuments(pidCount, programCount, nameOf) {
     freeCaMode: i % 3 === 0,
     allScrambled: i % 6 === 0,
   }));
-  const tables = [0, 1, 16, 17, 18, 20].map((pid, i) => ({ pid, type: 8, description: ['PAT', 'CAT', 'NIT', 'SDT', 'EIT', 'TDT'][i] }));
+  const tables = [0, 1, 16, 17, 18, 20].map((pid, i) => ({
+    pid,
+    type: 8,
+    description: ['PAT', 'CAT', 'NIT', 'SDT', 'EIT', 'TDT'][i],
+  }));
   const types = [
     [1, 'PMT'],
     [5, 'VID+PCR'],
@@ -88,15 +92,17 @@ export function madeDocuments(pidCount, programCount, nameOf) {
     type: [3, 2, 9, 10, 12][i % 5],
     description: ['PCR', 'PMT+ECM', 'EMM', 'ECM', 'Unk'][i % 5],
   }));
-  const pids = [...tables, ...own, ...rest, { pid: 8191, type: 11, description: 'NULL', rateBitPerSecond: 864603 }].map((pid, place) => ({
-    place,
-    programNumber: 0,
-    patIndex: 0,
-    pmtPid: 0,
-    rateBitPerSecond: 9000 + place,
-    scrambled: false,
-    ...pid,
-  }));
+  const pids = [...tables, ...own, ...rest, { pid: 8191, type: 11, description: 'NULL', rateBitPerSecond: 864603 }].map(
+    (pid, place) => ({
+      place,
+      programNumber: 0,
+      patIndex: 0,
+      pmtPid: 0,
+      rateBitPerSecond: 9000 + place,
+      scrambled: false,
+      ...pid,
+    }),
+  );
   const rate = pids.reduce((sum, pid) => sum + pid.rateBitPerSecond, 0);
   const documents = sampleDocuments();
   documents.pidData.value = { dataStream: 'pidData', pidCount: pids.length, rateBitPerSecond: rate, pids };
@@ -159,7 +165,9 @@ export function makeFeed(documents, start, seed = 1) {
   const events = [
     event('newStream', { text: `${pids.size} PIDs` }, firstSeen),
     ...[...programs.values()].map((one) => event('programCame', { programNumber: one.programNumber, text: one.name }, firstSeen)),
-    ...[...pids.values()].map((one) => event('pidCame', { pid: one.pid, programNumber: one.programNumber || undefined, text: one.description }, firstSeen + 1000)),
+    ...[...pids.values()].map((one) =>
+      event('pidCame', { pid: one.pid, programNumber: one.programNumber || undefined, text: one.description }, firstSeen + 1000),
+    ),
   ];
   const stream = () => ({
     state: /** @type {'running'} */ ('running'),

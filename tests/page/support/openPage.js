@@ -92,5 +92,7 @@ export async function seeText(page, selector, text) {
 export function rowsOf(page, table = 'table.live') {
   return page
     .locator(`${table} tbody tr`)
-    .evaluateAll((rows) => rows.map((row) => [...row.children].map((cell) => (cell.textContent ?? '').replace(/\s+/g, ' ').trim())));
+    .evaluateAll((rows) =>
+      rows.map((row) => [...row.children].map((cell) => (cell.textContent ?? '').replace(/\s+/g, ' ').trim())),
+    );
 }

@@ -56,7 +56,8 @@ test('an empty name is said to be', () => {
 
 test('a full scale is a round number that is not less', () => {
   assert.deepEqual([0.9, 1, 1.1, 3e6, 5e6, 5.1e6].map(fullScale), [1, 1, 2, 5e6, 5e6, 1e7]);
-  for (const nothing of [0, -1, Number.NaN, Number.NEGATIVE_INFINITY, Number.POSITIVE_INFINITY]) assert.equal(fullScale(nothing), 1);
+  for (const nothing of [0, -1, Number.NaN, Number.NEGATIVE_INFINITY, Number.POSITIVE_INFINITY])
+    assert.equal(fullScale(nothing), 1);
 });
 
 test('a sparkline has gaps where nothing is known', () => {

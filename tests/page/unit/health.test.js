@@ -51,7 +51,12 @@ test('without a connection nothing is known of service and board', () => {
 
 test('times of tables are UTC, and garbage is no time', () => {
   assert.equal(utcTime('2025-11-21', '12:01:03'), Date.UTC(2025, 10, 21, 12, 1, 3));
-  for (const [date, time] of [['2025-11-21', '25:xx:00'], ['2025-13-41', '12:00:00'], ['', '12:00:00'], ['2025-11-21', '']]) {
+  for (const [date, time] of [
+    ['2025-11-21', '25:xx:00'],
+    ['2025-13-41', '12:00:00'],
+    ['', '12:00:00'],
+    ['2025-11-21', ''],
+  ]) {
     assert.equal(utcTime(date, time), null);
   }
   assert.equal(secondsOf('01:30:00'), 5400);
@@ -66,7 +71,10 @@ test('a schedule is in the order of its starts, with what has no time last', () 
     { name: 'early', date: '2025-11-21', startTime: '23:50:00', duration: '00:20:00' },
   ];
   const schedule = scheduleOf(events);
-  assert.deepEqual(schedule.map(({ event }) => event.name), ['early', 'late', 'never']);
+  assert.deepEqual(
+    schedule.map(({ event }) => event.name),
+    ['early', 'late', 'never'],
+  );
   assert.equal(schedule[0].end, schedule[1].start);
   assert.equal(schedule[2].end, null);
 });

@@ -8,7 +8,9 @@ const START = Date.UTC(2026, 0, 1);
 
 /** @param {Record<number, number | null>} rates of PIDs @param {number} total */
 function pictureWith(rates, total) {
-  const pids = /** @type {any} */ (Object.entries(rates).map(([pid, rateBitPerSecond]) => ({ pid: Number(pid), rateBitPerSecond, gone: false })));
+  const pids = /** @type {any} */ (
+    Object.entries(rates).map(([pid, rateBitPerSecond]) => ({ pid: Number(pid), rateBitPerSecond, gone: false }))
+  );
   return pictureOf({
     version: 1,
     time: START,
@@ -64,7 +66,10 @@ test('a PID that comes late has no samples before', () => {
   const history = emptyHistory();
   takeSample(history, pictureWith({}, 1), START + 1000);
   takeSample(history, pictureWith({ 7: 3 }, 1), START + 2000);
-  assert.deepEqual(sampleRows(history, ['pid-7']).map((row) => row[1]), [null, 3]);
+  assert.deepEqual(
+    sampleRows(history, ['pid-7']).map((row) => row[1]),
+    [null, 3],
+  );
 });
 
 test('what the manager kept is taken over, its newest when it is more than the rings hold', () => {
@@ -99,15 +104,21 @@ test('a point of a sparkline is the mean of its samples', () => {
 test('a series without null packets is the total less theirs', () => {
   const times = [START, START + 1000];
   const history = historyOf({ times, total: [10, 10], pids: { 8191: [4, null] }, programs: { 1: [3, 3] } });
-  assert.deepEqual(sampleRows(history, ['total', 'withoutNull', 'program-1']).map((row) => row.slice(1)), [
-    [10, 6, 3],
-    [10, 10, 3],
-  ]);
+  assert.deepEqual(
+    sampleRows(history, ['total', 'withoutNull', 'program-1']).map((row) => row.slice(1)),
+    [
+      [10, 6, 3],
+      [10, 10, 3],
+    ],
+  );
 });
 
 test('no line crosses a time of which nothing is known', () => {
   const history = historyOf({ times: [START, START + 1000, START + 60_000], total: [1, 2, 3], pids: {}, programs: {} });
-  assert.deepEqual(sampleRows(history, ['total']).map((row) => row[1]), [1, 2, null, 3]);
+  assert.deepEqual(
+    sampleRows(history, ['total']).map((row) => row[1]),
+    [1, 2, null, 3],
+  );
 });
 
 test('a summary looks at what is in its span and has a value', () => {
