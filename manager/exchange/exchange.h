@@ -33,8 +33,8 @@ enum class ServiceState {
 };
 
 struct ServiceCondition {
-    ServiceState state;
-    Time since; // of the message that led to it, or of the exchange's beginning
+    ServiceState state = ServiceState::absent;
+    Time since{}; // of the message that led to it, or of the exchange's beginning
 };
 
 // What an exchange tells while it steps. A document answers the order when it comes after the acknowledgement
