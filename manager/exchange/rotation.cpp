@@ -40,10 +40,10 @@ std::optional<Request> requestNamed(std::string_view name) {
     if (isDetail != (mark != std::string_view::npos)) {
         return std::nullopt;
     }
+    const std::string_view value = isDetail ? name.substr(mark + 1) : std::string_view("on");
+    const bool isPadded = value.size() > 1 && (value.front() == '0' || value.front() == '-');
     try {
-        const Request request =
-            makeRequest(name.substr(0, mark), isDetail ? name.substr(mark + 1) : std::string_view("on"));
-        return nameOf(request) == name ? std::optional(request) : std::nullopt;
+        return isPadded ? std::nullopt : std::optional(makeRequest(name.substr(0, mark), value));
     } catch (const ManagerError&) {
         return std::nullopt;
     }

@@ -53,8 +53,8 @@ class EventStreams {
         bool isDropped = false;
     };
 
-    static ssize_t read(void* stream, std::uint64_t position, char* buffer, std::size_t room);
-    static void close(void* stream);
+    static ssize_t read(void* closure, std::uint64_t position, char* buffer, std::size_t room);
+    static void close(void* closure);
     static void wake(Stream& stream);
     static void drop(Stream& stream);
 

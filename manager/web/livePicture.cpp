@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <ranges>
 #include <utility>
 #include <variant>
 
@@ -125,8 +124,11 @@ void writeDocuments(JsonText& json, const Documents& documents) {
 }
 
 std::set<int> keysOf(const auto& rows) {
-    const auto keys = std::views::keys(rows);
-    return {keys.begin(), keys.end()};
+    std::set<int> keys;
+    for (const auto& [number, row] : rows) {
+        keys.insert(number);
+    }
+    return keys;
 }
 
 // Writes what is told no more, and what is told instead.

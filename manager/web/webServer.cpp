@@ -191,6 +191,13 @@ void WebServer::step() {
     MHD_run(daemon.get());
 }
 
+bool WebServer::adopt(Descriptor connection) {
+    sockaddr_storage nobody{};
+    nobody.ss_family = AF_UNIX;
+    return MHD_add_connection(daemon.get(), connection.release(), reinterpret_cast<const sockaddr*>(&nobody),
+                              sizeof(sa_family_t)) == MHD_YES;
+}
+
 // What can be sent at once is sent in the next step.
 void WebServer::publish(const EventText& message) {
     eventStreams.publish(message);

@@ -41,6 +41,9 @@ class WebServer {
     // Does what can be done without waiting.
     void step();
 
+    // Serves a connection that somebody else has taken. False when there is no room for it.
+    bool adopt(Descriptor connection);
+
     // To every stream of events.
     void publish(const EventText& message);
 

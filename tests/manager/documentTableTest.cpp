@@ -1,7 +1,7 @@
 #include "terminal/documentTable.h"
 #include "documents/documentReader.h"
-#include "text/displayText.h"
 #include "terminal/textTable.h"
+#include "text/displayText.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>

@@ -14,6 +14,7 @@
 #include <gtest/gtest.h>
 #include <memory>
 #include <poll.h>
+#include <pty.h>
 #include <string>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -197,6 +198,52 @@ TEST_F(Manager, printsATableAndNothingElse) {
                                     "\n"
                                     "  PID  hex  type  program  index  PMT PID  rate  scrambled\n"
                                     "exit code 0\n");
+}
+
+TEST_F(Manager, printsJsonAndNothingElse) {
+    const auto manager = start({"PAT", "on", "--json", "--documents", "3"});
+    ScriptedService service;
+    service.takeRequest();
+    service.reply(ack);
+    for (const char* const document : {patOfTwo, emptyPidList, radioDetail, "hello", emptyPat}) {
+        service.sendDocument({document});
+        EXPECT_EQ(service.takeAcknowledgement(), ack);
+    }
+    service.sendDocument({R"({"requestReply":"dataStream","dataStream":"PAT","PAT":{"pgms":"x"}})"});
+    EXPECT_EQ(service.takeAcknowledgement(), ack);
+    const std::string stray = "mpegfe-manager: a document that answers an earlier request is left out\n";
+    EXPECT_EQ(
+        transcript(*manager),
+        R"({"dataStream":"PAT","programCount":3,"rateBitPerSecond":1500,"programs":[{"programNumber":0,)"
+        R"("pmtPid":16},{"programNumber":501,"pmtPid":256},{"programNumber":502,"pmtPid":512}]})"
+        "\n"
+        R"({"dataStream":"PAT","programCount":0,"rateBitPerSecond":0,"programs":[]})"
+        "\n" +
+            stray + stray + stray +
+            "mpegfe-manager: no JSON for this document: expected a whole number at byte 63; it is left out\n"
+            "exit code 1\n");
+}
+
+// On a terminal of its own, which shows a name that is a control sequence.
+TEST_F(Manager, writesOutWhatATerminalWouldActOn) {
+    std::array<char, 64> name{};
+    int terminal = -1;
+    int line = -1;
+    ASSERT_EQ(openpty(&terminal, &line, name.data(), nullptr, nullptr), 0);
+    const std::string command = std::string("exec ") + MPEGFE_MANAGER + " PAT on >" + name.data();
+    ChildProcess manager({"sh", "-c", command}, {});
+    ScriptedService service;
+    service.takeRequest();
+    service.reply(ack);
+    service.sendDocument({"{\"name\":\"\x1B[2J\xE9\"}"});
+    EXPECT_EQ(service.takeAcknowledgement(), ack);
+    service.sendDocument({emptyPat});
+    EXPECT_EQ(service.takeAcknowledgement(), ack);
+    EXPECT_EQ(readUntil(terminal, "details\":[]}}\r\n"),
+              std::string(ack) + "\r\n{\"name\":\"\\u{1B}[2J\\xE9\"}\r\n" + emptyPat + "\r\n");
+    EXPECT_TRUE(manager.waitFor(20s));
+    close(line);
+    close(terminal);
 }
 
 TEST_F(Manager, saysThatADocumentHasNoTable) {
