@@ -27,6 +27,16 @@ becomeMachine() {
         touch "$merged/dev/$device"
         mount --bind "/dev/$device" "$merged/dev/$device"
     done
+    mkdir "$merged/dev/pts"
+    mount -t devpts -o newinstance,ptmxmode=0666 devpts "$merged/dev/pts"
+    ln -s pts/ptmx "$merged/dev/ptmx"
+    mount -t proc proc "$merged/proc"
+    mount -t sysfs sysfs "$merged/sys"
+    # The kernel is this machine's, and stays as it is.
+    mount --bind "$merged/proc/sys" "$merged/proc/sys"
+    mount -o remount,bind,ro "$merged/proc/sys"
+    mount -o remount,bind,ro "$merged/sys"
+    mount -t cgroup2 cgroup2 "$merged/sys/fs/cgroup"
     mkdir -p "$merged/mnt/before"
     cd "$merged" || exit
     pivot_root . mnt/before
