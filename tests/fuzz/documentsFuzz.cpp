@@ -4,9 +4,9 @@
 // Input: the document.
 #include "check.h"
 #include "documents/documentReader.h"
+#include "terminal/documentTable.h"
 #include "text/displayText.h"
 #include "text/documentJson.h"
-#include "terminal/documentTable.h"
 
 #include "companions/json.h"
 
