@@ -256,6 +256,7 @@ function programDetail(view) {
       const found = picture?.documents.get(`pgmDetail:${now.patIndex}`);
       const right = found?.value?.programNumber === now.programNumber ? found : undefined;
       if (now.patIndex > LAST_INDEX) setText(age, `The board describes the first ${LAST_INDEX + 1} programs of a stream.`);
+      else if (found?.value === null) setText(age, 'Its components came, but cannot be read.');
       else setText(age, right ? `Components as of ${durationText(view.now() - right.time)} ago` : 'Waiting for its components …');
       if (right !== shownDocument || !right) made.replaceChildren(...(right ? components(right.value) : []));
       shownDocument = right;
