@@ -111,8 +111,8 @@ export function programsTab(view) {
           showFacts(program);
         }
         setAttribute(row, 'data-chosen', program.programNumber === chosen ? '' : null);
-        bar.set(program.gone ? 0 : program.rateBitPerSecond, program.least, program.most, full);
         if (!inView) return;
+        bar.set(program.gone ? 0 : program.rateBitPerSecond, program.least, program.most, full);
         condense(view.history(), view.history().programs.get(program.programNumber), SPARK_SECONDS, points);
         trend.set(points);
       },
