@@ -39,10 +39,12 @@ export function startTabs(bar, main, tabs, onOpen) {
   const names = Object.keys(tabs);
   const buttons = new Map(names.map((name) => [name, /** @type {HTMLElement} */ (document.getElementById(`tab-${name}`))]));
   let current = '';
+  /** The name of the tab that the address says; it is known before the tab is open. @param {string} tab */
+  const nameOf = (tab) => (Object.hasOwn(tabs, tab) ? tab : names[0]);
 
   function followAddress() {
     const { tab, detail } = placeOfAddress();
-    const name = Object.hasOwn(tabs, tab) ? tab : names[0];
+    const name = nameOf(tab);
     if (name !== current) {
       current = name;
       for (const [other, button] of buttons) {
@@ -63,7 +65,7 @@ export function startTabs(bar, main, tabs, onOpen) {
     if (button) location.hash = button.id.replace('tab-', '');
   });
   bar.addEventListener('keydown', (event) => {
-    const at = names.indexOf(current);
+    const at = names.indexOf(nameOf(placeOfAddress().tab));
     /** @type {Record<string, number>} */
     const goals = { ArrowLeft: at - 1, ArrowRight: at + 1, Home: 0, End: names.length - 1 };
     if (!(event.key in goals)) return;

@@ -109,8 +109,8 @@ export function pidsTab(view) {
         }
         setAttribute(row, 'data-chosen', pid.pid === chosen ? '' : null);
         setText(share, pid.gone ? NOTHING : shareText(pid.rateBitPerSecond, view.picture()?.stream.rateBitPerSecond ?? null));
-        bar.set(pid.gone ? 0 : pid.rateBitPerSecond, pid.least, pid.most, full);
         if (!inView) return;
+        bar.set(pid.gone ? 0 : pid.rateBitPerSecond, pid.least, pid.most, full);
         condense(view.history(), view.history().pids.get(pid.pid), SPARK_SECONDS, points);
         trend.set(points);
       },

@@ -111,8 +111,8 @@ export function programsTab(view) {
           showFacts(program);
         }
         setAttribute(row, 'data-chosen', program.programNumber === chosen ? '' : null);
-        bar.set(program.gone ? 0 : program.rateBitPerSecond, program.least, program.most, full);
         if (!inView) return;
+        bar.set(program.gone ? 0 : program.rateBitPerSecond, program.least, program.most, full);
         condense(view.history(), view.history().programs.get(program.programNumber), SPARK_SECONDS, points);
         trend.set(points);
       },
@@ -256,6 +256,7 @@ function programDetail(view) {
       const found = picture?.documents.get(`pgmDetail:${now.patIndex}`);
       const right = found?.value?.programNumber === now.programNumber ? found : undefined;
       if (now.patIndex > LAST_INDEX) setText(age, `The board describes the first ${LAST_INDEX + 1} programs of a stream.`);
+      else if (found?.value === null) setText(age, 'Its components came, but cannot be read.');
       else setText(age, right ? `Components as of ${durationText(view.now() - right.time)} ago` : 'Waiting for its components …');
       if (right !== shownDocument || !right) made.replaceChildren(...(right ? components(right.value) : []));
       shownDocument = right;
@@ -292,8 +293,8 @@ function components(value) {
         pidLink(track.pid),
         visibleText(track.language) || NOTHING,
         visibleText(track.coding),
-        track.bitRateBitPerSecond ? `${track.bitRateBitPerSecond / 1000} kbit/s` : NOTHING,
-        track.sampleRateHertz ? `${track.sampleRateHertz / 1000} kHz` : NOTHING,
+        track.bitRateBitPerSecond ? `${track.bitRateBitPerSecond / 1000}\u00A0kbit/s` : NOTHING,
+        track.sampleRateHertz ? `${track.sampleRateHertz / 1000}\u00A0kHz` : NOTHING,
         visibleText(track.mode),
         scrambling(track.scrambled),
       ]),

@@ -221,6 +221,13 @@ export function tablesTab(view) {
   const raw = element('a', {}, 'As it came');
   const content = element('div', { class: 'content' });
 
+  /** @param {Document | undefined} found @returns {Node[]} */
+  function contentOf(found) {
+    if (!found) return [];
+    if (!found.value) return [element('p', { class: 'nothing' }, 'It came, but cannot be read.')];
+    return TABLES[chosen].content({ value: found.value, time: found.time, now: view.now() });
+  }
+
   function update() {
     const found = view.picture()?.documents.get(chosen);
     setText(age, found ? `as of ${durationText(view.now() - found.time)} ago` : 'waiting for it …');
@@ -229,9 +236,7 @@ export function tablesTab(view) {
     const isSame = JSON.stringify(found?.value) === JSON.stringify(shown?.value) && found && shown;
     shown = found;
     if (isSame && chosen !== 'TDT') return;
-    content.replaceChildren(
-      ...(found?.value ? TABLES[chosen].content({ value: found.value, time: found.time, now: view.now() }) : []),
-    );
+    content.replaceChildren(...contentOf(found));
   }
 
   return {

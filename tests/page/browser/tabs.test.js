@@ -102,6 +102,12 @@ for (const [table, cells] of /** @type {[string, string[]][]} */ ([
   });
 }
 
+test('a document that cannot be read is said to be', async () => {
+  const { page, manager } = await openPage({ place: '#tables/SDT' });
+  manager.send({ version: 99, time: Date.now(), documents: { SDT: { time: Date.now(), bytes: 3, answerMs: 1, value: null } } });
+  await seeText(page, '.content .nothing', 'It came, but cannot be read.');
+});
+
 test('the time of the stream stands beside the time of the machine', async () => {
   const { page, manager, feed } = await openPage({ place: '#tables/TDT' });
   manager.send(feed.bringDocument('TDT', Date.UTC(2025, 10, 21, 12, 0, 0)));
