@@ -1,6 +1,8 @@
 # Writes pageFiles.cpp: the files of the page as arrays, each as it is and packed by gzip.
 #
-# usage: cmake -D OUTPUT=FILE -D FILES=FILE[;FILE...] -P pageFiles.cmake
+# usage: cmake -D OUTPUT=FILE -D PAGE=FOLDER -D FILES=FILE[;FILE...] -P pageFiles.cmake
+#
+# A file in the folder is served under its path there, another one under its name.
 
 set(html "text/html; charset=utf-8")
 set(css "text/css; charset=utf-8")
@@ -19,7 +21,12 @@ set(arrays "")
 set(rows "")
 set(count 0)
 foreach(file IN LISTS FILES)
-    cmake_path(GET file FILENAME name)
+    cmake_path(IS_PREFIX PAGE "${file}" isInPage)
+    if(isInPage)
+        cmake_path(RELATIVE_PATH file BASE_DIRECTORY "${PAGE}" OUTPUT_VARIABLE name)
+    else()
+        cmake_path(GET file FILENAME name)
+    endif()
     cmake_path(GET file EXTENSION LAST_ONLY extension)
     string(SUBSTRING "${extension}" 1 -1 extension)
     if(NOT extension MATCHES "^(html|css|js|svg)$")
