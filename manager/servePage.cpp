@@ -153,6 +153,7 @@ class PageService {
         if (asked) {
             rotation.unanswered(*asked, now);
             lastUnanswered = std::exchange(asked, std::nullopt);
+            lastUnansweredAt = askedAt;
         }
     }
 
@@ -166,7 +167,8 @@ class PageService {
     void takeStray(std::string_view text) {
         if (lastUnanswered && lastUnanswered->dataStream == documentStream(text)) {
             rotation.answered(*lastUnanswered, now);
-            live.take(*lastUnanswered, text, wall.at(now), std::chrono::floor<milliseconds>(now - askedAt));
+            live.take(*lastUnanswered, text, wall.at(now),
+                      std::chrono::floor<milliseconds>(now - lastUnansweredAt));
             lastUnanswered.reset();
         }
     }
@@ -217,6 +219,7 @@ class PageService {
     std::optional<Request> asked; // and not answered
     Time askedAt{};
     std::optional<Request> lastUnanswered;
+    Time lastUnansweredAt{};
     std::optional<Time> watchedSince;
     std::optional<Time> newsSince;
     Time lastPublished{};

@@ -236,7 +236,7 @@ bool LivePicture::hasNews() const {
 }
 
 SharedText LivePicture::everything(PictureTime now) {
-    if (kept) {
+    if (kept && now - keptSince < tunables::publishTime) {
         return kept;
     }
     JsonText json;
@@ -249,6 +249,7 @@ SharedText LivePicture::everything(PictureTime now) {
         writeEvents(json, eventsThat(known, [&](const auto& event) { return event.version <= toldVersion; }));
     });
     kept = std::make_shared<const std::string>(json.written());
+    keptSince = now;
     return kept;
 }
 

@@ -89,7 +89,8 @@ class LivePicture {
     std::set<int> toldPids;
     std::set<int> toldServices;
 
-    SharedText kept; // everything(), while nothing is new
+    SharedText kept; // everything(), while nothing is new and its time is not old
+    PictureTime keptSince{};
 };
 
 } // namespace manager

@@ -82,6 +82,15 @@ std::string HttpConnection::readUntil(const std::string& end) {
     return std::exchange(received, {});
 }
 
+std::string HttpConnection::readWhatHasCome() {
+    std::array<char, 65536> buffer{};
+    ssize_t length = 0;
+    while ((length = recv(socket, buffer.data(), buffer.size(), MSG_DONTWAIT)) > 0) {
+        received.append(buffer.data(), static_cast<std::size_t>(length));
+    }
+    return std::exchange(received, {});
+}
+
 std::string HttpConnection::readAnswer() {
     std::string answer = takeUntil("\r\n\r\n");
     std::smatch length;

@@ -28,6 +28,9 @@ class HttpConnection {
         return readUntil({});
     }
 
+    // Without waiting.
+    std::string readWhatHasCome();
+
     // One answer, its body by its length, without the line that tells the date.
     std::string readAnswer();
 
