@@ -589,12 +589,14 @@ TEST_F(RunShows, nothingOnceItIsStopped) {
 
 TEST_F(RunShows, aPageUntilItIsInterrupted) {
     ChildProcess run(command({"--web"}), {});
-    EXPECT_EQ(readPipe(run.errorDescriptor(), "/\n"), "mpegfe-manager: the page is at http://127.0.0.1:8080/\n");
+    EXPECT_EQ(readPipe(run.errorDescriptor(), "/\n"),
+              "mpegfe-manager: the page is at http://127.0.0.1:8080/\n");
     run.signal(SIGINT);
-    EXPECT_EQ(transcript(run), "Showing samples/three-programs.ts\n"
-                               "Ctrl-C ends the page, board and service. Their consoles: build/run/board.log, "
-                               "build/run/service.log\n"
-                               "signal 2 (Interrupt)\n");
+    EXPECT_EQ(transcript(run),
+              "Showing samples/three-programs.ts\n"
+              "Ctrl-C ends the page, board and service. Their consoles: build/run/board.log, "
+              "build/run/service.log\n"
+              "signal 2 (Interrupt)\n");
     expectNothingLeft();
 }
 
