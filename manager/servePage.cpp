@@ -230,11 +230,11 @@ class PageService {
 
 } // namespace
 
-void servePage(Endpoints& endpoints, const std::string& text,
+void servePage(Endpoints& endpoints, const std::string& address,
                const std::function<void(std::string_view)>& say, const std::function<void()>& tellSharing) {
-    ServedAddress address(text);
-    PageService service(endpoints, address, tellSharing);
-    say("the page is at " + address.url());
+    ServedAddress served(address);
+    PageService service(endpoints, served, tellSharing);
+    say("the page is at " + served.url());
     while (!companions::stopRequested()) {
         service.waitAndStep();
     }

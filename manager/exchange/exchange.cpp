@@ -64,12 +64,16 @@ void Exchange::abandon(Time now) {
 // While nothing is connected, a request waits here and not in the socket, so that it never reaches a service
 // that starts after this process has given up.
 std::array<zmq::pollitem_t, 3> Exchange::pollItems() const {
-    const short send = orders.empty() ? 0 : ZMQ_POLLOUT;
-    const short requestEvents = stage == Stage::sent ? ZMQ_POLLIN : stage == Stage::unsent ? send : 0;
-    const short documentEvents = heldSince ? 0 : ZMQ_POLLIN;
+    constexpr short nothing = 0;
+    constexpr short readable = ZMQ_POLLIN;
+    constexpr short writable = ZMQ_POLLOUT;
+    const short send = orders.empty() ? nothing : writable;
+    const short unacknowledged = stage == Stage::sent ? readable : nothing;
+    const short requestEvents = stage == Stage::unsent ? send : unacknowledged;
+    const short documentEvents = heldSince ? nothing : readable;
     return {{{requestSocket.handle(), 0, requestEvents, 0},
              {documentSocket.handle(), 0, documentEvents, 0},
-             {services.handle(), 0, ZMQ_POLLIN, 0}}};
+             {services.handle(), 0, readable, 0}}};
 }
 
 std::optional<Time> Exchange::wakeUp() const {

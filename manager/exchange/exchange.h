@@ -53,7 +53,7 @@ struct Listener {
 class Exchange {
   public:
     // Speaks over these sockets, REQ and REP, which must outlive it.
-    Exchange(zmq::socket_t& requestSocket, zmq::socket_t& documentSocket, ConnectedServices& services,
+    Exchange(zmq::socket_t& toRequests, zmq::socket_t& toDocuments, ConnectedServices& connected,
              Listener whoListens, Time now);
 
     // Takes an order behind those that wait. False when there is no room for it.
