@@ -222,8 +222,14 @@ Publisher::Publisher(const PublishOptions& options)
 
 Publisher::~Publisher() = default;
 
+// What a flood has left is taken turn by turn without a pause, for a client may wait behind it.
 void Publisher::attend(std::chrono::milliseconds longest, int descriptor, const Now& now) {
-    if (serve(longest, descriptor) && !joinDue_) {
+    const bool taken = subscriptionsLeft_;
+    if (taken) {
+        takeSubscriptions();
+        longest = std::chrono::milliseconds(0);
+    }
+    if ((serve(longest, descriptor) || taken) && !joinDue_) {
         joinDue_ = now() + tunables::joinPause;
     }
 }
@@ -301,12 +307,18 @@ bool Publisher::takeInstruction() {
 void Publisher::acceptClients() {
     subscriptionsWait_ = false;
     joinDue_.reset();
+    takeSubscriptions();
+}
+
+void Publisher::takeSubscriptions() {
     sockets_->guard.look();
     const auto now = std::chrono::steady_clock::now();
     zmq::message_t message;
     for (int k = 0; k < tunables::subscriptionsATurn && !stopRequested(); ++k) {
         if (zmq_msg_recv(message.handle(), sockets_->records.handle(), ZMQ_DONTWAIT) < 0) {
             clientKnown_ = true;
+            subscriptionsLeft_ = false;
+            sockets_->guard.queueEmpty();
             return;
         }
         const std::string_view text = message.to_string_view();
@@ -315,6 +327,7 @@ void Publisher::acceptClients() {
                               now);
         takeSubscription(text);
     }
+    subscriptionsLeft_ = true;
 }
 
 void Publisher::takeSubscription(std::string_view text) {

@@ -56,6 +56,12 @@ class RawConnection {
         return send(greeting) && send(ready);
     }
 
+    // Whether the board greets in time. What is sent before then may cost the connection.
+    bool isGreeted() const {
+        constexpr std::size_t greeting = 64 + 28; // and what says that it is an XPUB
+        return receives(greeting, 2s);
+    }
+
     // False once the other side has gone, or takes nothing.
     bool send(const std::string& text) const {
         for (std::size_t sent = 0; sent < text.size();) {
@@ -64,6 +70,26 @@ class RawConnection {
                 return false;
             }
             sent += static_cast<std::size_t>(count);
+        }
+        return true;
+    }
+
+    // Whether so many bytes come before the other side ends the connection, or this much time has passed.
+    bool receives(std::size_t bytes, std::chrono::milliseconds longest) const {
+        const auto end = std::chrono::steady_clock::now() + longest;
+        std::array<char, 4096> buffer{};
+        pollfd item{descriptor_, POLLIN, 0};
+        for (std::size_t received = 0; received < bytes;) {
+            const auto left =
+                std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
+            if (left.count() <= 0 || ::poll(&item, 1, static_cast<int>(left.count())) != 1) {
+                return false;
+            }
+            const ssize_t count = ::recv(descriptor_, buffer.data(), buffer.size(), 0);
+            if (count <= 0) {
+                return false;
+            }
+            received += static_cast<std::size_t>(count);
         }
         return true;
     }
@@ -124,7 +150,7 @@ class Flood {
         std::size_t number = 0;
         while (goesOn_) {
             const RawConnection connection;
-            for (bool taken = connection.greet(); taken && goesOn_;) {
+            for (bool taken = connection.greet() && connection.isGreeted(); taken && goesOn_;) {
                 std::string many;
                 for (int k = 0; k < 1000; ++k) {
                     many += subscription(text(number++));
@@ -200,6 +226,32 @@ TEST_F(HostilePeers, DoNotKeepItToThemselvesWithATopic) {
     ASSERT_TRUE(awaitConsole("playing "));
     const Flood flood([](std::size_t) { return std::string("MPEG-STRUCT-PAT"); });
     expectService();
+}
+
+// Whoever is new connects once, and has no library that would connect again.
+TEST_F(HostilePeers, DoNotKeepNewClientsOutWithManyFloods) {
+    start({sample});
+    ASSERT_TRUE(awaitConsole("playing "));
+    ASSERT_EQ(Client().instruct(wire::patBit), wire::patBit);
+    const auto expectRecords = [&](const char* when) {
+        for (int k = 0; k < 12; ++k) {
+            const RawConnection client;
+            ASSERT_TRUE(client.greet() && client.isGreeted()) << when << k;
+            ASSERT_TRUE(client.send(subscription("MPEG-STRUCT-PAT"))) << when << k;
+            EXPECT_TRUE(client.receives(2 * sizeof(wire::PatRecord), 2s)) << when << k;
+        }
+    };
+    {
+        std::list<Flood> floods;
+        for (int k = 0; k < 12; ++k) {
+            floods.emplace_back([](std::size_t number) { return std::to_string(number % 1000) + "text"; });
+        }
+        ASSERT_TRUE(awaitConsole("ended a connection")) << console;
+        expectRecords("during ");
+    }
+    expectRecords("after ");
+    board->signal(SIGTERM);
+    EXPECT_NE(end().find("exit code 0"), std::string::npos);
 }
 
 TEST_F(HostilePeers, DoNotUseUpItsDescriptors) {
