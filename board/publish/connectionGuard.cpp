@@ -3,12 +3,14 @@
 #include "boardError.h"
 
 #include <array>
+#include <cerrno>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 #include <utility>
 
@@ -143,3 +145,15 @@ std::size_t raiseDescriptorLimit() {
 }
 
 } // namespace board
+
+// Takes the place of the C library's for libzmq, whose listener on a local socket ends the process when the
+// process has no descriptor left (EMFILE), and tries again when the machine has none (ENFILE). The I/O thread
+// accepts before anybody can look, so no limit of connections keeps a burst from taking the last descriptor.
+extern "C" __attribute__((visibility("default"))) int accept4(int listener, sockaddr* address,
+                                                              socklen_t* length, int flags) {
+    const auto accepted = static_cast<int>(::syscall(SYS_accept4, listener, address, length, flags));
+    if (accepted < 0 && errno == EMFILE) {
+        errno = ENFILE;
+    }
+    return accepted;
+}

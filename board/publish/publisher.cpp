@@ -52,11 +52,17 @@ int inMilliseconds(std::chrono::milliseconds time) {
 
 // Of the descriptors that no reserve needs, two thirds are for clients of the records.
 constexpr std::size_t sharesOfDescriptors = 3;
-constexpr std::size_t fewestClients = 6; // let in even where there is no reserve
+constexpr std::size_t fewestClients = 6;
 
 std::size_t descriptorsForClients() {
+    constexpr std::size_t fewest = tunables::reservedDescriptors + fewestClients;
     const std::size_t all = raiseDescriptorLimit();
-    return std::max(all, tunables::reservedDescriptors + fewestClients) - tunables::reservedDescriptors;
+    if (all < fewest) {
+        throw BoardError({"cannot serve clients",
+                          "a limit of " + std::to_string(fewest) + " descriptors or more",
+                          std::to_string(all), "raise the hard limit, which ulimit -Hn shows"});
+    }
+    return all - tunables::reservedDescriptors;
 }
 
 ConnectionGuard::Limits recordLimits(std::size_t descriptors) {
@@ -165,11 +171,11 @@ struct Publisher::EndContext {
 
 // Everything that must be closed, in the order of opening.
 struct Publisher::Sockets {
+    std::size_t descriptors = descriptorsForClients(); // before libzmq takes some, and ends without
     companions::LockFile lock{lockFile, lockWords};
     std::unique_ptr<zmq::context_t, EndContext> context{new zmq::context_t};
     zmq::socket_t records{*context, zmq::socket_type::xpub};
     InstructionChannel instructions{*context};
-    std::size_t descriptors = descriptorsForClients();
     ConnectionGuard guard{*context, records, recordLimits(descriptors), "the records"};
     ConnectionGuard instructionGuard{*context, instructions.socket(), instructionLimits(descriptors),
                                      "the instruction endpoint"};

@@ -254,6 +254,45 @@ TEST_F(HostilePeers, DoNotKeepNewClientsOutWithManyFloods) {
     EXPECT_NE(end().find("exit code 0"), std::string::npos);
 }
 
+class HostileBursts : public HostilePeers, public testing::WithParamInterface<int> {};
+
+// Of both kinds at once, and of each more than there are descriptors.
+TEST_P(HostileBursts, DoNotUseUpItsDescriptors) {
+    startWith(GetParam(), {sample});
+    ASSERT_TRUE(awaitConsole("playing "));
+    for (int attack = 0; attack < 5; ++attack) {
+        std::list<RawConnection> remote;
+        std::list<RawConnection> local;
+        std::thread remotes([&] {
+            for (int k = 0; k < 3 * GetParam() / 2; ++k) {
+                remote.emplace_back();
+            }
+        });
+        for (int k = 0; k < 3 * GetParam() / 2; ++k) {
+            local.emplace_back(std::string(wire::instructionEndpoint).substr(std::string("ipc://").size()));
+        }
+        remotes.join();
+        remote.clear();
+        local.clear();
+        ASSERT_EQ(Client().instruct(wire::patBit), wire::patBit) << attack << end();
+    }
+    EXPECT_NE(stop().find("exit code 0"), std::string::npos);
+}
+
+INSTANTIATE_TEST_SUITE_P(WithALimitOf, HostileBursts, testing::Values(60, 96, 256),
+                         testing::PrintToStringParamName());
+
+TEST_F(HostilePeers, NeedAFewDescriptors) {
+    startWith(45, {sample});
+    EXPECT_EQ(end(),
+              "mpegfe-board: cannot serve clients: expected a limit of 46 descriptors or more, got 45; "
+              "raise the hard limit, which ulimit -Hn shows\nexit code 1");
+    startWith(46, {sample});
+    EXPECT_TRUE(awaitConsole("playing ")) << console;
+    EXPECT_EQ(Client().instruct(wire::patBit), wire::patBit) << console;
+    EXPECT_NE(stop().find("exit code 0"), std::string::npos);
+}
+
 TEST_F(HostilePeers, DoNotUseUpItsDescriptors) {
     startWith(96, {sample});
     ASSERT_TRUE(awaitConsole("playing "));
