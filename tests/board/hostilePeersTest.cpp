@@ -8,6 +8,7 @@
 #include <arpa/inet.h>
 #include <array>
 #include <atomic>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <list>
@@ -186,6 +187,15 @@ class HostilePeers : public BoardProcess {
         console.clear();
     }
 
+    // Whether what the board writes to standard output has to be read before it can write more.
+    bool outputIsFull() const {
+        const std::string pipe = "/proc/self/fd/" + std::to_string(board->outputDescriptor());
+        pollfd writing{::open(pipe.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC), POLLOUT, 0};
+        const int writable = ::poll(&writing, 1, 0);
+        ::close(writing.fd);
+        return writable == 0;
+    }
+
     // Makes the file a stream of these packets.
     void write(const Bytes& bytes) const {
         std::ofstream(file, std::ios::binary)
@@ -291,6 +301,26 @@ TEST_F(HostilePeers, NeedAFewDescriptors) {
     EXPECT_TRUE(awaitConsole("playing ")) << console;
     EXPECT_EQ(Client().instruct(wire::patBit), wire::patBit) << console;
     EXPECT_NE(stop().find("exit code 0"), std::string::npos);
+}
+
+TEST_F(HostilePeers, DoNotReadItsStatisticsWithoutHoldingUpTheOthers) {
+    for (const bool byItsOwnClock : {false, true}) {
+        std::vector<std::string> arguments{"--fast", "--rate-period", "100", "--statistics", "-", sample};
+        if (byItsOwnClock) {
+            arguments.insert(arguments.begin(), "--deterministic");
+        }
+        start(arguments);
+        Client client;
+        client.subscribe(wire::patBit);
+        ASSERT_EQ(client.instruct(wire::patBit), wire::patBit);
+        while (!outputIsFull()) {
+            std::this_thread::yield();
+        }
+        for (int k = 0; k < 10; ++k) {
+            ASSERT_EQ(Client().instruct(wire::patBit), wire::patBit) << k;
+        }
+        EXPECT_NE(stop().find("exit code 0"), std::string::npos);
+    }
 }
 
 TEST_F(HostilePeers, DoNotUseUpItsDescriptors) {
