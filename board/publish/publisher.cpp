@@ -123,7 +123,7 @@ void bindRecords(zmq::socket_t& socket, const std::string& endpoint) {
                               "; find it with: ss -ltnp 'sport = :" WIRE_PARSER_PORT "'"});
         }
         throw BoardError({"cannot bind " + endpoint, "an address or a network interface of this machine",
-                          error.what(), "check --bind; ip address shows them"});
+                          error.what(), "check --bind, which looks up no names; ip address shows them"});
     }
 }
 
