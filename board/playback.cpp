@@ -183,10 +183,13 @@ int exitStatus(FailOn failOn, const StreamErrors& errors) {
 // Documents of statistics, one each rate period, and one at the end.
 class StatisticsWriter {
   public:
-    explicit StatisticsWriter(const PlayOptions& options)
+    // meanwhile: what is done while a reader is waited for.
+    StatisticsWriter(const PlayOptions& options, StatisticsOutput::Meanwhile meanwhile)
         : period_(options.ratePeriod),
-          output_(options.statistics, options.fast || options.deterministic ? SlowReader::isWaitedFor
-                                                                            : SlowReader::missesDocuments) {}
+          output_(options.statistics,
+                  options.fast || options.deterministic ? SlowReader::isWaitedFor
+                                                        : SlowReader::missesDocuments,
+                  std::move(meanwhile)) {}
 
     // The stream's clock has been read.
     void clockRead(const Analyser& analyser) {
@@ -226,7 +229,7 @@ class Session {
           publisher_(publishOptions(options)), limits_(say), records_(std::make_unique<wire::RecordSet>()),
           progress_(options.once && options.fast ? fileSize(options.source) : std::nullopt) {
         if (!options.statistics.empty()) {
-            statistics_.emplace(options);
+            statistics_.emplace(options, [this] { turn(milliseconds(0), -1); });
         }
     }
 

@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
-#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
@@ -22,8 +21,7 @@ namespace board {
 
 namespace {
 
-constexpr int readersPoll = 100;          // ms, between looks at a wish to stop
-constexpr std::optional<int> untilRead{}; // however long it takes, unless the board is to stop
+constexpr int readersPoll = 10; // ms, between looks at everything else
 
 // The file that a name leads to over links, so that a document takes its place and not a link's.
 std::string withoutLinks(const std::string& name) {
@@ -65,9 +63,8 @@ int writeNewFile(const std::string& name, std::string_view text) {
 
 } // namespace
 
-StatisticsOutput::StatisticsOutput(std::string name, SlowReader slowReader)
-    : name_(std::move(name)), slowReader_(slowReader) {
-    std::signal(SIGPIPE, SIG_IGN); // a reader that goes is told, and ends nothing
+StatisticsOutput::StatisticsOutput(std::string name, SlowReader slowReader, Meanwhile meanwhile)
+    : name_(std::move(name)), slowReader_(slowReader), meanwhile_(std::move(meanwhile)) {
     if (name_ == "-") {
         name_ = "standard output";
         descriptor_ = STDOUT_FILENO;
@@ -107,7 +104,17 @@ void StatisticsOutput::write(std::string_view document) {
 }
 
 void StatisticsOutput::goOn() {
-    writeRest(slowReader_ == SlowReader::isWaitedFor ? untilRead : std::optional(0));
+    writeRest(0);
+    if (slowReader_ == SlowReader::isWaitedFor) {
+        waitForReader();
+    }
+}
+
+void StatisticsOutput::waitForReader() {
+    while (!rest_.empty() && !closed_ && !companions::stopRequested()) {
+        meanwhile_();
+        writeRest(readersPoll);
+    }
 }
 
 void StatisticsOutput::finish() {
@@ -130,7 +137,7 @@ void StatisticsOutput::replace(std::string_view document) {
 
 // In pieces that a pipe takes whole as soon as it takes anything, so that the board never waits in the middle
 // of one.
-void StatisticsOutput::writeRest(std::optional<int> patience) {
+void StatisticsOutput::writeRest(int patience) {
     while (!rest_.empty() && !closed_ && writable(patience)) {
         const std::size_t size = std::min<std::size_t>(rest_.size(), PIPE_BUF);
         const ssize_t count = ::write(descriptor_, rest_.data(), size);
@@ -147,16 +154,13 @@ void StatisticsOutput::writeRest(std::optional<int> patience) {
     }
 }
 
-bool StatisticsOutput::writable(std::optional<int> patience) const {
-    for (int waited = 0;; waited += readersPoll) {
-        pollfd waiting{descriptor_, POLLOUT, 0};
-        if (::poll(&waiting, 1, patience ? std::min(*patience, readersPoll) : readersPoll) > 0) {
-            return true; // or broken, which writing tells
-        }
-        if (patience ? waited + readersPoll >= *patience : companions::stopRequested()) {
-            return false;
-        }
-    }
+bool StatisticsOutput::writable(int patience) const {
+    pollfd waiting{descriptor_, POLLOUT, 0};
+    int ready = 0;
+    do {
+        ready = ::poll(&waiting, 1, patience);
+    } while (ready < 0 && errno == EINTR);
+    return ready > 0; // or broken, which writing tells
 }
 
 void StatisticsOutput::complain(int error) {

@@ -1,7 +1,7 @@
 // Where documents of statistics go.
 #pragma once
 
-#include <optional>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -9,7 +9,7 @@ namespace board {
 
 // What happens while nobody reads what is written into a pipe.
 enum class SlowReader {
-    isWaitedFor,     // the board waits
+    isWaitedFor,     // the board waits, and does everything else meanwhile
     missesDocuments, // the board goes on, and leaves out documents
 };
 
@@ -18,8 +18,11 @@ enum class SlowReader {
 // What cannot be written is said once, and the board goes on.
 class StatisticsOutput {
   public:
+    // What is done now and then while a reader is waited for.
+    using Meanwhile = std::function<void()>;
+
     // "-" is standard output. Throws BoardError when the file cannot be opened for writing.
-    StatisticsOutput(std::string name, SlowReader slowReader);
+    StatisticsOutput(std::string name, SlowReader slowReader, Meanwhile meanwhile);
     ~StatisticsOutput();
     StatisticsOutput(const StatisticsOutput&) = delete;
     StatisticsOutput& operator=(const StatisticsOutput&) = delete;
@@ -38,12 +41,14 @@ class StatisticsOutput {
         return descriptor_ < 0;
     }
     void replace(std::string_view document);
-    void writeRest(std::optional<int> patience); // ms; without: until it is read, or the board is to stop
-    bool writable(std::optional<int> patience) const;
+    void waitForReader();
+    void writeRest(int patience); // ms
+    bool writable(int patience) const;
     void complain(int error);
 
     std::string name_;
     SlowReader slowReader_;
+    Meanwhile meanwhile_;
     int descriptor_ = -1; // of what gets lines
     bool closed_ = false; // nobody will ever read
     std::string rest_;    // of the document that has been begun

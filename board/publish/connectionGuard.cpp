@@ -3,11 +3,15 @@
 #include "boardError.h"
 
 #include <array>
+#include <cerrno>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 #include <utility>
 
 namespace board {
@@ -62,49 +66,70 @@ ConnectionGuard::~ConnectionGuard() {
 }
 
 void ConnectionGuard::look() {
-    for (Event event; receive(events_, event);) {
-        connections_.erase(event.value);
-        if (event.number == ZMQ_EVENT_ACCEPTED) {
-            accept(event.value);
-        }
+    takeEvents();
+    while (!tooMany_.empty()) {
+        const auto [descriptor, number] = tooMany_.back();
+        tooMany_.pop_back();
+        end(descriptor, number, "at most " + std::to_string(limits_.connections) + " connections",
+            "one more");
     }
 }
 
-void ConnectionGuard::accept(int descriptor) {
-    Connection& connection = connections_[descriptor];
-    if (connections_.size() > limits_.connections) {
-        end(descriptor, connection, "at most " + std::to_string(limits_.connections) + " connections",
-            "one more");
+void ConnectionGuard::takeEvents() {
+    for (Event event; receive(events_, event);) {
+        connections_.erase(event.value);
+        if (event.number == ZMQ_EVENT_ACCEPTED) {
+            Connection& connection = connections_[event.value];
+            connection.number = accepted_++;
+            connection.queueWasEmptyAt = timesEmpty_;
+            if (connections_.size() > limits_.connections) {
+                tooMany_.emplace_back(event.value, connection.number);
+            }
+        }
     }
 }
 
 void ConnectionGuard::count(const zmq::message_t& message, std::size_t uselessBytes, Instant now) {
     const auto found = connections_.find(descriptorOf(message));
-    if (found == connections_.end() || found->second.ended) {
+    if (found == connections_.end()) {
         return;
     }
     Connection& connection = found->second;
+    if (connection.ended || connection.queueWasEmptyAt == timesEmpty_) {
+        return;
+    }
     if (now - connection.second >= 1s) {
         connection.second = now;
         connection.messages = 0;
     }
     connection.uselessBytes += uselessBytes;
     if (++connection.messages > limits_.messagesASecond) {
-        end(found->first, connection,
+        end(found->first, connection.number,
             "at most " + std::to_string(limits_.messagesASecond) + " messages a second", "more");
     } else if (connection.uselessBytes > limits_.uselessBytes) {
-        end(found->first, connection, "subscriptions to topics of this board",
+        end(found->first, connection.number, "subscriptions to topics of this board",
             "more than " + std::to_string(limits_.uselessBytes) + " bytes of others");
     }
 }
 
-void ConnectionGuard::end(int descriptor, Connection& connection, const std::string& expected,
+// libzmq's I/O thread closes descriptors, and gets the same number for the next connection. It tells before
+// it closes one: what has not been told after the descriptor was duplicated is still of the connection meant.
+void ConnectionGuard::end(int descriptor, std::uint64_t number, const std::string& expected,
                           const std::string& got) {
-    connection.ended = true;
-    const linger atOnce{1, 0}; // with a reset, so that a client that still sends need not find out by itself
-    ::setsockopt(descriptor, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
-    ::shutdown(descriptor, SHUT_RDWR);
-    say(describe({"ended a connection of " + name_, expected, got, "others are served as before"}));
+    const int held = ::fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
+    takeEvents();
+    const auto found = connections_.find(descriptor);
+    if (found != connections_.end() && found->second.number == number) {
+        found->second.ended = true;
+        const int meant = held >= 0 ? held : descriptor; // where no descriptor is left
+        const linger atOnce{1, 0}; // a reset: a client that still sends need not find out by itself
+        ::setsockopt(meant, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
+        ::shutdown(meant, SHUT_RDWR);
+        say(describe({"ended a connection of " + name_, expected, got, "others are served as before"}));
+    }
+    if (held >= 0) {
+        ::close(held);
+    }
 }
 
 std::size_t raiseDescriptorLimit() {
@@ -120,3 +145,15 @@ std::size_t raiseDescriptorLimit() {
 }
 
 } // namespace board
+
+// Takes the place of the C library's for libzmq, whose listener on a local socket ends the process when the
+// process has no descriptor left (EMFILE), and tries again when the machine has none (ENFILE). The I/O thread
+// accepts before anybody can look, so no limit of connections keeps a burst from taking the last descriptor.
+extern "C" __attribute__((visibility("default"))) int accept4(int listener, sockaddr* address,
+                                                              socklen_t* length, int flags) {
+    const auto accepted = static_cast<int>(::syscall(SYS_accept4, listener, address, length, flags));
+    if (accepted < 0 && errno == EMFILE) {
+        errno = ENFILE;
+    }
+    return accepted;
+}

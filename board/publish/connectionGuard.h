@@ -3,8 +3,11 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <string>
+#include <utility>
+#include <vector>
 #include <zmq.hpp>
 
 namespace board {
@@ -38,8 +41,14 @@ class ConnectionGuard {
     void look();
 
     // A message has come from a client, in which so many bytes are of no use. Ends the client's connection
-    // when that was too much.
+    // when that was too much. Counts nothing for a connection before the queue has been empty once: until
+    // then the message may be of one that had the same descriptor before.
     void count(const zmq::message_t& message, std::size_t uselessBytes, Instant now);
+
+    // No message waits that came before the last look.
+    void queueEmpty() {
+        ++timesEmpty_;
+    }
 
   private:
     struct Connection {
@@ -47,16 +56,21 @@ class ConnectionGuard {
         std::size_t uselessBytes = 0;
         Instant second;
         bool ended = false;
+        std::uint64_t number = 0;          // of all connections that there have been
+        std::uint64_t queueWasEmptyAt = 0; // what timesEmpty_ was when it came
     };
 
-    void accept(int descriptor);
-    void end(int descriptor, Connection& connection, const std::string& expected, const std::string& got);
+    void takeEvents();
+    void end(int descriptor, std::uint64_t number, const std::string& expected, const std::string& got);
 
     zmq::socket_t& socket_;
     Limits limits_;
     std::string name_;
-    zmq::socket_t events_;                  // PAIR: what the socket's monitor tells
-    std::map<int, Connection> connections_; // by descriptor
+    zmq::socket_t events_;                               // PAIR: what the socket's monitor tells
+    std::map<int, Connection> connections_;              // by descriptor
+    std::vector<std::pair<int, std::uint64_t>> tooMany_; // descriptor and number of those above the limit
+    std::uint64_t accepted_ = 0;
+    std::uint64_t timesEmpty_ = 0;
 };
 
 // Raises the number of descriptors that this process may have as far as it may, and returns it.

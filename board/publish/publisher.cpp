@@ -52,11 +52,17 @@ int inMilliseconds(std::chrono::milliseconds time) {
 
 // Of the descriptors that no reserve needs, two thirds are for clients of the records.
 constexpr std::size_t sharesOfDescriptors = 3;
-constexpr std::size_t fewestClients = 6; // let in even where there is no reserve
+constexpr std::size_t fewestClients = 6;
 
 std::size_t descriptorsForClients() {
+    constexpr std::size_t fewest = tunables::reservedDescriptors + fewestClients;
     const std::size_t all = raiseDescriptorLimit();
-    return std::max(all, tunables::reservedDescriptors + fewestClients) - tunables::reservedDescriptors;
+    if (all < fewest) {
+        throw BoardError({"cannot serve clients",
+                          "a limit of " + std::to_string(fewest) + " descriptors or more",
+                          std::to_string(all), "raise the hard limit, which ulimit -Hn shows"});
+    }
+    return all - tunables::reservedDescriptors;
 }
 
 ConnectionGuard::Limits recordLimits(std::size_t descriptors) {
@@ -117,7 +123,7 @@ void bindRecords(zmq::socket_t& socket, const std::string& endpoint) {
                               "; find it with: ss -ltnp 'sport = :" WIRE_PARSER_PORT "'"});
         }
         throw BoardError({"cannot bind " + endpoint, "an address or a network interface of this machine",
-                          error.what(), "check --bind; ip address shows them"});
+                          error.what(), "check --bind, which looks up no names; ip address shows them"});
     }
 }
 
@@ -165,11 +171,11 @@ struct Publisher::EndContext {
 
 // Everything that must be closed, in the order of opening.
 struct Publisher::Sockets {
+    std::size_t descriptors = descriptorsForClients(); // before libzmq takes some, and ends without
     companions::LockFile lock{lockFile, lockWords};
     std::unique_ptr<zmq::context_t, EndContext> context{new zmq::context_t};
     zmq::socket_t records{*context, zmq::socket_type::xpub};
     InstructionChannel instructions{*context};
-    std::size_t descriptors = descriptorsForClients();
     ConnectionGuard guard{*context, records, recordLimits(descriptors), "the records"};
     ConnectionGuard instructionGuard{*context, instructions.socket(), instructionLimits(descriptors),
                                      "the instruction endpoint"};
@@ -222,8 +228,14 @@ Publisher::Publisher(const PublishOptions& options)
 
 Publisher::~Publisher() = default;
 
+// What a flood has left is taken turn by turn without a pause, for a client may wait behind it.
 void Publisher::attend(std::chrono::milliseconds longest, int descriptor, const Now& now) {
-    if (serve(longest, descriptor) && !joinDue_) {
+    const bool taken = subscriptionsLeft_;
+    if (taken) {
+        takeSubscriptions();
+        longest = std::chrono::milliseconds(0);
+    }
+    if ((serve(longest, descriptor) || taken) && !joinDue_) {
         joinDue_ = now() + tunables::joinPause;
     }
 }
@@ -301,12 +313,18 @@ bool Publisher::takeInstruction() {
 void Publisher::acceptClients() {
     subscriptionsWait_ = false;
     joinDue_.reset();
+    takeSubscriptions();
+}
+
+void Publisher::takeSubscriptions() {
     sockets_->guard.look();
     const auto now = std::chrono::steady_clock::now();
     zmq::message_t message;
     for (int k = 0; k < tunables::subscriptionsATurn && !stopRequested(); ++k) {
         if (zmq_msg_recv(message.handle(), sockets_->records.handle(), ZMQ_DONTWAIT) < 0) {
             clientKnown_ = true;
+            subscriptionsLeft_ = false;
+            sockets_->guard.queueEmpty();
             return;
         }
         const std::string_view text = message.to_string_view();
@@ -315,6 +333,7 @@ void Publisher::acceptClients() {
                               now);
         takeSubscription(text);
     }
+    subscriptionsLeft_ = true;
 }
 
 void Publisher::takeSubscription(std::string_view text) {

@@ -108,6 +108,7 @@ class Publisher {
     // How long a client that reads nothing is waited for.
     std::chrono::milliseconds patience() const;
 
+    void takeSubscriptions();
     void takeSubscription(std::string_view text);
     void countSubscription(std::string_view topic, bool joins);
     bool subscribed(std::string_view topic) const;
@@ -124,8 +125,9 @@ class Publisher {
     std::optional<Instant> joinDue_;             // a client has joined and gets its round then
     Instant nextRound_{0};
     Instant nextComparison_{0};
-    bool subscriptionsWait_ = false;
-    bool clientKnown_ = true; // whose message is next
+    bool subscriptionsWait_ = false; // for the next round
+    bool subscriptionsLeft_ = false; // behind as many as are taken in a turn
+    bool clientKnown_ = true;        // whose message is next
 };
 
 } // namespace board

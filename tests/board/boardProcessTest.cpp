@@ -139,8 +139,9 @@ TEST_F(BoardProcess, SaysWhatIsWrongWithTheAddressToPublishOn) {
     const auto refusal = [](const std::string& address, const std::string& got) {
         return "mpegfe-board: cannot bind tcp://" + address +
                ":5101: expected an address or a network interface of this machine, got " + got +
-               "; check --bind; ip address shows them\nexit code 1";
+               "; check --bind, which looks up no names; ip address shows them\nexit code 1";
     };
+    EXPECT_EQ(outcome({"--bind", "localhost", sample}), refusal("localhost", "No such device"));
     EXPECT_EQ(outcome({"--bind", "nowhere0", sample}), refusal("nowhere0", "No such device"));
     EXPECT_EQ(outcome({"--bind", "127.0.0.1:5", sample}), refusal("127.0.0.1:5", "No such device"));
     EXPECT_EQ(outcome({"--bind", "192.0.2.1", sample}),

@@ -8,6 +8,7 @@
 #include <arpa/inet.h>
 #include <array>
 #include <atomic>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <list>
@@ -56,6 +57,12 @@ class RawConnection {
         return send(greeting) && send(ready);
     }
 
+    // Whether the board greets in time. What is sent before then may cost the connection.
+    bool isGreeted() const {
+        constexpr std::size_t greeting = 64 + 28; // and what says that it is an XPUB
+        return receives(greeting, 2s);
+    }
+
     // False once the other side has gone, or takes nothing.
     bool send(const std::string& text) const {
         for (std::size_t sent = 0; sent < text.size();) {
@@ -64,6 +71,26 @@ class RawConnection {
                 return false;
             }
             sent += static_cast<std::size_t>(count);
+        }
+        return true;
+    }
+
+    // Whether so many bytes come before the other side ends the connection, or this much time has passed.
+    bool receives(std::size_t bytes, std::chrono::milliseconds longest) const {
+        const auto end = std::chrono::steady_clock::now() + longest;
+        std::array<char, 4096> buffer{};
+        pollfd item{descriptor_, POLLIN, 0};
+        for (std::size_t received = 0; received < bytes;) {
+            const auto left =
+                std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
+            if (left.count() <= 0 || ::poll(&item, 1, static_cast<int>(left.count())) != 1) {
+                return false;
+            }
+            const ssize_t count = ::recv(descriptor_, buffer.data(), buffer.size(), 0);
+            if (count <= 0) {
+                return false;
+            }
+            received += static_cast<std::size_t>(count);
         }
         return true;
     }
@@ -124,7 +151,7 @@ class Flood {
         std::size_t number = 0;
         while (goesOn_) {
             const RawConnection connection;
-            for (bool taken = connection.greet(); taken && goesOn_;) {
+            for (bool taken = connection.greet() && connection.isGreeted(); taken && goesOn_;) {
                 std::string many;
                 for (int k = 0; k < 1000; ++k) {
                     many += subscription(text(number++));
@@ -158,6 +185,15 @@ class HostilePeers : public BoardProcess {
         words.insert(words.end(), arguments.begin(), arguments.end());
         board.emplace(words, std::vector<std::string>{});
         console.clear();
+    }
+
+    // Whether what the board writes to standard output has to be read before it can write more.
+    bool outputIsFull() const {
+        const std::string pipe = "/proc/self/fd/" + std::to_string(board->outputDescriptor());
+        pollfd writing{::open(pipe.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC), POLLOUT, 0};
+        const int writable = ::poll(&writing, 1, 0);
+        ::close(writing.fd);
+        return writable == 0;
     }
 
     // Makes the file a stream of these packets.
@@ -200,6 +236,91 @@ TEST_F(HostilePeers, DoNotKeepItToThemselvesWithATopic) {
     ASSERT_TRUE(awaitConsole("playing "));
     const Flood flood([](std::size_t) { return std::string("MPEG-STRUCT-PAT"); });
     expectService();
+}
+
+// Whoever is new connects once, and has no library that would connect again.
+TEST_F(HostilePeers, DoNotKeepNewClientsOutWithManyFloods) {
+    start({sample});
+    ASSERT_TRUE(awaitConsole("playing "));
+    ASSERT_EQ(Client().instruct(wire::patBit), wire::patBit);
+    const auto expectRecords = [&](const char* when) {
+        for (int k = 0; k < 12; ++k) {
+            const RawConnection client;
+            ASSERT_TRUE(client.greet() && client.isGreeted()) << when << k;
+            ASSERT_TRUE(client.send(subscription("MPEG-STRUCT-PAT"))) << when << k;
+            EXPECT_TRUE(client.receives(2 * sizeof(wire::PatRecord), 2s)) << when << k;
+        }
+    };
+    {
+        std::list<Flood> floods;
+        for (int k = 0; k < 12; ++k) {
+            floods.emplace_back([](std::size_t number) { return std::to_string(number % 1000) + "text"; });
+        }
+        ASSERT_TRUE(awaitConsole("ended a connection")) << console;
+        expectRecords("during ");
+    }
+    expectRecords("after ");
+    board->signal(SIGTERM);
+    EXPECT_NE(end().find("exit code 0"), std::string::npos);
+}
+
+class HostileBursts : public HostilePeers, public testing::WithParamInterface<int> {};
+
+// Of both kinds at once, and of each more than there are descriptors.
+TEST_P(HostileBursts, DoNotUseUpItsDescriptors) {
+    startWith(GetParam(), {sample});
+    ASSERT_TRUE(awaitConsole("playing "));
+    for (int attack = 0; attack < 5; ++attack) {
+        std::list<RawConnection> remote;
+        std::list<RawConnection> local;
+        std::thread remotes([&] {
+            for (int k = 0; k < 3 * GetParam() / 2; ++k) {
+                remote.emplace_back();
+            }
+        });
+        for (int k = 0; k < 3 * GetParam() / 2; ++k) {
+            local.emplace_back(std::string(wire::instructionEndpoint).substr(std::string("ipc://").size()));
+        }
+        remotes.join();
+        remote.clear();
+        local.clear();
+        ASSERT_EQ(Client().instruct(wire::patBit), wire::patBit) << attack << end();
+    }
+    EXPECT_NE(stop().find("exit code 0"), std::string::npos);
+}
+
+INSTANTIATE_TEST_SUITE_P(WithALimitOf, HostileBursts, testing::Values(60, 96, 256),
+                         testing::PrintToStringParamName());
+
+TEST_F(HostilePeers, NeedAFewDescriptors) {
+    startWith(45, {sample});
+    EXPECT_EQ(end(),
+              "mpegfe-board: cannot serve clients: expected a limit of 46 descriptors or more, got 45; "
+              "raise the hard limit, which ulimit -Hn shows\nexit code 1");
+    startWith(46, {sample});
+    EXPECT_TRUE(awaitConsole("playing ")) << console;
+    EXPECT_EQ(Client().instruct(wire::patBit), wire::patBit) << console;
+    EXPECT_NE(stop().find("exit code 0"), std::string::npos);
+}
+
+TEST_F(HostilePeers, DoNotReadItsStatisticsWithoutHoldingUpTheOthers) {
+    for (const bool byItsOwnClock : {false, true}) {
+        std::vector<std::string> arguments{"--fast", "--rate-period", "100", "--statistics", "-", sample};
+        if (byItsOwnClock) {
+            arguments.insert(arguments.begin(), "--deterministic");
+        }
+        start(arguments);
+        Client client;
+        client.subscribe(wire::patBit);
+        ASSERT_EQ(client.instruct(wire::patBit), wire::patBit);
+        while (!outputIsFull()) {
+            std::this_thread::yield();
+        }
+        for (int k = 0; k < 10; ++k) {
+            ASSERT_EQ(Client().instruct(wire::patBit), wire::patBit) << k;
+        }
+        EXPECT_NE(stop().find("exit code 0"), std::string::npos);
+    }
 }
 
 TEST_F(HostilePeers, DoNotUseUpItsDescriptors) {
