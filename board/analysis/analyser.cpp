@@ -37,12 +37,13 @@ bool Analyser::packet(const std::uint8_t* bytes) {
 
     const auto pcr = pcrOf(bytes);
     const auto timeStamp = unitStart && !hidden ? timeStampOf(content) : std::nullopt;
-    const bool reading = clock_.packet(pid, pcr, timeStamp);
+    const bool announced = pcr && tsaf_has_discontinuity(bytes);
+    const bool reading = clock_.packet(pid, pcr, timeStamp, announced);
     if (reading) {
         readClock(number);
     }
     if (pcr) {
-        watch_.pcr(pid, *pcr, tsaf_has_discontinuity(bytes), number, clock_.now());
+        watch_.pcr(pid, *pcr, announced, number, clock_.now());
     }
     if (timeStamp) {
         watch_.timeStamp(pid, clock_.now());
@@ -84,7 +85,7 @@ void Analyser::readClock(std::uint64_t packetNumber) {
     if (scramblingPeriod_.over(clock_.now(), rates_.measured())) {
         judgeScrambling();
     }
-    watch_.look(clock_.now(), [this](std::uint16_t pid) {
+    watch_.look(clock_.now(), clock_.outage(), [this](std::uint16_t pid) {
         const std::int32_t position = slots_[pid].position;
         return position < 0 ? 0 : model_.pids[static_cast<std::size_t>(position)].packets;
     });

@@ -207,11 +207,11 @@ void ErrorWatch::pcr(std::uint16_t pid, Ticks value, bool announced, std::uint64
         return;
     }
     const Ticks step = ((value - *before) % clockRange + clockRange) % clockRange;
-    const bool leaps = step > tunables::pcrStepLimit;
-    // Where the stream's clock is another PID's, this one's own values tell better how long it was.
+    // Its own values tell better how long it was than a clock that is another PID's, or has stood still.
     errors_.count(Indicator::pcrRepetition, pid,
-                  leaps ? clock.absence.ended(now) : clock.absence.ended(now, step));
-    if (leaps) {
+                  step <= tunables::plausibleStep ? clock.absence.ended(now, step)
+                                                  : clock.absence.ended(now));
+    if (step > tunables::pcrStepLimit) {
         errors_.count(Indicator::pcrDiscontinuity, pid);
         clock.accuracy.restart();
     }
@@ -254,12 +254,13 @@ void ErrorWatch::timeStamp(std::uint16_t pid, Ticks now) {
     }
 }
 
-void ErrorWatch::look(Ticks now, const std::function<std::uint64_t(std::uint16_t)>& packetsOf) {
+void ErrorWatch::look(Ticks now, Ticks outage, const std::function<std::uint64_t(std::uint16_t)>& packetsOf) {
+    outage_ += outage;
     if (now - lastLook_ < tunables::watchPeriod) {
         return;
     }
-    if (now - lastLook_ > tunables::watchLeap) {
-        leap(lastLook_, now);
+    if (now - lastLook_ - std::exchange(outage_, Ticks::zero()) > tunables::watchLeap) {
+        clockStood(lastLook_, now);
     }
     lastLook_ = now;
     errors_.count(Indicator::pat, wire::patPid, pat_.told(now));
@@ -271,18 +272,19 @@ void ErrorWatch::look(Ticks now, const std::function<std::uint64_t(std::uint16_t
     }
 }
 
-// Where a stream has shown no time for a while, it is not known when a thing has come.
-void ErrorWatch::leap(Ticks from, Ticks to) {
-    pat_.leap(from, to);
-    cat_.leap(from, to);
+// Where packets have come without a time for a while, it is not known when a thing has. In an outage nothing
+// has.
+void ErrorWatch::clockStood(Ticks from, Ticks to) {
+    pat_.clockStood(from, to);
+    cat_.clockStood(from, to);
     for (PidWatch* watch : watched_) {
         for (auto* absence : {&watch->map, &watch->stamps}) {
             if (*absence) {
-                (*absence)->leap(from, to);
+                (*absence)->clockStood(from, to);
             }
         }
         if (watch->clock) {
-            watch->clock->absence.leap(from, to);
+            watch->clock->absence.clockStood(from, to);
         }
     }
 }

@@ -61,8 +61,9 @@ class ErrorWatch {
     // A PES packet with a time stamp begins.
     void timeStamp(std::uint16_t pid, Ticks now);
 
-    // So late is it. Counts what has not come for too long; packetsOf tells how many packets of a PID have.
-    void look(Ticks now, const std::function<std::uint64_t(std::uint16_t)>& packetsOf);
+    // So late is it, and so much of the time since the last call no packets account for. Counts what has not
+    // come for too long; packetsOf tells how many packets of a PID have.
+    void look(Ticks now, Ticks outage, const std::function<std::uint64_t(std::uint16_t)>& packetsOf);
 
   private:
     // The PCRs of a PID that a program's map names for them.
@@ -89,7 +90,7 @@ class ErrorWatch {
 
     static std::vector<Roles> rolesIn(const StreamModel& model);
     void setRoles(PidWatch& watch, const Roles& roles, Ticks now);
-    void leap(Ticks from, Ticks to);
+    void clockStood(Ticks from, Ticks to);
     void lookAt(PidWatch& watch, Ticks now, std::uint64_t packets);
     void measure(PidWatch& watch, Ticks step, std::uint64_t packet);
     void withdrawAccuracy(std::uint16_t pid);
@@ -103,6 +104,7 @@ class ErrorWatch {
     Absence cat_;
     bool scrambledSince_ = false; // packets, since the limit of cat_ passed last
     Ticks lastLook_{0};
+    Ticks outage_{0};                                // since then
     std::vector<std::unique_ptr<PidWatch>> watches_; // by PID; empty where nothing has to come
     std::vector<PidWatch*> watched_;                 // those that there are
 };
