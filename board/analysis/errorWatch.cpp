@@ -23,65 +23,65 @@ bool hasToFlow(const ElementaryStream& stream) {
 
 } // namespace
 
-struct ErrorWatch::Roles {
-    bool map = false;
-    bool present = false;
-    bool timed = false;
-    bool clock = false;
-
-    bool any() const {
-        return map || present || timed || clock;
-    }
-};
-
 ErrorWatch::ErrorWatch(bool measuresAccuracy)
     : measuresAccuracy_(measuresAccuracy), pat_(tunables::patLimit, Ticks::zero()),
-      cat_(tunables::catLimit, Ticks::zero()), watches_(pidValues) {}
+      cat_(tunables::catLimit, Ticks::zero()), watches_(pidValues), roles_(pidValues) {}
 
 void ErrorWatch::begin(Ticks now) {
     errors_.pids.clear();
     errors_.accuracyMeasured = false;
-    watched_.clear();
-    watches_.clear();
-    watches_.resize(pidValues);
+    for (const PidWatch* watch : std::exchange(watched_, {})) {
+        watches_[watch->pid].reset();
+    }
     scrambledSince_ = false;
     pat_.begin(now);
     cat_.begin(now);
 }
 
 void ErrorWatch::follow(const StreamModel& model, Ticks now) {
-    const std::vector<Roles> roles = rolesIn(model);
-    watched_.clear();
-    for (std::uint16_t pid = 0; pid < pidValues; ++pid) {
-        auto& watch = watches_[pid];
-        if (!roles[pid].any()) {
-            watch.reset();
+    const std::vector<std::uint16_t> named = giveRoles(model);
+    for (const PidWatch* watch : std::exchange(watched_, {})) {
+        if (!roles_[watch->pid].any()) {
+            watches_[watch->pid].reset();
+        }
+    }
+    for (const std::uint16_t pid : named) {
+        const Roles roles = std::exchange(roles_[pid], {});
+        if (!roles.any()) { // named before
             continue;
         }
+        auto& watch = watches_[pid];
         if (!watch) {
             watch = std::make_unique<PidWatch>();
             watch->pid = pid;
         }
-        setRoles(*watch, roles[pid], now);
+        setRoles(*watch, roles, now);
         watched_.push_back(watch.get());
     }
 }
 
-std::vector<ErrorWatch::Roles> ErrorWatch::rolesIn(const StreamModel& model) {
-    std::vector<Roles> roles(pidValues);
+// Returns the PIDs that are named, some of them more than once.
+std::vector<std::uint16_t> ErrorWatch::giveRoles(const StreamModel& model) {
+    std::vector<std::uint16_t> named;
+    const auto rolesOf = [&](std::uint16_t pid) -> Roles& {
+        named.push_back(pid);
+        return roles_[pid];
+    };
     for (const Program& program : model.programs) {
-        roles[program.pmtPid].map |= program.number != 0;
+        rolesOf(program.pmtPid).map |= program.number != 0;
         if (!program.map) {
             continue;
         }
-        roles[program.map->pcrPid].clock = roles[program.map->pcrPid].present = true;
+        Roles& clock = rolesOf(program.map->pcrPid);
+        clock.clock = clock.present = true;
         for (const ElementaryStream& stream : program.map->streams) {
-            roles[stream.pid].present |= hasToFlow(stream);
-            roles[stream.pid].timed |= stream.kind != StreamKind::data;
+            Roles& roles = rolesOf(stream.pid);
+            roles.present |= hasToFlow(stream);
+            roles.timed |= stream.kind != StreamKind::data;
         }
     }
-    roles[wire::nullPid] = {}; // it stands for none
-    return roles;
+    roles_[wire::nullPid] = {}; // it stands for none
+    return named;
 }
 
 // What a PID has had to bring before is waited for as it was.

@@ -77,6 +77,17 @@ class ErrorWatch {
         Absence absence;
         std::uint64_t packets; // at the last look
     };
+    // What the maps say of a PID.
+    struct Roles {
+        bool map = false;
+        bool present = false;
+        bool timed = false;
+        bool clock = false;
+
+        bool any() const {
+            return map || present || timed || clock;
+        }
+    };
     // What a PID has to bring, where it has to.
     struct PidWatch {
         std::uint16_t pid;
@@ -86,9 +97,8 @@ class ErrorWatch {
         std::optional<Absence> stamps; // from the first on
         std::optional<ClockWatch> clock;
     };
-    struct Roles;
 
-    static std::vector<Roles> rolesIn(const StreamModel& model);
+    std::vector<std::uint16_t> giveRoles(const StreamModel& model);
     void setRoles(PidWatch& watch, const Roles& roles, Ticks now);
     void clockStood(Ticks from, Ticks to);
     void lookAt(PidWatch& watch, Ticks now, std::uint64_t packets);
@@ -107,6 +117,7 @@ class ErrorWatch {
     Ticks outage_{0};                                // since then
     std::vector<std::unique_ptr<PidWatch>> watches_; // by PID; empty where nothing has to come
     std::vector<PidWatch*> watched_;                 // those that there are
+    std::vector<Roles> roles_;                       // by PID; none but while maps are read
 };
 
 } // namespace board
