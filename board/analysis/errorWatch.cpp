@@ -122,8 +122,7 @@ void ErrorWatch::seam(Ticks now) {
 }
 
 void ErrorWatch::takeSync(const SyncErrors& sync) {
-    errors_.indicators[Indicator::syncByte] = sync.bytes();
-    errors_.indicators[Indicator::syncLoss] = sync.losses();
+    errors_.countSync(sync.bytes(), sync.losses());
     packetsMissing();
 }
 
@@ -140,7 +139,7 @@ void ErrorWatch::transportError(std::uint16_t pid, bool known) {
     if (known) {
         errors_.count(Indicator::transport, pid);
     } else {
-        ++errors_.indicators[Indicator::transport];
+        errors_.count(Indicator::transport);
     }
 }
 
@@ -186,8 +185,7 @@ bool ErrorWatch::section(std::uint16_t pid, SectionBytes bytes, Ticks now) {
 }
 
 void ErrorWatch::badSection(std::uint16_t pid, SectionBytes bytes) {
-    ++errors_.badSections;
-    ++errors_.pids[pid].badSections;
+    errors_.countBadSection(pid);
     if (sectionLengthsFit(bytes) && isCrcTable(bytes[0])) {
         errors_.count(Indicator::crc, pid);
     }
@@ -226,20 +224,11 @@ void ErrorWatch::measure(PidWatch& watch, Ticks step, std::uint64_t packet) {
     if (!finding) {
         return;
     }
-    if (finding->varies) {
-        withdrawAccuracy(watch.pid);
+    if (finding->varies) { // figures of a stream whose bit rate turns out to vary would mislead
+        errors_.takeBack(Indicator::pcrAccuracy, watch.pid);
     }
     errors_.accuracyMeasured = (errors_.accuracyMeasured || finding->measured) && !finding->varies;
     errors_.count(Indicator::pcrAccuracy, watch.pid, finding->inaccurate);
-}
-
-// Figures of a stream whose bit rate turns out to vary would mislead.
-void ErrorWatch::withdrawAccuracy(std::uint16_t pid) {
-    const auto found = errors_.pids.find(pid);
-    if (found != errors_.pids.end()) {
-        errors_.indicators[Indicator::pcrAccuracy] -=
-            std::exchange(found->second.indicators[Indicator::pcrAccuracy], 0);
-    }
 }
 
 void ErrorWatch::timeStamp(std::uint16_t pid, Ticks now) {

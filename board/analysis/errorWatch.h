@@ -1,5 +1,5 @@
 // Watches a stream for what is wrong with it, by the indicators of ETSI TR 101 290 (clause 5.2). The analyser
-// tells what it meets; each indicator is counted in one place here.
+// tells what it meets, and here is decided what of it is an error; StreamErrors counts them.
 #pragma once
 
 #include "analysis/absence.h"
@@ -103,7 +103,6 @@ class ErrorWatch {
     void clockStood(Ticks from, Ticks to);
     void lookAt(PidWatch& watch, Ticks now, std::uint64_t packets);
     void measure(PidWatch& watch, Ticks step, std::uint64_t packet);
-    void withdrawAccuracy(std::uint16_t pid);
     void takeSync(const SyncErrors& sync);
     void packetsMissing();
     void badSection(std::uint16_t pid, SectionBytes bytes);
