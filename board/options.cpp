@@ -10,6 +10,7 @@
 #include <array>
 #include <span>
 #include <string_view>
+#include <vector>
 
 namespace board {
 
@@ -113,13 +114,23 @@ CLI::Option* addName(CLI::App& app, const std::string& name, std::string& text, 
     return app.add_option(name, text, help)->take_last();
 }
 
-void addOptions(CLI::App& app, Words& words, std::span<const char* const> arguments) {
+// The options by what they go with.
+struct OptionGroups {
+    CLI::Option* source = nullptr;
+    CLI::Option* record = nullptr;
+    CLI::Option* print = nullptr;
+    std::vector<CLI::Option*> needSource{};
+    std::vector<CLI::Option*> needRecord{};
+    std::vector<CLI::Option*> excludeRecord{};
+    std::vector<CLI::Option*> excludePrint{};
+};
+
+void addTasks(CLI::App& app, Words& words, OptionGroups& groups, std::span<const char* const> arguments) {
     CLI::App& tasks = *app.add_option_group("What to do");
-    auto* const source =
-        tasks.add_option("SOURCE", words.play.source, "The transport stream to play or print")
-            ->type_name("")
-            ->check(sourceName(app, arguments));
-    auto* const record =
+    groups.source = tasks.add_option("SOURCE", words.play.source, "The transport stream to play or print")
+                        ->type_name("")
+                        ->check(sourceName(app, arguments));
+    groups.record =
         addName(tasks, "--record", words.record.file, "Write what a board publishes to FILE, until a signal")
             ->check(named())
             ->type_name("FILE");
@@ -127,71 +138,98 @@ void addOptions(CLI::App& app, Words& words, std::span<const char* const> argume
         ->check(named())
         ->type_name("FILE");
     tasks.require_option(1);
+    groups.print = app.add_flag("--print", words.print,
+                                "Read SOURCE once, print the records as JSON and stop; no sockets");
+    groups.needSource.push_back(groups.print);
+}
 
-    auto* const print = app.add_flag("--print", words.print,
-                                     "Read SOURCE once, print the records as JSON and stop; no sockets");
-    auto* const once = app.add_flag("--once", words.play.once, "Stop at the end of the file");
-    auto* const fast = app.add_flag("--fast", words.play.fast, "As fast as possible instead of in real time");
-    auto* const newStream = app.add_flag("--new-stream-on-loop", words.play.newStreamOnLoop,
+void addPlaying(CLI::App& app, PlayOptions& play, OptionGroups& groups) {
+    auto* const once = app.add_flag("--once", play.once, "Stop at the end of the file");
+    auto* const fast = app.add_flag("--fast", play.fast, "As fast as possible instead of in real time");
+    auto* const newStream = app.add_flag("--new-stream-on-loop", play.newStreamOnLoop,
                                          "A file that starts over is announced as a new stream");
     auto* const interface =
-        addName(app, "--interface", words.play.interface, "Join multicast groups on this network interface")
+        addName(app, "--interface", play.interface, "Join multicast groups on this network interface")
             ->type_name("NAME");
     auto* const interval =
         addNumber(app, "--interval", "Publish each requested topic at least this often (250)", 1, hour,
-                  [&words](int value) { words.play.interval = milliseconds(value); })
+                  [&play](int value) { play.interval = milliseconds(value); })
             ->type_name("MS");
-    auto* const ratePeriod =
-        addNumber(app, "--rate-period",
-                  "Measure rates over this much stream time (1000); 0: the whole stream", 0, hour,
-                  [&words](int value) { words.play.ratePeriod = milliseconds(value); })
-            ->type_name("MS");
+    groups.needSource.insert(groups.needSource.end(), {newStream, interface});
+    groups.excludeRecord.insert(groups.excludeRecord.end(), {once, fast, interval});
+    groups.excludePrint.insert(groups.excludePrint.end(), {newStream, interval});
+}
+
+void addMeasuring(CLI::App& app, PlayOptions& play, OptionGroups& groups) {
+    auto* const ratePeriod = addNumber(app, "--rate-period",
+                                       "Measure rates over this much stream time (1000); 0: the whole stream",
+                                       0, hour, [&play](int value) { play.ratePeriod = milliseconds(value); })
+                                 ->type_name("MS");
     auto* const service =
         addNumber(app, "--service", "List this program's events in the EIT record (the first that has any)",
                   1, mostPrograms,
-                  [&words](int value) { words.play.eventService = static_cast<std::uint16_t>(value); })
+                  [&play](int value) { play.eventService = static_cast<std::uint16_t>(value); })
             ->type_name("NUMBER");
-    auto* const bind = addName(app, "--bind", words.play.address,
+    groups.needSource.insert(groups.needSource.end(), {ratePeriod, service});
+}
+
+void addResults(CLI::App& app, PlayOptions& play, OptionGroups& groups) {
+    auto* const bind = addName(app, "--bind", play.address,
                                "Publish on this address or network interface (127.0.0.1); * on all")
                            ->check(named())
                            ->type_name("ADDRESS");
     auto* const statistics =
-        addName(app, "--statistics", words.play.statistics,
+        addName(app, "--statistics", play.statistics,
                 "Write rates and errors as JSON once a rate period; - is standard output")
             ->check(named())
             ->type_name("FILE");
     auto* const failOn =
         app.add_option_function<std::string>(
                "--fail-on",
-               [&words](const std::string& what) {
-                   words.play.failOn = what == "errors" ? FailOn::errors : FailOn::priority1;
+               [&play](const std::string& what) {
+                   play.failOn = what == "errors" ? FailOn::errors : FailOn::priority1;
                },
                "End with 3 when the stream has shown \"errors\", or \"priority-1\" ones by TR 101 290")
             ->check(CLI::IsMember({"errors", "priority-1"}).description(""))
             ->take_last()
             ->type_name("WHAT");
     auto* const deterministic =
-        app.add_flag("--deterministic", words.play.deterministic,
+        app.add_flag("--deterministic", play.deterministic,
                      "Wait for a client, and time everything by the stream's clock alone");
-    auto* const host =
-        addName(app, "--host", words.record.host, "The board to record (127.0.0.1)")->type_name("HOST");
-    auto* const instruct = app.add_flag("--instruct", words.record.instruct,
-                                        "Ask that board for every topic; it must be on this machine");
-    auto* const duration = addNumber(app, "--duration", "Record this long", 1, hour, [&words](int value) {
-                               words.record.duration = milliseconds(value);
-                           })->type_name("MS");
+    groups.needSource.insert(groups.needSource.end(), {statistics, failOn});
+    groups.excludeRecord.insert(groups.excludeRecord.end(), {bind, deterministic});
+    groups.excludePrint.insert(groups.excludePrint.end(), {bind, deterministic, statistics});
+}
 
-    for (CLI::Option* option : {print, newStream, interface, ratePeriod, service, statistics, failOn}) {
-        option->needs(source);
+void addRecording(CLI::App& app, RecordOptions& record, OptionGroups& groups) {
+    auto* const host =
+        addName(app, "--host", record.host, "The board to record (127.0.0.1)")->type_name("HOST");
+    auto* const instruct = app.add_flag("--instruct", record.instruct,
+                                        "Ask that board for every topic; it must be on this machine");
+    auto* const duration = addNumber(app, "--duration", "Record this long", 1, hour, [&record](int value) {
+                               record.duration = milliseconds(value);
+                           })->type_name("MS");
+    groups.needRecord = {host, instruct, duration};
+}
+
+void addOptions(CLI::App& app, Words& words, std::span<const char* const> arguments) {
+    OptionGroups groups;
+    addTasks(app, words, groups, arguments);
+    addPlaying(app, words.play, groups);
+    addMeasuring(app, words.play, groups);
+    addResults(app, words.play, groups);
+    addRecording(app, words.record, groups);
+    for (CLI::Option* option : groups.needSource) {
+        option->needs(groups.source);
     }
-    for (CLI::Option* option : {once, fast, interval, bind, deterministic}) {
-        option->excludes(record);
+    for (CLI::Option* option : groups.excludeRecord) {
+        option->excludes(groups.record);
     }
-    for (CLI::Option* option : {newStream, interval, bind, deterministic, statistics}) {
-        option->excludes(print);
+    for (CLI::Option* option : groups.excludePrint) {
+        option->excludes(groups.print);
     }
-    for (CLI::Option* option : {host, instruct, duration}) {
-        option->needs(record);
+    for (CLI::Option* option : groups.needRecord) {
+        option->needs(groups.record);
     }
 }
 

@@ -48,19 +48,16 @@ class Reader {
     Outcome read(OnPacket&& onPacket) {
         const PacketSource::Arrival arrival = source_->read(buffer_);
         total_ += arrival.bytes;
+        const std::uint64_t before = packets_;
         if (arrival.ended) {
-            sync_.finish(onPacket);
+            sync_.finish(counting(onPacket));
             requirePackets(total_);
             requireMore();
             return Outcome::ended;
         }
-        bool found = false;
-        sync_.push(std::span(buffer_).first(arrival.bytes), [&](const std::uint8_t* packet) {
-            found = true;
-            onPacket(packet);
-        });
+        sync_.push(std::span(buffer_).first(arrival.bytes), counting(onPacket));
         lookForPackets();
-        if (found) {
+        if (packets_ != before) {
             return Outcome::packets;
         }
         return arrival.bytes == 0 ? Outcome::nothing : Outcome::bytes;
@@ -69,19 +66,20 @@ class Reader {
     // Passes the packets that were held back until it is known what follows them.
     template <class OnPacket>
     void rest(OnPacket&& onPacket) {
-        sync_.rest(onPacket);
+        sync_.rest(counting(onPacket));
     }
 
     // The same, and drops what is left of a packet: it will not be continued.
     template <class OnPacket>
     void finish(OnPacket&& onPacket) {
         if (sync_.stride() != 0) {
-            sync_.finish(onPacket);
+            sync_.finish(counting(onPacket));
         }
     }
 
     bool rewind() {
-        startOfPass_ = total_;
+        bytesBeforePass_ = total_;
+        packetsBeforePass_ = packets_;
         return source_->rewind();
     }
     std::uint64_t syncLosses() const {
@@ -104,6 +102,14 @@ class Reader {
     }
 
   private:
+    template <class OnPacket>
+    auto counting(OnPacket& onPacket) {
+        return [this, &onPacket](const std::uint8_t* packet) {
+            ++packets_;
+            onPacket(packet);
+        };
+    }
+
     // A network may bring anything before it brings a stream; a file that has not by now does not.
     void lookForPackets() {
         if (sync_.stride() != 0) {
@@ -133,11 +139,14 @@ class Reader {
         }
     }
 
-    // A file that has been emptied while it played would be started over again and again.
+    // A file that has lost its packets while it played would be started over again and again.
     void requireMore() const {
-        if (total_ == startOfPass_) {
-            throw BoardError({"cannot go on with " + name_, "the packets that it had before", "an empty file",
-                              "check what writes it"});
+        if (packets_ == packetsBeforePass_) {
+            const std::size_t bytes = total_ - bytesBeforePass_;
+            throw BoardError(
+                {"cannot go on with " + name_, "the packets that it had before",
+                 bytes == 0 ? "an empty file" : "no such packets in " + std::to_string(bytes) + " bytes",
+                 "check what writes it"});
         }
     }
 
@@ -146,7 +155,9 @@ class Reader {
     std::vector<std::uint8_t> buffer_;
     PacketSync sync_;
     std::size_t total_ = 0;
-    std::size_t startOfPass_ = 0;
+    std::size_t bytesBeforePass_ = 0;
+    std::uint64_t packets_ = 0;
+    std::uint64_t packetsBeforePass_ = 0;
     bool noPacketsTold_ = false;
 };
 
@@ -348,7 +359,7 @@ class Session {
         if (realTime() - *silentSince_ >= tunables::changeInterval) {
             reader_.rest([this](const std::uint8_t* bytes) { arrival(bytes); });
         }
-        if (!silentSince_ || silenceTold_ || options_.deterministic) {
+        if (!silentSince_ || silenceTold_ || options_.deterministic || !reader_.canBeSilent()) {
             return;
         }
         if (start - *silentSince_ >= tunables::streamSilence) {

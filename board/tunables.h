@@ -87,7 +87,7 @@ inline constexpr FineTicks pcrAccuracyLimit = std::chrono::nanoseconds(500); // 
 inline constexpr Ticks ptsLimit = milliseconds(700); // from time stamp to time stamp (2.5)
 inline constexpr Ticks catLimit = seconds(2); // scrambled packets without a CAT (2.6, which names no time)
 inline constexpr Ticks watchPeriod = milliseconds(100); // between looks at what is absent
-inline constexpr Ticks watchLeap = milliseconds(250);   // between two looks: the stream's clock has leapt
+inline constexpr Ticks watchLeap = milliseconds(250);   // of packets between two looks: the clock stood still
 
 // How the accuracy of PCRs is measured, in the PCRs' own time.
 inline constexpr Ticks accuracyWindow = seconds(1);  // that a line is laid through

@@ -36,8 +36,9 @@ class Absence {
         told_ = 0;
     }
 
-    // The clock has leapt from one time to another: what has come in between may have come at its end.
-    void leap(Ticks from, Ticks to) {
+    // The clock has stood still at the one time up to the other: what has come in between may have come at
+    // its end.
+    void clockStood(Ticks from, Ticks to) {
         if (since_ >= from) {
             since_ = to;
         }

@@ -6,7 +6,9 @@
 
 #include <bitstream/mpeg/ts.h>
 
+#include <algorithm>
 #include <cstddef>
+#include <utility>
 
 namespace board {
 
@@ -37,12 +39,13 @@ bool Analyser::packet(const std::uint8_t* bytes) {
 
     const auto pcr = pcrOf(bytes);
     const auto timeStamp = unitStart && !hidden ? timeStampOf(content) : std::nullopt;
-    const bool reading = clock_.packet(pid, pcr, timeStamp);
+    const bool announced = pcr && tsaf_has_discontinuity(bytes);
+    const bool reading = clock_.packet(pid, pcr, timeStamp, announced);
     if (reading) {
         readClock(number);
     }
     if (pcr) {
-        watch_.pcr(pid, *pcr, tsaf_has_discontinuity(bytes), number, clock_.now());
+        watch_.pcr(pid, *pcr, announced, number, clock_.now());
     }
     if (timeStamp) {
         watch_.timeStamp(pid, clock_.now());
@@ -84,7 +87,7 @@ void Analyser::readClock(std::uint64_t packetNumber) {
     if (scramblingPeriod_.over(clock_.now(), rates_.measured())) {
         judgeScrambling();
     }
-    watch_.look(clock_.now(), [this](std::uint16_t pid) {
+    watch_.look(clock_.now(), clock_.outage(), [this](std::uint16_t pid) {
         const std::int32_t position = slots_[pid].position;
         return position < 0 ? 0 : model_.pids[static_cast<std::size_t>(position)].packets;
     });
@@ -97,6 +100,7 @@ PidState& Analyser::stateOf(std::uint16_t pid, PidSlot& slot) {
         PidState state;
         state.pid = pid;
         model_.pids.push_back(state);
+        seen_.push_back(pid);
     }
     return model_.pids[static_cast<std::size_t>(slot.position)];
 }
@@ -167,38 +171,44 @@ void Analyser::section(std::uint16_t pid, SectionBytes bytes) {
 
 // Decides for every PID whether its sections are read.
 void Analyser::assignSections() {
-    std::vector<bool> wanted(pidValues, false);
-    for (const std::uint16_t pid : tables_.pids()) {
-        wanted[pid] = true;
+    std::vector<std::uint16_t> wanted = tables_.pids();
+    std::ranges::sort(wanted);
+    for (const std::uint16_t pid : read_) {
+        if (!std::ranges::binary_search(wanted, pid)) {
+            slots_[pid].sections.reset();
+        }
     }
-    for (std::size_t pid = 0; pid < pidValues; ++pid) {
-        auto& sections = slots_[pid].sections;
-        if (!wanted[pid]) {
-            sections.reset();
-        } else if (!sections) {
+    for (const std::uint16_t pid : wanted) {
+        if (auto& sections = slots_[pid].sections; !sections) {
             sections = std::make_unique<SectionAssembler>();
         }
     }
+    read_ = std::move(wanted);
 }
 
 // Decides for every PID whether its headers are read. A PID in several maps is what the first of them says.
 void Analyser::assignProbes() {
-    std::vector<const ElementaryStream*> wanted(pidValues, nullptr);
-    std::size_t count = 0;
+    const std::vector<std::uint16_t> before = std::exchange(probed_, {});
     for (const Program& program : model_.programs) {
         if (!program.map) {
             continue;
         }
         for (const ElementaryStream& stream : program.map->streams) {
-            if (stream.kind != StreamKind::data && wanted[stream.pid] == nullptr &&
-                count < tunables::probedStreams) {
-                wanted[stream.pid] = &stream;
-                ++count;
+            const ElementaryStream*& wanted = slots_[stream.pid].wanted;
+            if (stream.kind != StreamKind::data && wanted == nullptr &&
+                probed_.size() < tunables::probedStreams) {
+                wanted = &stream;
+                probed_.push_back(stream.pid);
             }
         }
     }
-    for (std::uint16_t pid = 0; pid < pidValues; ++pid) {
-        setProbe(pid, wanted[pid]);
+    for (const std::uint16_t pid : before) {
+        if (slots_[pid].wanted == nullptr) {
+            setProbe(pid, nullptr);
+        }
+    }
+    for (const std::uint16_t pid : probed_) {
+        setProbe(pid, std::exchange(slots_[pid].wanted, nullptr));
     }
 }
 
@@ -254,13 +264,13 @@ void Analyser::beginStream() {
     patience_.begin(clock_.now());
     rates_ = RateMeter(ratePeriod_, clock_.now(), packets_);
     scramblingPeriod_.restart();
-    for (PidSlot& slot : slots_) {
+    for (const std::uint16_t pid : std::exchange(seen_, {})) {
+        PidSlot& slot = slots_[pid];
         lose(slot);
         slot.position = -1;
         slot.continuity.forget();
         slot.votes = {};
         slot.inScrambledPes = false;
-        slot.probe.reset();
     }
     clock_.startOver();
     assignSections();

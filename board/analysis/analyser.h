@@ -81,6 +81,7 @@ class Analyser {
         bool inScrambledPes = false; // the packets belong to a PES packet that is scrambled itself
         std::unique_ptr<SectionAssembler> sections;
         std::unique_ptr<HeaderProbe> probe;
+        const ElementaryStream* wanted = nullptr; // to be probed; none but while probes are assigned
     };
 
     bool unreadablePacket(const std::uint8_t* bytes, std::uint64_t number);
@@ -106,7 +107,10 @@ class Analyser {
     std::uint64_t packets_ = 0;
     SettlingPatience patience_;
     ScramblingPeriod scramblingPeriod_;
-    std::vector<PidSlot> slots_; // one a PID
+    std::vector<PidSlot> slots_;         // one a PID
+    std::vector<std::uint16_t> seen_;    // the PIDs of this stream
+    std::vector<std::uint16_t> read_;    // the PIDs whose sections are
+    std::vector<std::uint16_t> probed_;  // the PIDs whose headers are read
 };
 
 } // namespace board

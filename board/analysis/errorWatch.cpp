@@ -23,65 +23,65 @@ bool hasToFlow(const ElementaryStream& stream) {
 
 } // namespace
 
-struct ErrorWatch::Roles {
-    bool map = false;
-    bool present = false;
-    bool timed = false;
-    bool clock = false;
-
-    bool any() const {
-        return map || present || timed || clock;
-    }
-};
-
 ErrorWatch::ErrorWatch(bool measuresAccuracy)
     : measuresAccuracy_(measuresAccuracy), pat_(tunables::patLimit, Ticks::zero()),
-      cat_(tunables::catLimit, Ticks::zero()), watches_(pidValues) {}
+      cat_(tunables::catLimit, Ticks::zero()), watches_(pidValues), roles_(pidValues) {}
 
 void ErrorWatch::begin(Ticks now) {
     errors_.pids.clear();
     errors_.accuracyMeasured = false;
-    watched_.clear();
-    watches_.clear();
-    watches_.resize(pidValues);
+    for (const PidWatch* watch : std::exchange(watched_, {})) {
+        watches_[watch->pid].reset();
+    }
     scrambledSince_ = false;
     pat_.begin(now);
     cat_.begin(now);
 }
 
 void ErrorWatch::follow(const StreamModel& model, Ticks now) {
-    const std::vector<Roles> roles = rolesIn(model);
-    watched_.clear();
-    for (std::uint16_t pid = 0; pid < pidValues; ++pid) {
-        auto& watch = watches_[pid];
-        if (!roles[pid].any()) {
-            watch.reset();
+    const std::vector<std::uint16_t> named = giveRoles(model);
+    for (const PidWatch* watch : std::exchange(watched_, {})) {
+        if (!roles_[watch->pid].any()) {
+            watches_[watch->pid].reset();
+        }
+    }
+    for (const std::uint16_t pid : named) {
+        const Roles roles = std::exchange(roles_[pid], {});
+        if (!roles.any()) { // named before
             continue;
         }
+        auto& watch = watches_[pid];
         if (!watch) {
             watch = std::make_unique<PidWatch>();
             watch->pid = pid;
         }
-        setRoles(*watch, roles[pid], now);
+        setRoles(*watch, roles, now);
         watched_.push_back(watch.get());
     }
 }
 
-std::vector<ErrorWatch::Roles> ErrorWatch::rolesIn(const StreamModel& model) {
-    std::vector<Roles> roles(pidValues);
+// Returns the PIDs that are named, some of them more than once.
+std::vector<std::uint16_t> ErrorWatch::giveRoles(const StreamModel& model) {
+    std::vector<std::uint16_t> named;
+    const auto rolesOf = [&](std::uint16_t pid) -> Roles& {
+        named.push_back(pid);
+        return roles_[pid];
+    };
     for (const Program& program : model.programs) {
-        roles[program.pmtPid].map |= program.number != 0;
+        rolesOf(program.pmtPid).map |= program.number != 0;
         if (!program.map) {
             continue;
         }
-        roles[program.map->pcrPid].clock = roles[program.map->pcrPid].present = true;
+        Roles& clock = rolesOf(program.map->pcrPid);
+        clock.clock = clock.present = true;
         for (const ElementaryStream& stream : program.map->streams) {
-            roles[stream.pid].present |= hasToFlow(stream);
-            roles[stream.pid].timed |= stream.kind != StreamKind::data;
+            Roles& roles = rolesOf(stream.pid);
+            roles.present |= hasToFlow(stream);
+            roles.timed |= stream.kind != StreamKind::data;
         }
     }
-    roles[wire::nullPid] = {}; // it stands for none
-    return roles;
+    roles_[wire::nullPid] = {}; // it stands for none
+    return named;
 }
 
 // What a PID has had to bring before is waited for as it was.
@@ -122,8 +122,7 @@ void ErrorWatch::seam(Ticks now) {
 }
 
 void ErrorWatch::takeSync(const SyncErrors& sync) {
-    errors_.indicators[Indicator::syncByte] = sync.bytes();
-    errors_.indicators[Indicator::syncLoss] = sync.losses();
+    errors_.countSync(sync.bytes(), sync.losses());
     packetsMissing();
 }
 
@@ -140,7 +139,7 @@ void ErrorWatch::transportError(std::uint16_t pid, bool known) {
     if (known) {
         errors_.count(Indicator::transport, pid);
     } else {
-        ++errors_.indicators[Indicator::transport];
+        errors_.count(Indicator::transport);
     }
 }
 
@@ -186,8 +185,7 @@ bool ErrorWatch::section(std::uint16_t pid, SectionBytes bytes, Ticks now) {
 }
 
 void ErrorWatch::badSection(std::uint16_t pid, SectionBytes bytes) {
-    ++errors_.badSections;
-    ++errors_.pids[pid].badSections;
+    errors_.countBadSection(pid);
     if (sectionLengthsFit(bytes) && isCrcTable(bytes[0])) {
         errors_.count(Indicator::crc, pid);
     }
@@ -207,11 +205,11 @@ void ErrorWatch::pcr(std::uint16_t pid, Ticks value, bool announced, std::uint64
         return;
     }
     const Ticks step = ((value - *before) % clockRange + clockRange) % clockRange;
-    const bool leaps = step > tunables::pcrStepLimit;
-    // Where the stream's clock is another PID's, this one's own values tell better how long it was.
+    // Its own values tell better how long it was than a clock that is another PID's, or has stood still.
     errors_.count(Indicator::pcrRepetition, pid,
-                  leaps ? clock.absence.ended(now) : clock.absence.ended(now, step));
-    if (leaps) {
+                  step <= tunables::plausibleStep ? clock.absence.ended(now, step)
+                                                  : clock.absence.ended(now));
+    if (step > tunables::pcrStepLimit) {
         errors_.count(Indicator::pcrDiscontinuity, pid);
         clock.accuracy.restart();
     }
@@ -226,20 +224,11 @@ void ErrorWatch::measure(PidWatch& watch, Ticks step, std::uint64_t packet) {
     if (!finding) {
         return;
     }
-    if (finding->varies) {
-        withdrawAccuracy(watch.pid);
+    if (finding->varies) { // figures of a stream whose bit rate turns out to vary would mislead
+        errors_.takeBack(Indicator::pcrAccuracy, watch.pid);
     }
     errors_.accuracyMeasured = (errors_.accuracyMeasured || finding->measured) && !finding->varies;
     errors_.count(Indicator::pcrAccuracy, watch.pid, finding->inaccurate);
-}
-
-// Figures of a stream whose bit rate turns out to vary would mislead.
-void ErrorWatch::withdrawAccuracy(std::uint16_t pid) {
-    const auto found = errors_.pids.find(pid);
-    if (found != errors_.pids.end()) {
-        errors_.indicators[Indicator::pcrAccuracy] -=
-            std::exchange(found->second.indicators[Indicator::pcrAccuracy], 0);
-    }
 }
 
 void ErrorWatch::timeStamp(std::uint16_t pid, Ticks now) {
@@ -254,12 +243,13 @@ void ErrorWatch::timeStamp(std::uint16_t pid, Ticks now) {
     }
 }
 
-void ErrorWatch::look(Ticks now, const std::function<std::uint64_t(std::uint16_t)>& packetsOf) {
+void ErrorWatch::look(Ticks now, Ticks outage, const std::function<std::uint64_t(std::uint16_t)>& packetsOf) {
+    outage_ += outage;
     if (now - lastLook_ < tunables::watchPeriod) {
         return;
     }
-    if (now - lastLook_ > tunables::watchLeap) {
-        leap(lastLook_, now);
+    if (now - lastLook_ - std::exchange(outage_, Ticks::zero()) > tunables::watchLeap) {
+        clockStood(lastLook_, now);
     }
     lastLook_ = now;
     errors_.count(Indicator::pat, wire::patPid, pat_.told(now));
@@ -271,18 +261,19 @@ void ErrorWatch::look(Ticks now, const std::function<std::uint64_t(std::uint16_t
     }
 }
 
-// Where a stream has shown no time for a while, it is not known when a thing has come.
-void ErrorWatch::leap(Ticks from, Ticks to) {
-    pat_.leap(from, to);
-    cat_.leap(from, to);
+// Where packets have come without a time for a while, it is not known when a thing has. In an outage nothing
+// has.
+void ErrorWatch::clockStood(Ticks from, Ticks to) {
+    pat_.clockStood(from, to);
+    cat_.clockStood(from, to);
     for (PidWatch* watch : watched_) {
         for (auto* absence : {&watch->map, &watch->stamps}) {
             if (*absence) {
-                (*absence)->leap(from, to);
+                (*absence)->clockStood(from, to);
             }
         }
         if (watch->clock) {
-            watch->clock->absence.leap(from, to);
+            watch->clock->absence.clockStood(from, to);
         }
     }
 }

@@ -1,5 +1,5 @@
 // Watches a stream for what is wrong with it, by the indicators of ETSI TR 101 290 (clause 5.2). The analyser
-// tells what it meets; each indicator is counted in one place here.
+// tells what it meets, and here is decided what of it is an error; StreamErrors counts them.
 #pragma once
 
 #include "analysis/absence.h"
@@ -61,8 +61,9 @@ class ErrorWatch {
     // A PES packet with a time stamp begins.
     void timeStamp(std::uint16_t pid, Ticks now);
 
-    // So late is it. Counts what has not come for too long; packetsOf tells how many packets of a PID have.
-    void look(Ticks now, const std::function<std::uint64_t(std::uint16_t)>& packetsOf);
+    // So late is it, and so much of the time since the last call no packets account for. Counts what has not
+    // come for too long; packetsOf tells how many packets of a PID have.
+    void look(Ticks now, Ticks outage, const std::function<std::uint64_t(std::uint16_t)>& packetsOf);
 
   private:
     // The PCRs of a PID that a program's map names for them.
@@ -76,6 +77,17 @@ class ErrorWatch {
         Absence absence;
         std::uint64_t packets; // at the last look
     };
+    // What the maps say of a PID.
+    struct Roles {
+        bool map = false;
+        bool present = false;
+        bool timed = false;
+        bool clock = false;
+
+        bool any() const {
+            return map || present || timed || clock;
+        }
+    };
     // What a PID has to bring, where it has to.
     struct PidWatch {
         std::uint16_t pid;
@@ -85,14 +97,12 @@ class ErrorWatch {
         std::optional<Absence> stamps; // from the first on
         std::optional<ClockWatch> clock;
     };
-    struct Roles;
 
-    static std::vector<Roles> rolesIn(const StreamModel& model);
+    std::vector<std::uint16_t> giveRoles(const StreamModel& model);
     void setRoles(PidWatch& watch, const Roles& roles, Ticks now);
-    void leap(Ticks from, Ticks to);
+    void clockStood(Ticks from, Ticks to);
     void lookAt(PidWatch& watch, Ticks now, std::uint64_t packets);
     void measure(PidWatch& watch, Ticks step, std::uint64_t packet);
-    void withdrawAccuracy(std::uint16_t pid);
     void takeSync(const SyncErrors& sync);
     void packetsMissing();
     void badSection(std::uint16_t pid, SectionBytes bytes);
@@ -103,8 +113,10 @@ class ErrorWatch {
     Absence cat_;
     bool scrambledSince_ = false; // packets, since the limit of cat_ passed last
     Ticks lastLook_{0};
+    Ticks outage_{0};                                // since then
     std::vector<std::unique_ptr<PidWatch>> watches_; // by PID; empty where nothing has to come
     std::vector<PidWatch*> watched_;                 // those that there are
+    std::vector<Roles> roles_;                       // by PID; none but while maps are read
 };
 
 } // namespace board

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <map>
 #include <string_view>
+#include <utility>
 
 namespace board {
 
@@ -94,6 +95,30 @@ struct StreamErrors {
         if (errors > 0) {
             indicators[indicator] += errors;
             pids[pid].indicators[indicator] += errors;
+        }
+    }
+
+    // One of no PID.
+    void count(Indicator indicator) {
+        ++indicators[indicator];
+    }
+
+    // What is told as sums.
+    void countSync(std::uint64_t bytes, std::uint64_t losses) {
+        indicators[Indicator::syncByte] = bytes;
+        indicators[Indicator::syncLoss] = losses;
+    }
+
+    // A section with a wrong CRC or impossible lengths.
+    void countBadSection(std::uint16_t pid) {
+        ++badSections;
+        ++pids[pid].badSections;
+    }
+
+    // Those of a PID were none.
+    void takeBack(Indicator indicator, std::uint16_t pid) {
+        if (const auto found = pids.find(pid); found != pids.end()) {
+            indicators[indicator] -= std::exchange(found->second.indicators[indicator], 0);
         }
     }
 

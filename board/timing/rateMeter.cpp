@@ -3,7 +3,9 @@
 namespace board {
 
 bool RateMeter::reading(Ticks now, std::uint64_t packetNumber) {
-    last_ = {now, packetNumber, counts_};
+    last_.time = now;
+    last_.packet = packetNumber;
+    last_.counts = counts_; // where those before stood
     if (now == steps_.front().time) {
         steps_.front() = last_;
         return false;

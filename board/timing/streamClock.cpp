@@ -28,22 +28,37 @@ Ticks longestPause(Ticks ratePeriod) {
 StreamClock::StreamClock(SourceKind source, Ticks ratePeriod)
     : source_(source), arrival_(longestPause(ratePeriod)) {}
 
-bool StreamClock::packet(std::uint16_t pid, std::optional<Ticks> pcr, std::optional<Ticks> timeStamp) {
+bool StreamClock::packet(std::uint16_t pid, std::optional<Ticks> pcr, std::optional<Ticks> timeStamp,
+                         bool announced) {
     ++packets_;
     estimate();
-    const bool byStamp = timeStamp && read(stamps_, pid, *timeStamp);
-    const bool byPcr = pcr && read(pcrs_, pid, *pcr);
+    const FineTicks packetTime = packetTime_; // before an outage is taken for slow packets
+    const bool byStamp = timeStamp && read(stamps_, pid, *timeStamp, false);
+    const bool byPcr = pcr && read(pcrs_, pid, *pcr, announced);
     const bool due = byStamp || byPcr || now_ - lastRead_ >= readingPeriod;
     if (due) {
-        lastRead_ = now_;
+        take(packetTime);
     }
     return due;
+}
+
+// Takes a reading, where a packet takes so long; 0 where that is not known.
+void StreamClock::take(FineTicks packetTime) {
+    const FineTicks byPackets = (packets_ - lastReadPacket_) * packetTime;
+    outage_ = packetTime > FineTicks::zero() ? std::max(now_ - lastRead_ - byPackets, FineTicks::zero())
+                                             : FineTicks::zero();
+    lastRead_ = now_;
+    lastReadPacket_ = packets_;
 }
 
 bool StreamClock::realTime(Ticks elapsed) {
     const FineTicks owed = arrival_.owed(elapsed, now_);
     now_ += owed;
-    return owed > FineTicks::zero();
+    const bool moved = owed > FineTicks::zero();
+    if (moved) {
+        take(packetTime_);
+    }
+    return moved;
 }
 
 bool StreamClock::passEnded() {
@@ -52,6 +67,7 @@ bool StreamClock::passEnded() {
     }
     packetTime_ = assumedPacket;
     estimate();
+    take(packetTime_);
     return true;
 }
 
@@ -66,8 +82,9 @@ void StreamClock::startOver() {
     anchorTime_ = now_;
 }
 
-// Takes a reading of one PID's clock. Returns whether the stream's clock is to be read.
-bool StreamClock::read(Lines& lines, std::uint16_t pid, Ticks value) {
+// Takes a reading of one PID's clock. A leap that is announced is none of time, however short. Returns
+// whether the stream's clock is to be read.
+bool StreamClock::read(Lines& lines, std::uint16_t pid, Ticks value, bool announced) {
     const bool isPcr = &lines == &pcrs_;
     const bool counts = isPcr || packets_ - lastPcrMove_ >= tunables::stampPatience;
     const auto [place, isNew] = lines.try_emplace(pid, Line{value, now_, packets_});
@@ -80,7 +97,7 @@ bool StreamClock::read(Lines& lines, std::uint16_t pid, Ticks value) {
     }
     const Ticks step = between(line.value, value);
     const std::uint64_t packets = packets_ - line.packet;
-    const bool plausible = isPlausible(line, step, packets);
+    const bool plausible = isPlausible(line, step, packets) && !(announced && step > tunables::pcrStepLimit);
     if (step != Ticks::zero()) { // else it is written twice, or stuck
         // Time may have gone on without this line, by more than an estimate may be wrong.
         const bool late = now_ - line.time - step > 2 * std::max(step, line.lastStep);

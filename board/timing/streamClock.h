@@ -25,9 +25,11 @@ class StreamClock {
     // Rates are measured over ratePeriod; 0 is the whole stream.
     explicit StreamClock(SourceKind source = SourceKind::stored, Ticks ratePeriod = tunables::ratePeriod);
 
-    // Counts one packet of pid, with the PCR and the decoding time in it. Returns whether the clock is to be
-    // read now: a line has started or moved time, or time has gone on by a tenth of a second without.
-    bool packet(std::uint16_t pid, std::optional<Ticks> pcr, std::optional<Ticks> timeStamp);
+    // Counts one packet of pid, with the PCR and the decoding time in it, and whether it announces a
+    // discontinuity. Returns whether the clock is to be read now: a line has started or moved time, or time
+    // has gone on by a tenth of a second without.
+    bool packet(std::uint16_t pid, std::optional<Ticks> pcr, std::optional<Ticks> timeStamp,
+                bool announced = false);
 
     // So much real time has passed since the last call, for a source that can be silent. Returns whether time
     // has moved because the stream shows none.
@@ -44,6 +46,12 @@ class StreamClock {
         return std::chrono::duration_cast<Ticks>(now_);
     }
 
+    // How much of the time between the last two readings its packets do not account for: others are missing,
+    // or nothing has come. 0 where it is not known how long a packet takes.
+    Ticks outage() const {
+        return std::chrono::duration_cast<Ticks>(outage_);
+    }
+
   private:
     struct Line {
         Ticks value; // at its last reading
@@ -53,7 +61,8 @@ class StreamClock {
     };
     using Lines = std::map<std::uint16_t, Line>; // by PID
 
-    bool read(Lines& lines, std::uint16_t pid, Ticks value);
+    void take(FineTicks packetTime);
+    bool read(Lines& lines, std::uint16_t pid, Ticks value, bool announced);
     bool isPlausible(const Line& line, Ticks step, std::uint64_t packets) const;
     bool moveTo(Line& line, Ticks step, std::uint64_t packets);
     bool leaderIsLate(const Line& line, Ticks step) const;
@@ -68,6 +77,8 @@ class StreamClock {
     Lines stamps_;
     FineTicks now_{0};
     FineTicks lastRead_{0};
+    std::uint64_t lastReadPacket_ = 0;
+    FineTicks outage_{0};
     std::uint64_t packets_ = 0;
     std::uint64_t lastMove_ = 0;    // packet at which a line moved time
     std::uint64_t lastPcrMove_ = 0; // the same of a PCR's

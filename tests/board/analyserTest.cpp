@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <ctime>
 #include <sstream>
 
 namespace {
@@ -653,6 +654,33 @@ TEST_F(Analyser, ReplacesEventsThoughThereIsNoRoomForMore) {
     EXPECT_EQ(kept[0].id, 2);
     EXPECT_EQ(kept[1].id, 3);
     EXPECT_EQ(kept[2].id, 1);
+}
+
+// Processor time that so many packets take.
+std::clock_t costOf(const Packets& packets) {
+    board::Analyser analyser{1s};
+    const std::clock_t before = std::clock();
+    for (std::size_t at = 0; at < packets.bytes().size(); at += board::tsPacketSize) {
+        analyser.packet(packets.bytes().data() + at);
+    }
+    return std::clock() - before;
+}
+
+// A map of a few streams is read in the time of some ten packets, not in that of all PIDs that there could
+// be.
+TEST(AnalysersCost, IsThatOfThePidsInMapsWhenMapsChangeAllTheTime) {
+    constexpr std::size_t count = 20'000;
+    Packets changes;
+    Packets ordinary;
+    changes.section(0, pat(77, {{5, pmtPid}}));
+    for (std::size_t k = 0; k < count; ++k) {
+        changes.section(pmtPid, pmt(5, videoPid, {},
+                                    {{0x02, static_cast<std::uint16_t>(201 + k % 200), {}},
+                                     {0x03, static_cast<std::uint16_t>(500 + k % 7), {}}},
+                                    {static_cast<std::uint8_t>(k % 32)}));
+    }
+    ordinary.filler(videoPid, count);
+    EXPECT_LT(costOf(changes), 200 * costOf(ordinary));
 }
 
 } // namespace

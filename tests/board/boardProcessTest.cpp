@@ -10,6 +10,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <list>
 #include <sys/stat.h>
 
@@ -384,17 +385,42 @@ TEST_F(PipedStream, HasNoRatesWhenItHasFallenSilent) {
     EXPECT_EQ(message.size(), 3U) << "there were rates until nothing came any more";
 }
 
-TEST_F(BoardProcess, SaysThatItsFileHasBeenEmptied) {
-    std::filesystem::copy_file(sample, file);
-    start({"--fast", file});
-    ASSERT_TRUE(awaitConsole("playing "));
-    std::filesystem::resize_file(file, 0);
-    const std::string said = end();
-    EXPECT_NE(said.find("mpegfe-board: cannot go on with " + file +
-                        ": expected the packets that it had before, got an empty file; check what writes it\n"
-                        "exit code 1"),
-              std::string::npos)
-        << said;
+// A file that plays in a loop, and what it holds instead from now on.
+class ChangedFile : public BoardProcess {
+  protected:
+    // What the board says of it in the end.
+    std::string endAfter(const std::function<void()>& change) {
+        std::filesystem::copy_file(sample, file);
+        start({"--fast", file});
+        EXPECT_TRUE(awaitConsole("playing "));
+        change();
+        return end();
+    }
+
+    std::string complaint(const std::string& got) const {
+        return "mpegfe-board: cannot go on with " + file + ": expected the packets that it had before, got " +
+               got + "; check what writes it\nexit code 1";
+    }
+};
+
+TEST_F(ChangedFile, EndsTheBoardWhenItIsEmpty) {
+    const std::string said = endAfter([this] { std::filesystem::resize_file(file, 0); });
+    EXPECT_NE(said.find(complaint("an empty file")), std::string::npos) << said;
+}
+
+TEST_F(ChangedFile, EndsTheBoardWhenItIsShorterThanAPacket) {
+    const std::string said = endAfter([this] { std::filesystem::resize_file(file, 100); });
+    EXPECT_NE(said.find(complaint("no such packets in 100 bytes")), std::string::npos) << said;
+}
+
+// As long as it was: so each pass reads all of it, even while it is being written.
+TEST_F(ChangedFile, EndsTheBoardWhenItHoldsNoPacketsAnyMore) {
+    const std::string size = std::to_string(std::filesystem::file_size(sample));
+    const std::string said = endAfter([this] {
+        std::fstream(file, std::ios::in | std::ios::out | std::ios::binary)
+            << std::string(std::filesystem::file_size(sample), 'x');
+    });
+    EXPECT_NE(said.find(complaint("no such packets in " + size + " bytes")), std::string::npos) << said;
 }
 
 } // namespace

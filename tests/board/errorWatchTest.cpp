@@ -323,6 +323,66 @@ TEST_F(Indicators, AllowPcrsThatLeapWithDiscontinuityIndicator) {
     EXPECT_EQ(shownOf(stream(3000, leapAt(2000, 7000 * msTicks, true))), "");
 }
 
+TEST_F(Indicators, TakeAShortLeapThatIsAnnouncedForNoTime) {
+    EXPECT_EQ(shownOf(stream(3000, leapAt(2000, 900 * msTicks, true))), "");
+}
+
+// A packet takes a millisecond.
+Bytes withoutPackets(Bytes bytes, int ms, int milliseconds) {
+    const auto from = bytes.begin() + static_cast<std::ptrdiff_t>(board::tsPacketSize) * ms;
+    bytes.erase(from, from + static_cast<std::ptrdiff_t>(board::tsPacketSize) * milliseconds);
+    return bytes;
+}
+
+// Of 750 ms, in which between two PATs, two maps and two time stamps there are 760 to 1000 ms.
+const std::string shortOutage = "PAT_error_2 1;Continuity_count_error 4;PMT_error_2 1;PCR_repetition_error 7;"
+                                "PCR_discontinuity_indicator_error 1;PTS_error 2;";
+
+TEST_F(Indicators, MissEverythingInAShortOutageWheneverItBegins) {
+    const Bytes whole = stream(6000);
+    for (int ms = 3000; ms < 3200; ms += 7) {
+        analyser = board::Analyser(1s);
+        EXPECT_EQ(shownOf(withoutPackets(whole, ms, 750)), shortOutage) << "at " << ms << " ms";
+    }
+}
+
+TEST_F(Indicators, MissTheSameInAShortOutageOfALiveSource) {
+    const Bytes whole = stream(6000);
+    for (int ms = 3000; ms < 3200; ms += 7) {
+        analyser = board::Analyser(1s, board::SourceKind::live);
+        for (int packet = 0; packet < 6000; ++packet) {
+            if (packet < ms || packet >= ms + 750) {
+                analyser.packet(whole.data() + static_cast<std::size_t>(packet) * board::tsPacketSize);
+            }
+            analyser.realTime(1ms);
+        }
+        EXPECT_EQ(shown(), shortOutage) << "at " << ms << " ms";
+    }
+}
+
+TEST_F(Indicators, TakeALongOutageOfAFileForNoTime) {
+    const Bytes whole = stream(12'000);
+    for (const int length : {1100, 2000, 6000}) {
+        for (int ms = 3000; ms < 3200; ms += 7) {
+            analyser = board::Analyser(1s);
+            EXPECT_EQ(shownOf(withoutPackets(whole, ms, length)),
+                      "Continuity_count_error 4;PCR_discontinuity_indicator_error 1;")
+                << length << " ms at " << ms << " ms";
+        }
+    }
+}
+
+TEST_F(Indicators, MissNothingThatComesWhilePcrsDoNot) {
+    for (int ms = 2000; ms < 2200; ms += 40) {
+        analyser = board::Analyser(1s);
+        EXPECT_EQ(
+            shownOf(stream(
+                4000, [ms](int now, Slot& slot) { slot.pcr = slot.pcr && (now <= ms || now >= ms + 800); })),
+            "PCR_repetition_error 7;PCR_discontinuity_indicator_error 1;")
+            << "after " << ms << " ms";
+    }
+}
+
 // Every eighth PCR is wrong by so many ticks.
 Change inaccurateBy(std::int64_t ticks) {
     return [ticks](int ms, Slot& slot) { slot.pcrError = ms % 320 == 40 ? ticks : 0; };
