@@ -107,10 +107,10 @@ class Analyser {
     std::uint64_t packets_ = 0;
     SettlingPatience patience_;
     ScramblingPeriod scramblingPeriod_;
-    std::vector<PidSlot> slots_;         // one a PID
-    std::vector<std::uint16_t> seen_;    // the PIDs of this stream
-    std::vector<std::uint16_t> read_;    // the PIDs whose sections are
-    std::vector<std::uint16_t> probed_;  // the PIDs whose headers are read
+    std::vector<PidSlot> slots_;        // one a PID
+    std::vector<std::uint16_t> seen_;   // the PIDs of this stream
+    std::vector<std::uint16_t> read_;   // the PIDs whose sections are
+    std::vector<std::uint16_t> probed_; // the PIDs whose headers are read
 };
 
 } // namespace board

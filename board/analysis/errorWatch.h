@@ -90,7 +90,7 @@ class ErrorWatch {
     };
     // What a PID has to bring, where it has to.
     struct PidWatch {
-        std::uint16_t pid;
+        std::uint16_t pid = 0;
         bool timed = false; // its PES packets have time stamps
         std::optional<Absence> map;
         std::optional<PresenceWatch> presence;
@@ -99,7 +99,7 @@ class ErrorWatch {
     };
 
     std::vector<std::uint16_t> giveRoles(const StreamModel& model);
-    void setRoles(PidWatch& watch, const Roles& roles, Ticks now);
+    static void setRoles(PidWatch& watch, const Roles& roles, Ticks now);
     void clockStood(Ticks from, Ticks to);
     void lookAt(PidWatch& watch, Ticks now, std::uint64_t packets);
     void measure(PidWatch& watch, Ticks step, std::uint64_t packet);

@@ -106,7 +106,7 @@ PcrAccuracy::Line PcrAccuracy::fitWithoutOutliers() {
     return line;
 }
 
-double PcrAccuracy::distance(const Point& point, const Line& line) const {
+double PcrAccuracy::distance(const Point& point, const Line& line) {
     return std::abs(point.ticks - line.start - line.slope * point.packets);
 }
 

@@ -43,7 +43,7 @@ class PcrAccuracy {
     Finding judge();
     Line fit() const;
     Line fitWithoutOutliers();
-    double distance(const Point& point, const Line& line) const;
+    static double distance(const Point& point, const Line& line);
     double medianDistance(const Line& line) const;
 
     std::vector<Point> points_;

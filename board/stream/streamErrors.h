@@ -1,6 +1,7 @@
 // What is wrong with the stream: the indicators of ETSI TR 101 290 (clause 5.2), in sum and by PID.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -63,12 +64,9 @@ class IndicatorCounts {
 
     // Whether any indicator of this priority, or of a higher one, has shown an error.
     bool any(int priority) const {
-        for (const IndicatorRow& row : indicatorRows) {
-            if (row.priority <= priority && (*this)[row.indicator] > 0) {
-                return true;
-            }
-        }
-        return false;
+        return std::ranges::any_of(indicatorRows, [&](const IndicatorRow& row) {
+            return row.priority <= priority && (*this)[row.indicator] > 0;
+        });
     }
 
   private:
