@@ -18,8 +18,6 @@ namespace board {
 
 namespace {
 
-using namespace std::chrono_literals;
-
 // An event comes as its number, 16 bits, and a value of 32 bits, in the machine's order; a second part names
 // the endpoint.
 struct Event {
@@ -98,7 +96,7 @@ void ConnectionGuard::count(const zmq::message_t& message, std::size_t uselessBy
     if (connection.ended || connection.queueWasEmptyAt == timesEmpty_) {
         return;
     }
-    if (now - connection.second >= 1s) {
+    if (now - connection.second >= std::chrono::seconds(1)) {
         connection.second = now;
         connection.messages = 0;
     }
