@@ -147,6 +147,7 @@ std::size_t raiseDescriptorLimit() {
 // Takes the place of the C library's for libzmq, whose listener on a local socket ends the process when the
 // process has no descriptor left (EMFILE), and tries again when the machine has none (ENFILE). The I/O thread
 // accepts before anybody can look, so no limit of connections keeps a burst from taking the last descriptor.
+// A libzmq that is linked in another way may not come here: HostilePeers.MeetItWithoutADescriptor... tells.
 // NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): the C library's names are reserved
 extern "C" __attribute__((visibility("default"))) int accept4(int listener, sockaddr* address,
                                                               socklen_t* length, int flags) {

@@ -21,8 +21,8 @@ struct Instruction {
     }
 };
 
-// A ROUTER that speaks as a REP does: libzmq's REP loses the reply to the next request when a peer has gone
-// before its own.
+// A ROUTER that speaks as a REP does: libzmq's REP loses the reply to the next request behind a message
+// without the empty part, when the peer that sent it has gone.
 class InstructionChannel {
   public:
     explicit InstructionChannel(zmq::context_t& context) : socket_(context, zmq::socket_type::router) {}

@@ -23,13 +23,19 @@ int numberOf(const zmq::message_t& event) {
 } // namespace
 
 ConnectedServices::ConnectedServices(zmq::context_t& context, zmq::socket_t& requests)
-    : events(context, zmq::socket_type::pair) {
+    : watched(requests), events(context, zmq::socket_type::pair) {
     if (zmq_socket_monitor(requests.handle(), eventEndpoint,
                            failures | ZMQ_EVENT_HANDSHAKE_SUCCEEDED | ZMQ_EVENT_DISCONNECTED) != 0) {
         throw zmq::error_t();
     }
     events.set(zmq::sockopt::linger, 0);
+    events.set(zmq::sockopt::rcvhwm, 0); // a full queue would stop libzmq's I/O thread
     events.connect(eventEndpoint);
+}
+
+// Else libzmq's I/O thread would wait for a reader of its next event, and everything else for that.
+ConnectedServices::~ConnectedServices() {
+    zmq_socket_monitor(watched.handle(), nullptr, 0);
 }
 
 bool ConnectedServices::newlyShared() {

@@ -12,6 +12,9 @@ class ConnectedServices {
   public:
     // Watches a socket of the context. Before it is bound, so that nobody is missed.
     ConnectedServices(zmq::context_t& context, zmq::socket_t& requests);
+    ~ConnectedServices(); // before the socket is closed
+    ConnectedServices(const ConnectedServices&) = delete;
+    ConnectedServices& operator=(const ConnectedServices&) = delete;
 
     // A ZeroMQ socket to poll: readable when connections have come or gone.
     void* handle() {
@@ -34,7 +37,8 @@ class ConnectedServices {
   private:
     void take(int event);
 
-    zmq::socket_t events; // PAIR: what the socket's monitor tells
+    zmq::socket_t& watched;
+    zmq::socket_t events; // PAIR: what its monitor tells
     bool handshakeFailed = false;
     int connected = 0;
     int endings = 0;

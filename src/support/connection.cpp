@@ -21,6 +21,11 @@ using Milliseconds = std::chrono::milliseconds;
 constexpr Milliseconds graceForRetry{250};
 // Between two renewals: about what libzmq itself waits between two attempts.
 constexpr Milliseconds renewalInterval{100};
+// For a handshake. libzmq has 30 s for it, in which another peer may have come to the endpoint.
+constexpr Milliseconds handshakePatience{1000};
+// For the reply of a peer that has come in the place of the one that had the request. It may have the request
+// too, when libzmq had not sent all of it.
+constexpr Milliseconds nextPeerPatience{1000};
 
 // Two channels with Trufios, and two of each of at most two feeds.
 constexpr std::size_t maxConnections = 6;
@@ -28,14 +33,17 @@ constexpr std::size_t maxConnections = 6;
 constexpr int noDescriptor = -1;
 
 constexpr int watchedEvents =
-    ZMQ_EVENT_HANDSHAKE_SUCCEEDED | ZMQ_EVENT_DISCONNECTED | ZMQ_EVENT_CONNECT_RETRIED;
+    ZMQ_EVENT_CONNECTED | ZMQ_EVENT_HANDSHAKE_SUCCEEDED | ZMQ_EVENT_DISCONNECTED | ZMQ_EVENT_CONNECT_RETRIED;
+
+constexpr Clock::time_point never = Clock::time_point::max();
 
 struct Request {
     const void* bytes = nullptr; // none
     std::size_t size = 0;
     RequestLife life = RequestLife::oncePeer;
-    bool taken = false; // there has been a peer for it
-    bool owed = false;  // its reply
+    bool taken = false;                 // there has been a peer for it
+    bool owed = false;                  // its reply
+    Clock::time_point passedOn = never; // another peer came in the place of the one that had taken it
 };
 
 struct Connection {
@@ -46,10 +54,12 @@ struct Connection {
     // Readable when libzmq has something for the socket to do. None until the connection has been made anew:
     // the socket does it in its own waits.
     int commandDescriptor = noDescriptor;
-    bool established = false; // a peer is there
-    bool ended = false;       // and libzmq has not said that it tries again
-    bool lost = false;        // and the request with it, or so it may be
-    Clock::time_point when;   // it ended
+    Clock::time_point greeted = never; // when there came a connection, without its handshake so far
+    bool patient = false;              // libzmq leaves a handshake more time than there is for it
+    bool established = false;          // a peer is there
+    bool ended = false;                // and libzmq has not said that it tries again
+    bool lost = false;                 // and the request with it, or so it may be
+    Clock::time_point when;            // it ended
     Clock::time_point renewed;
     Request request;
 };
@@ -100,12 +110,20 @@ bool isAwaited(const Connection& connection, const void* requester) {
 
 void noteEvent(Connection& connection, std::uint16_t event) {
     switch (event) {
+    case ZMQ_EVENT_CONNECTED:
+        connection.greeted = Clock::now();
+        break;
     case ZMQ_EVENT_HANDSHAKE_SUCCEEDED:
+        connection.greeted = never;
         connection.established = true;
+        if (connection.request.taken) {
+            connection.request.passedOn = std::min(connection.request.passedOn, Clock::now());
+        }
         connection.request.taken = true;
         break;
     case ZMQ_EVENT_DISCONNECTED:
         connection.lost = connection.lost || isOpen(connection.request);
+        connection.greeted = never;
         connection.established = false;
         connection.ended = true;
         connection.when = Clock::now();
@@ -123,11 +141,12 @@ void readEvents(Connection& connection) {
     }
 }
 
-constexpr Clock::time_point never = Clock::time_point::max();
-
 // When the connection is to be made anew.
 Clock::time_point renewalTime(const Connection& connection, const void* requester) {
     Clock::time_point due = never;
+    if (connection.patient && connection.greeted != never) {
+        due = connection.greeted + handshakePatience;
+    }
     if (connection.ended) {
         due = connection.when + graceForRetry;
     }
@@ -141,6 +160,10 @@ void setInt(void* socket, int option, int value) {
     zmq_setsockopt(socket, option, &value, sizeof value);
 }
 
+void limitHandshakes(void* socket) {
+    setInt(socket, ZMQ_HANDSHAKE_IVL, static_cast<int>(handshakePatience.count()));
+}
+
 // The REQ socket waits for a reply that does not come any more.
 void sendAgain(Connection& connection) {
     setInt(connection.socket, ZMQ_REQ_RELAXED, 1);
@@ -150,6 +173,7 @@ void sendAgain(Connection& connection) {
 }
 
 void forgetPeer(Connection& connection) {
+    connection.greeted = never;
     connection.established = false;
     connection.ended = false;
 }
@@ -165,6 +189,9 @@ void renew(Connection& connection, const void* requester) {
     std::size_t size = sizeof connection.commandDescriptor;
     zmq_getsockopt(connection.socket, ZMQ_FD, &connection.commandDescriptor, &size);
     setInt(connection.socket, ZMQ_LINGER, 0);
+    // libzmq knows better when a handshake is over: of a peer with an older protocol it does not tell.
+    limitHandshakes(connection.socket);
+    connection.patient = false;
     zmq_disconnect(connection.socket, connection.endpoint);
     zmq_connect(connection.socket, connection.endpoint);
     forgetPeer(connection);
@@ -241,13 +268,17 @@ long shorter(long limit, long other) {
 
 } // namespace
 
-int connectSocket(void* context, void* socket, const char* endpoint) {
+int connectSocket(void* context, void* socket, const char* endpoint, Handshakes handshakes) {
+    if (handshakes == Handshakes::limited) {
+        limitHandshakes(socket);
+    }
     auto* const place = std::find_if(connections.begin(), connections.end(),
                                      [](const Connection& candidate) { return candidate.socket == nullptr; });
     if (place != connections.end()) {
         *place = {};
         place->socket = socket;
         place->endpoint = endpoint;
+        place->patient = handshakes == Handshakes::unlimited;
         watch(*place, context);
     }
     return zmq_connect(socket, endpoint);
@@ -282,7 +313,7 @@ void sendRequest(void* socket, const void* bytes, std::size_t size, RequestLife 
     if (connection != nullptr) {
         readEvents(*connection);
         connection->lost = false;
-        connection->request = {bytes, size, life, connection->established, true};
+        connection->request = {bytes, size, life, connection->established, true, never};
     }
     const bool noPlace = zmq_send(socket, bytes, size, ZMQ_DONTWAIT) < 0 && errno == EAGAIN;
     if (noPlace && connection != nullptr) {
@@ -300,7 +331,14 @@ bool replyIsOwed(void* socket) {
 void noteReply(void* socket) {
     if (Connection* connection = connectionOf(socket); connection != nullptr) {
         connection->request.owed = false;
+        connection->greeted = never;
     }
+}
+
+bool nobodyWillReply(void* socket) {
+    const Connection* connection = connectionOf(socket);
+    return connection != nullptr && connection->request.passedOn != never &&
+           Clock::now() - connection->request.passedOn >= nextPeerPatience;
 }
 
 void settleRequest(void* socket) {

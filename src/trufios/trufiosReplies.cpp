@@ -16,7 +16,7 @@ namespace mpegfe {
 namespace {
 
 constexpr unsigned waitStepMicroseconds = 10000;
-constexpr int retriesPerUpkeep = 10; // of the connections
+constexpr int retriesPerUpkeep = 10; // of the connections; whoever can reply is looked for then
 constexpr int maxRetries = 500;      // after the first try: about 5 s in all
 
 // Sends the object as one message without a terminator, and releases it. It never waits for a peer.
@@ -46,6 +46,9 @@ bool receiveReply(void* socket, ReplyText& text) {
         }
         if (retry % retriesPerUpkeep == 0) {
             keepConnectionsUp(nullptr);
+            if (nobodyWillReply(socket)) {
+                break;
+            }
         }
     }
     std::puts("5s Abort");

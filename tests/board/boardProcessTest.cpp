@@ -149,20 +149,6 @@ TEST_F(BoardProcess, SaysWhatIsWrongWithTheAddressToPublishOn) {
               refusal("192.0.2.1", "Cannot assign requested address"));
 }
 
-TEST_F(BoardProcess, MakesItsEndpointAndItsLockForTheGroupWhateverTheMask) {
-    for (const std::string mask : {"022", "077"}) {
-        board.emplace(std::vector<std::string>{"sh", "-c", "umask " + mask + R"(; exec "$0" "$1")",
-                                               MPEGFE_BOARD, sample},
-                      std::vector<std::string>{});
-        console.clear();
-        ASSERT_TRUE(awaitConsole("playing "));
-        for (const auto& entry : std::filesystem::directory_iterator(wire::directory)) {
-            EXPECT_EQ(static_cast<unsigned>(entry.status().permissions()), 0660U) << entry.path();
-        }
-        EXPECT_NE(stop().find("exit code 0"), std::string::npos);
-    }
-}
-
 TEST_F(BoardProcess, FollowsNoLinkToAnotherFile) {
     const std::string lock = WIRE_DIRECTORY "/mpegfe-board.lock";
     std::filesystem::create_symlink("/nowhere", lock);

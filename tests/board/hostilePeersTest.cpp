@@ -266,6 +266,27 @@ TEST_F(HostilePeers, DoNotKeepNewClientsOutWithManyFloods) {
     EXPECT_NE(end().find("exit code 0"), std::string::npos);
 }
 
+// libzmq's listener on a local socket ends a process that may open nothing more, unless the board's own
+// accept4 has taken the C library's place: which a static libzmq, or another way to link, could undo.
+TEST_F(HostilePeers, MeetItWithoutADescriptorAndLeaveItAlive) {
+    start({sample});
+    ASSERT_TRUE(awaitConsole("playing "));
+    board->limitDescriptors(board->descriptorCount()); // some of it may be free
+    std::list<RawConnection> connections;
+    for (int k = 0; k < 10; ++k) {
+        connections.emplace_back(std::string(wire::instructionEndpoint).substr(std::string("ipc://").size()));
+    }
+    connections.emplace_back();
+    ASSERT_FALSE(board->waitFor(200ms)) << end();
+    board->limitDescriptors(1024);
+    constexpr std::size_t signature = 10;
+    for (const RawConnection& connection : connections) {
+        EXPECT_TRUE(connection.receives(signature, patience));
+    }
+    EXPECT_EQ(Client().instruct(wire::patBit), wire::patBit);
+    EXPECT_NE(stop().find("exit code 0"), std::string::npos);
+}
+
 class HostileBursts : public HostilePeers, public testing::WithParamInterface<int> {};
 
 // Of both kinds at once, and of each more than there are descriptors.

@@ -1,9 +1,11 @@
 // The board's two sockets and clients that are slow, gone or wrong.
 #include "publish/publisher.h"
 #include "boardProcess.h"
+#include "publish/instructionChannel.h"
 
 #include "wire/endpoints.h"
 
+#include <cstring>
 #include <fstream>
 #include <memory>
 #include <poll.h>
@@ -257,6 +259,71 @@ TEST_F(BoardProcess, RepliesThoughTheClientBeforeHasGoneBeforeItsReply) {
         ASSERT_EQ(Speaker(zmq::socket_type::req).ask({word}), word) << k;
     }
     EXPECT_NE(stop().find("exit code 0"), std::string::npos);
+}
+
+// The endpoint alone, whose connections the test hears of.
+class ChannelInHand : public BoardProcess {
+  protected:
+    ChannelInHand() {
+        zmq_socket_monitor(channel.socket().handle(), "inproc://events",
+                           ZMQ_EVENT_HANDSHAKE_SUCCEEDED | ZMQ_EVENT_DISCONNECTED);
+        events.set(zmq::sockopt::rcvtimeo, static_cast<int>(patience.count()));
+        events.connect("inproc://events");
+        channel.socket().bind(wire::instructionEndpoint);
+    }
+    ~ChannelInHand() override {
+        zmq_socket_monitor(channel.socket().handle(), nullptr, 0);
+    }
+
+    // Whether this is the next that happens.
+    bool happens(std::uint16_t expected) {
+        zmq::message_t event;
+        zmq::message_t place;
+        std::uint16_t number = 0;
+        if (events.recv(event) && events.recv(place)) {
+            std::memcpy(&number, event.data(), sizeof number);
+        }
+        return number == expected;
+    }
+
+    // Takes messages until one is a word. Whether that came.
+    bool takesAWord() {
+        zmq_pollitem_t item{channel.socket().handle(), 0, ZMQ_POLLIN, 0};
+        while (zmq_poll(&item, 1, patience.count()) > 0) {
+            const auto instruction = channel.take();
+            if (instruction && instruction->usable()) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    zmq::context_t context;
+    board::InstructionChannel channel{context};
+    zmq::socket_t events{context, ZMQ_PAIR};
+};
+
+// What it left has no way back, and it has gone when that is taken. A REP keeps a reply to nobody open then,
+// and the next word's becomes its end.
+TEST_F(ChannelInHand, RepliesThoughAPeerHasLeftAMessageWithoutAWayBack) {
+    const std::string word{wire::patBit, 0};
+    for (int k = 0; k < 10; ++k) {
+        {
+            Speaker leaving(zmq::socket_type::dealer);
+            leaving.say(k % 2 == 0 ? Message{"none"} : Message{"none", "either"});
+            leaving.leave();
+        }
+        ASSERT_TRUE(happens(ZMQ_EVENT_HANDSHAKE_SUCCEEDED));
+        ASSERT_TRUE(happens(ZMQ_EVENT_DISCONNECTED));
+        {
+            Speaker client(zmq::socket_type::req);
+            client.say({word});
+            ASSERT_TRUE(happens(ZMQ_EVENT_HANDSHAKE_SUCCEEDED));
+            ASSERT_TRUE(takesAWord());
+            ASSERT_EQ(client.reply(), word) << k;
+        }
+        ASSERT_TRUE(happens(ZMQ_EVENT_DISCONNECTED));
+    }
 }
 
 // As devices between client and board put it there; and what no REQ sends.

@@ -3,7 +3,9 @@
 #include "tunables.h"
 
 #include <gtest/gtest.h>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 #include <zmq.hpp>
 
@@ -168,6 +170,26 @@ TEST_F(ExchangeTest, takesNoMoreOrdersThanItHasRoomFor) {
         EXPECT_TRUE(exchange.take({makeRequest("PAT", "on")}));
     }
     EXPECT_FALSE(exchange.take({makeRequest("PAT", "on")}));
+}
+
+// Nobody reads the events then, which must stop nothing.
+TEST(ConnectedServicesTest, leaveASocketThatOthersGoOnToUse) {
+    zmq::context_t context;
+    zmq::socket_t requests(context, zmq::socket_type::req);
+    std::optional<ConnectedServices> services(std::in_place, context, requests);
+    requests.set(zmq::sockopt::linger, 0);
+    requests.set(zmq::sockopt::rcvtimeo, 20'000);
+    requests.bind("tcp://127.0.0.1:*");
+    services.reset();
+    zmq::socket_t service(context, zmq::socket_type::rep);
+    service.set(zmq::sockopt::rcvtimeo, 20'000);
+    service.connect(requests.get(zmq::sockopt::last_endpoint));
+    requests.send(zmq::str_buffer("request"), zmq::send_flags::none);
+    zmq::message_t message;
+    ASSERT_TRUE(service.recv(message));
+    service.send(message, zmq::send_flags::none);
+    ASSERT_TRUE(requests.recv(message));
+    EXPECT_EQ(message.to_string(), "request");
 }
 
 } // namespace

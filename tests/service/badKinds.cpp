@@ -56,6 +56,8 @@ const BadKind kinds[] = {
     {"GarbageAfterTheGreeting",
      [](const char*) { return BadPeerScript{.says = greeting("NULL"), .saysForEver = randomBytes(100000)}; }},
     {"SaysNothing", [](const char*) { return BadPeerScript{}; }, true},
+    {"SaysNothingAfterTheGreeting", [](const char*) { return BadPeerScript{.says = greeting("NULL")}; },
+     true},
     {"ReadsNothing",
      [](const char*) { return BadPeerScript{.says = greeting("NULL"), .readsNothing = true}; }, true},
 };

@@ -78,13 +78,23 @@ BadPeer::BadPeer(const std::string& endpoint, BadPeerScript badScript) : script(
 BadPeer::~BadPeer() {
     ends = true;
     thread.join();
-    close(listener);
+    if (listens) {
+        close(listener);
+    }
     for (const Client& client : clients) {
         close(client.descriptor);
     }
-    if (!path.empty()) {
+    if (listens && !path.empty()) {
         unlink(path.c_str());
     }
+}
+
+void BadPeer::stopListening() {
+    listens = false;
+    thread.join();
+    close(listener);
+    listener = -1; // which a poll passes over
+    thread = std::thread([this] { serve(); });
 }
 
 void BadPeer::acceptOne() {
@@ -124,7 +134,8 @@ bool BadPeer::keep(Client& client, short events) const {
 }
 
 void BadPeer::serve() {
-    while (!ends) {
+    const bool listening = listens;
+    while (!ends && listens == listening) {
         std::vector<pollfd> items{{listener, POLLIN, 0}};
         for (const Client& client : clients) {
             const bool talks = !client.unsaid.empty() || !script.saysForEver.empty();

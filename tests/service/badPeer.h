@@ -35,6 +35,9 @@ class BadPeer {
         return accepted;
     }
 
+    // Keeps its connections and leaves the endpoint to another.
+    void stopListening();
+
   private:
     struct Client {
         int descriptor;
@@ -51,6 +54,7 @@ class BadPeer {
     int listener = -1;
     std::atomic<int> accepted = 0;
     std::atomic<bool> ends = false;
+    std::atomic<bool> listens = true;
     std::vector<Client> clients;
     std::thread thread;
 };

@@ -8,7 +8,9 @@
 #include <chrono>
 #include <cstring>
 #include <fstream>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <optional>
 #include <random>
 #include <string>
 
@@ -29,11 +31,13 @@ void PrintTo(const Pairing& pairing, std::ostream* stream) {
     *stream << pairing.kind->name << " at " << rowOf(pairing.channel).name;
 }
 
-std::vector<Pairing> allPairings() {
+std::vector<Pairing> pairings(bool (*isMeant)(const BadKind& kind)) {
     std::vector<Pairing> all;
     for (const BadKind& kind : badKinds()) {
         for (const Channel channel : channels) {
-            all.push_back({&kind, channel});
+            if (isMeant(kind)) {
+                all.push_back({&kind, channel});
+            }
         }
     }
     return all;
@@ -77,6 +81,32 @@ TEST_P(BadPeers, ThatGoAreForgotten) {
                     exchange.service.letPass(std::chrono::milliseconds(300));
                 }
             }
+            back = Clock::now();
+            exchange.peers.start(channel);
+        };
+        EXPECT_EQ(exchange.serve(Exchange::Disturbance{wait, channel, happens}), undisturbed);
+        EXPECT_LT(Clock::now() - back, promptly);
+    }
+    EXPECT_EQ(exchange.service.terminate(), "signal 15 (Terminated)");
+    EXPECT_EQ(exchange.service.errors(), "");
+}
+
+class HoldingPeers : public BadPeers {};
+
+// The endpoint is another's by now, and the connection is not.
+TEST_P(HoldingPeers, AreReplaced) {
+    const auto& [kind, channel] = GetParam();
+    Exchange exchange;
+    const std::string undisturbed = exchange.serve();
+    for (const Wait wait : waits) {
+        SCOPED_TRACE("wait " + std::to_string(static_cast<int>(wait)));
+        std::optional<BadPeer> peer;
+        Clock::time_point back;
+        const auto happens = [&, kind = kind, channel = channel] {
+            exchange.peers.stop(channel);
+            peer.emplace(rowOf(channel).endpoint, kind->script(rowOf(channel).peerType));
+            exchange.await("a connection to the bad peer", [&] { return peer->connections() > 0; });
+            peer->stopListening();
             back = Clock::now();
             exchange.peers.start(channel);
         };
@@ -167,6 +197,29 @@ TEST_F(Peers, RequestsThatWaitTakeABoundedAmountOfMemory) {
     EXPECT_LT(mostMemory(exchange), 32 * 1024);
 }
 
+// The document has gone with it, and is given up when there is another Trufios to serve.
+TEST_F(Peers, ADocumentThatWentWithTrufiosHoldsUpTheNextForNoMoreThanASecond) {
+    Exchange exchange;
+    exchange.request(R"({"dataStream":"TDT","status":"on"})");
+    exchange.takeInstruction(0x025);
+    exchange.answer(0x025);
+    exchange.await("subscriptions", [&] { return exchange.peers.subscriptions() == 3; });
+    for (const char* record : {"TDT stream", "PAT stream", "TS-STATUS stream"}) {
+        exchange.publish(record);
+    }
+    exchange.await("a document", [&] { return exchange.peers.document(); });
+    for (const Channel channel : {Channel::documents, Channel::requests}) {
+        exchange.peers.stop(channel);
+        exchange.peers.start(channel);
+    }
+    const Clock::time_point back = Clock::now();
+    exchange.request(R"({"dataStream":"TDT","status":"off"})");
+    EXPECT_LT(Clock::now() - back, promptly);
+    EXPECT_THAT(exchange.service.console(), testing::HasSubstr("\n5s Abort\nPSI Sent to Client\n"));
+    exchange.takeInstruction(0x001);
+    exchange.answer(0x001);
+}
+
 // More than a request may have ends the connection. The next one is served all the same.
 TEST_F(Peers, RequestsThatAreTooLargeTakeABoundedAmountOfMemory) {
     if (MPEGFE_SANITIZED) {
@@ -227,7 +280,7 @@ TEST_F(Peers, OfRandomBytesAreForgotten) {
 }
 
 // A monitor that nobody reads stops libzmq after 2000 events. Two channels have peers that close what they
-// accept, two events each time, and two have none.
+// accept, three events each time, and two have none.
 TEST_F(Peers, MayCloseOrBeAwayForAThousandAttempts) {
     Exchange exchange;
     const std::string undisturbed = exchange.serve();
@@ -250,7 +303,11 @@ TEST_F(Peers, MayCloseOrBeAwayForAThousandAttempts) {
     EXPECT_LT(Clock::now() - back, promptly);
 }
 
-INSTANTIATE_TEST_SUITE_P(Are, BadPeers, testing::ValuesIn(allPairings()), pairingName);
+INSTANTIATE_TEST_SUITE_P(Are, BadPeers, testing::ValuesIn(pairings([](const BadKind&) { return true; })),
+                         pairingName);
+INSTANTIATE_TEST_SUITE_P(Are, HoldingPeers,
+                         testing::ValuesIn(pairings([](const BadKind& kind) { return kind.holds; })),
+                         pairingName);
 
 } // namespace
 } // namespace serviceTest
