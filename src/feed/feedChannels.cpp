@@ -133,7 +133,8 @@ void sendInstruction(FeedContext* ptx) {
         receiveAnswer(instructor);
     }
     wordInForce = wire::instructionWord(ptx->instructionWord);
-    sendRequest(instructor, wordInForce.data(), wordInForce.size(), RequestLife::untilReplaced);
+    sendRequest(instructor, wordInForce.data(), wordInForce.size(), RequestLife::untilReplaced,
+                ptx->subscribers[ptx->activeChannel]);
     receiveAnswer(instructor);
 }
 

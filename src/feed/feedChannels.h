@@ -57,7 +57,8 @@ void subscribeTopics(FeedContext* ptx, std::initializer_list<wire::Topic> topics
 void unsubscribeTopic(FeedContext* ptx, const wire::Topic& topic);
 
 // Sends instructionWord as one message of 2 bytes, little-endian, and blocks until the parser's reply of 2
-// bytes, which carries nothing that is used.
+// bytes, which carries nothing that is used. Before that it waits for the reply to a word that was sent again
+// while records were awaited.
 void sendInstruction(FeedContext* ptx);
 
 } // namespace mpegfe

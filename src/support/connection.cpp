@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 namespace mpegfe {
 
@@ -26,6 +27,8 @@ constexpr Milliseconds handshakePatience{1000};
 // For the reply of a peer that has come in the place of the one that had the request. It may have the request
 // too, when libzmq had not sent all of it.
 constexpr Milliseconds nextPeerPatience{1000};
+// For what a parser sends that has come again and has been told what to send.
+constexpr Milliseconds recordPatience{3000};
 
 // Two channels with Trufios, and two of each of at most two feeds.
 constexpr std::size_t maxConnections = 6;
@@ -43,6 +46,8 @@ struct Request {
     RequestLife life = RequestLife::oncePeer;
     bool taken = false;                 // there has been a peer for it
     bool owed = false;                  // its reply
+    bool repeated = false;              // sent again, to a peer that has not come yet
+    void* arrivesOn = nullptr;          // what it asks for, besides the reply
     Clock::time_point passedOn = never; // another peer came in the place of the one that had taken it
 };
 
@@ -57,6 +62,8 @@ struct Connection {
     Clock::time_point greeted = never; // when there came a connection, without its handshake so far
     bool patient = false;              // libzmq leaves a handshake more time than there is for it
     bool established = false;          // a peer is there
+    Clock::time_point since;           // then
+    Clock::time_point doubted = never; // when the peer was first missed that may have gone without a word
     bool ended = false;                // and libzmq has not said that it tries again
     bool lost = false;                 // and the request with it, or so it may be
     Clock::time_point when;            // it ended
@@ -108,6 +115,15 @@ bool isAwaited(const Connection& connection, const void* requester) {
            (connection.request.life == RequestLife::oncePeer || connection.socket == requester);
 }
 
+// Whoever has gone with one connection may have gone with the other too, and without a word, as a host does
+// that loses its power. Who only listens never learns of it.
+void doubt(void* socket, Clock::time_point loss) {
+    Connection* connection = connectionOf(socket);
+    if (connection != nullptr && !(connection->established && connection->since >= loss)) {
+        connection->doubted = std::min(connection->doubted, Clock::now());
+    }
+}
+
 void noteEvent(Connection& connection, std::uint16_t event) {
     switch (event) {
     case ZMQ_EVENT_CONNECTED:
@@ -116,6 +132,12 @@ void noteEvent(Connection& connection, std::uint16_t event) {
     case ZMQ_EVENT_HANDSHAKE_SUCCEEDED:
         connection.greeted = never;
         connection.established = true;
+        connection.ended = false;
+        connection.since = Clock::now();
+        connection.doubted = never;
+        if (std::exchange(connection.request.repeated, false)) {
+            doubt(connection.request.arrivesOn, connection.when);
+        }
         if (connection.request.taken) {
             connection.request.passedOn = std::min(connection.request.passedOn, Clock::now());
         }
@@ -144,8 +166,11 @@ void readEvents(Connection& connection) {
 // When the connection is to be made anew.
 Clock::time_point renewalTime(const Connection& connection, const void* requester) {
     Clock::time_point due = never;
+    if (connection.doubted != never) {
+        due = connection.doubted + recordPatience;
+    }
     if (connection.patient && connection.greeted != never) {
-        due = connection.greeted + handshakePatience;
+        due = std::min(due, connection.greeted + handshakePatience);
     }
     if (connection.ended) {
         due = connection.when + graceForRetry;
@@ -169,11 +194,13 @@ void sendAgain(Connection& connection) {
     setInt(connection.socket, ZMQ_REQ_RELAXED, 1);
     zmq_send(connection.socket, connection.request.bytes, connection.request.size, ZMQ_DONTWAIT);
     connection.request.owed = true;
+    connection.request.repeated = true;
     connection.lost = false;
 }
 
 void forgetPeer(Connection& connection) {
     connection.greeted = never;
+    connection.doubted = never;
     connection.established = false;
     connection.ended = false;
 }
@@ -192,9 +219,9 @@ void renew(Connection& connection, const void* requester) {
     // libzmq knows better when a handshake is over: of a peer with an older protocol it does not tell.
     limitHandshakes(connection.socket);
     connection.patient = false;
+    forgetPeer(connection);
     zmq_disconnect(connection.socket, connection.endpoint);
     zmq_connect(connection.socket, connection.endpoint);
-    forgetPeer(connection);
     connection.renewed = Clock::now();
     connection.lost = isOpen(connection.request);
     if (isAwaited(connection, requester)) {
@@ -216,13 +243,20 @@ long untilRenewal(const void* requester) {
     return std::max(0L, static_cast<long>(std::chrono::ceil<Milliseconds>(due - Clock::now()).count()));
 }
 
+bool isDue(const Connection& connection, const void* requester) {
+    const Clock::time_point due = renewalTime(connection, requester);
+    return due != never && due <= Clock::now();
+}
+
 void renewWhatIsDue(const void* requester) {
     for (Connection& connection : connections) {
         if (connection.socket == nullptr) {
             continue;
         }
-        const Clock::time_point due = renewalTime(connection, requester);
-        if (due != never && due <= Clock::now()) {
+        if (isDue(connection, requester)) {
+            readEvents(connection); // a peer may have come meanwhile
+        }
+        if (isDue(connection, requester)) {
             renew(connection, requester);
         }
     }
@@ -299,21 +333,21 @@ void stopWatching(void* socket) {
 }
 
 void reconnect(void* socket, const char* endpoint) {
-    if (zmq_disconnect(socket, endpoint) == 0) {
-        zmq_connect(socket, endpoint);
-    }
     if (Connection* connection = connectionOf(socket); connection != nullptr) {
         readEvents(*connection);
         forgetPeer(*connection);
     }
+    if (zmq_disconnect(socket, endpoint) == 0) {
+        zmq_connect(socket, endpoint);
+    }
 }
 
-void sendRequest(void* socket, const void* bytes, std::size_t size, RequestLife life) {
+void sendRequest(void* socket, const void* bytes, std::size_t size, RequestLife life, void* arrivesOn) {
     Connection* connection = connectionOf(socket);
     if (connection != nullptr) {
         readEvents(*connection);
         connection->lost = false;
-        connection->request = {bytes, size, life, connection->established, true, never};
+        connection->request = {bytes, size, life, connection->established, true, false, arrivesOn, never};
     }
     const bool noPlace = zmq_send(socket, bytes, size, ZMQ_DONTWAIT) < 0 && errno == EAGAIN;
     if (noPlace && connection != nullptr) {
@@ -370,7 +404,13 @@ int waitReadable(void* socket, long milliseconds, void* requester) {
             takePart(connection);
         }
     }
-    return (items[0].revents & ZMQ_POLLIN) != 0 ? 1 : 0;
+    if ((items[0].revents & ZMQ_POLLIN) == 0) {
+        return 0;
+    }
+    if (Connection* connection = connectionOf(socket); connection != nullptr) {
+        connection->doubted = never;
+    }
+    return 1;
 }
 
 void keepConnectionsUp(void* requester) {

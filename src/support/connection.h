@@ -38,8 +38,11 @@ void stopWatching(void* socket);
 void reconnect(void* socket, const char* endpoint);
 
 // Sends a request as one part without waiting for a peer, and keeps its place for the case that it has to be
-// sent again, until settleRequest or the next one. The bytes stay where they are for so long.
-void sendRequest(void* socket, const void* bytes, std::size_t size, RequestLife life);
+// sent again, until settleRequest or the next one. The bytes stay where they are for so long. arrivesOn is
+// the socket on which what is asked for comes, besides the reply, or null: when nothing has come 3 s after
+// another peer has been sent the request, its connection is made anew, too.
+void sendRequest(void* socket, const void* bytes, std::size_t size, RequestLife life,
+                 void* arrivesOn = nullptr);
 
 // Whether a request has been sent, or sent again, whose reply has not been noted.
 bool replyIsOwed(void* socket);

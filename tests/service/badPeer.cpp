@@ -6,6 +6,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <poll.h>
 #include <string_view>
 #include <sys/socket.h>
@@ -97,6 +98,21 @@ void BadPeer::stopListening() {
     thread = std::thread([this] { serve(); });
 }
 
+void BadPeer::vanish() {
+    stopListening();
+    ends = true;
+    thread.join();
+    for (const Client& client : clients) {
+        const int yes = 1;
+        if (setsockopt(client.descriptor, IPPROTO_TCP, TCP_REPAIR, &yes, sizeof yes) != 0) {
+            fail("vanish");
+        }
+        close(client.descriptor);
+    }
+    clients.clear();
+    thread = std::thread([] {});
+}
+
 void BadPeer::acceptOne() {
     const int descriptor = accept4(listener, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
     if (descriptor < 0) {
@@ -118,6 +134,7 @@ bool BadPeer::keep(Client& client, short events) const {
             return false;
         }
         client.heard = client.heard || length > 0;
+        bytesHeard += static_cast<std::size_t>(std::max<ssize_t>(length, 0));
     }
     if (client.unsaid.empty()) {
         client.unsaid = script.saysForEver;

@@ -35,8 +35,16 @@ class BadPeer {
         return accepted;
     }
 
+    // What all connections have said so far, in bytes.
+    std::size_t heard() const {
+        return bytesHeard;
+    }
+
     // Keeps its connections and leaves the endpoint to another.
     void stopListening();
+
+    // Leaves the endpoint, and its TCP connections without a word, as a host does that loses its power.
+    void vanish();
 
   private:
     struct Client {
@@ -53,6 +61,7 @@ class BadPeer {
     std::string path;
     int listener = -1;
     std::atomic<int> accepted = 0;
+    mutable std::atomic<std::size_t> bytesHeard = 0;
     std::atomic<bool> ends = false;
     std::atomic<bool> listens = true;
     std::vector<Client> clients;

@@ -166,6 +166,34 @@ TEST_F(Peers, AParserThatGoesInTheMiddleIsToldAgain) {
     }
 }
 
+// The records' connection stands on the service's side, and nothing will ever come of it.
+TEST_F(Peers, AParserWhoseHostLosesItsPowerIsSubscribedToAgain) {
+    Exchange exchange;
+    const std::string undisturbed = exchange.serve();
+    for (const Wait wait : {Wait::answer, Wait::records}) {
+        SCOPED_TRACE("wait " + std::to_string(static_cast<int>(wait)));
+        Clock::time_point back;
+        const auto losePower = [&] {
+            exchange.peers.stop(Channel::records);
+            const std::string hello = greeting("NULL") + readyCommand("SUB");
+            BadPeer parser(rowOf(Channel::records).endpoint,
+                           {.says = greeting("NULL") + readyCommand(rowOf(Channel::records).peerType)});
+            exchange.await("a handshake", [&] { return parser.heard() >= hello.size(); });
+            parser.vanish();
+            exchange.peers.stop(Channel::instructions);
+            exchange.peers.start(Channel::records);
+            exchange.peers.start(Channel::instructions);
+            back = Clock::now();
+            exchange.takeInstruction(0x025);
+            if (wait == Wait::records) {
+                exchange.answer(0x025);
+            }
+        };
+        EXPECT_EQ(exchange.serve(Exchange::Disturbance{wait, Channel::records, losePower}), undisturbed);
+        EXPECT_LT(Clock::now() - back, promptly + std::chrono::seconds(3));
+    }
+}
+
 TEST_F(Peers, AParserMayAnswerInSeveralParts) {
     Exchange exchange;
     const std::string undisturbed = exchange.serve();
