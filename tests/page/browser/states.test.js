@@ -2,8 +2,9 @@
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { rateText } from '../../../page/parts/format.js';
+import { seeText } from '../support/browser.js';
 import { startMockManager } from '../support/mockManager.js';
-import { openPage, seeText } from '../support/openPage.js';
+import { openPage } from '../support/openPage.js';
 
 test('the page says how service and board are, and tells readers of the screen when that changes', async () => {
   const { page, manager } = await openPage();
