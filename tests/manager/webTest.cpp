@@ -194,6 +194,29 @@ class Web : public testing::Test {
     std::uint16_t port = 0;
 };
 
+// Whether each line of a module is as it was, or is empty and was nothing but a comment.
+bool isWithoutComments(const std::string& served, const std::string& source) {
+    static const std::regex comment(R"( *(//.*|/\*\*.*| \*.*))");
+    std::istringstream servedLines(served);
+    std::istringstream sourceLines(source);
+    std::string line;
+    std::string before;
+    std::size_t emptied = 0;
+    while (std::getline(sourceLines, before)) {
+        if (!std::getline(servedLines, line)) {
+            return false;
+        }
+        if (line != before) {
+            if (!line.empty() || !std::regex_match(before, comment)) {
+                ADD_FAILURE() << before << "\nis served as\n" << line;
+                return false;
+            }
+            ++emptied;
+        }
+    }
+    return !std::getline(servedLines, line) && emptied > 0;
+}
+
 TEST_F(Web, servesThePageAsItIsAndPacked) {
     const std::filesystem::path page = MPEGFE_PAGE;
     const std::string index = contentOf(page / "index.html");
@@ -205,9 +228,11 @@ TEST_F(Web, servesThePageAsItIsAndPacked) {
         "Content-Type: text/html; charset=utf-8\r\nETag: " + tag[1].str() + "\r\nVary: Accept-Encoding\r\n";
     EXPECT_EQ(answer, head("200 OK", lines, index.size()) + index);
     for (const auto& entry : std::filesystem::recursive_directory_iterator(page)) {
-        if (entry.path().extension() == ".js" || entry.path().extension() == ".css") {
-            const std::string path = '/' + entry.path().lexically_relative(page).string();
+        const std::string path = '/' + entry.path().lexically_relative(page).string();
+        if (entry.path().extension() == ".css") {
             EXPECT_EQ(bodyOf(get(path)), contentOf(entry.path())) << path;
+        } else if (entry.path().extension() == ".js") {
+            EXPECT_TRUE(isWithoutComments(bodyOf(get(path)), contentOf(entry.path()))) << path;
         }
     }
     EXPECT_THAT(get("/", "If-None-Match: " + tag[1].str() + "\r\n"),
