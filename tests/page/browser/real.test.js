@@ -8,7 +8,7 @@ import { join } from 'node:path';
 import { after, test } from 'node:test';
 import { isDeepStrictEqual } from 'node:util';
 import { goTo, openAt, PATIENCE_MS, rowsOf, seeText } from '../support/browser.js';
-import { bodyOf, componentsOf, pidRows, programRows, TABLES } from '../support/documents.js';
+import { bodyOf, componentsOf, pidRows, programRows, rateOf, TABLES } from '../support/documents.js';
 import { BUILD, ROOT, startProgram, startWebManager } from '../support/realPrograms.js';
 
 /** @typedef {import('playwright-core').Page} Page */
@@ -149,6 +149,14 @@ async function checkTable(name) {
   );
 }
 
+/** What the manager keeps of a rate ends in the newest document's. */
+async function checkHistory() {
+  await seeEqual(
+    async () => rateOf((await bodyNow('pidData')).aggStreamRate),
+    async () => (await (await fetch(`${manager.address}api/history?seconds=10`)).json()).total.at(-1),
+  );
+}
+
 async function checkRates() {
   const { pids } = await bodyNow('pidData');
   const [pid] = pids.map((/** @type {any} */ one) => one.pidNum).sort((/** @type {any} */ a, /** @type {any} */ b) => b - a);
@@ -193,6 +201,7 @@ async function checkEveryTab() {
   await checkPrograms();
   for (const name of Object.keys(TABLES)) await checkTable(name);
   await checkRates();
+  await checkHistory();
   await checkRaw('PAT');
 }
 

@@ -1,13 +1,12 @@
 // A Chromium, and what tests read off a page in it.
 import { after } from 'node:test';
-import { chromium } from 'playwright-core';
+import { launchChromium } from './chromium.js';
 
 /** @typedef {import('playwright-core').Page} Page */
 
 export const PATIENCE_MS = 60_000;
 
-/** A user's sandbox cannot be had as root, nor in a container that forbids namespaces. */
-const browser = await chromium.launch({ executablePath: process.env.CHROMIUM ?? '/usr/bin/chromium', args: ['--no-sandbox'] });
+const browser = await launchChromium();
 after(() => browser.close());
 
 /**

@@ -15,7 +15,7 @@ export function bodyOf(text) {
 }
 
 /** @param {string} text "   3.250Mbps" @returns {number} bit/s */
-function rateOf(text) {
+export function rateOf(text) {
   const match = /^ *([\d.]+)([KM])bps$/.exec(text);
   if (!match) throw new Error(`"${text}" is no rate`);
   return Math.round(Number(match[1]) * (match[2] === 'M' ? 1e6 : 1e3));
@@ -196,8 +196,9 @@ export const TABLES = {
   }),
   TDT: (body) => ({
     facts: {
-      'In UTC': `${new Date(timeOf(body['Date:MJD'], '00:00:00')).toISOString().slice(0, 10)} ${body.TOD}`,
-      'Modified Julian Day': body['Date:MJD'],
+      // Without a time none has come.
+      'In UTC': body.TOD ? `${new Date(timeOf(body['Date:MJD'], body.TOD)).toISOString().slice(0, 10)} ${body.TOD}` : '–',
+      'Modified Julian Day': body.TOD ? body['Date:MJD'] : '–',
       Table: byteText(body.tableID),
       Rate: rate(body.pidRate),
     },

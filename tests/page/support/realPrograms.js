@@ -10,6 +10,9 @@ export const BUILD = process.env.MPEGFE_BUILD ?? join(ROOT, 'build/release');
 /** @type {Record<string, string>} */
 const PROGRAMS = { board: 'board/mpegfe-board', service: 'src/mpegFE', manager: 'manager/mpegfe-manager' };
 
+/** @param {'board' | 'service' | 'manager'} name */
+export const pathOf = (name) => join(BUILD, PROGRAMS[name]);
+
 /**
  * @typedef {object} Program
  * @property {(pattern: RegExp) => Promise<RegExpExecArray>} said waits until its console says this; rejects when it ends before
@@ -23,7 +26,7 @@ const PROGRAMS = { board: 'board/mpegfe-board', service: 'src/mpegFE', manager: 
  * @returns {Program}
  */
 export function startProgram(name, ...words) {
-  const child = spawn('setpriv', ['--pdeathsig', 'KILL', join(BUILD, PROGRAMS[name]), ...words], {
+  const child = spawn('setpriv', ['--pdeathsig', 'KILL', pathOf(name), ...words], {
     stdio: ['ignore', 'pipe', 'pipe'],
   });
   let said = '';
