@@ -14,7 +14,7 @@ test('the page says how service and board are, and tells readers of the screen w
   for (const [service, state, says] of /** @type {const} */ ([
     ['waiting', 'running', 'Service: waiting for the parser'],
     ['noStream', 'stale', 'No stream: the board has none, or is away'],
-    ['unanswered', 'stale', 'Service: does not answer'],
+    ['unanswered', 'stale', 'Service: busy; most likely waiting for the parser'],
     ['absent', 'stale', 'Service: not connected'],
   ])) {
     manager.send({ version: 9, time: since, service: { state: service, since }, stream: { ...stream, state } });
