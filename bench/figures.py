@@ -111,6 +111,19 @@ def footprint(measured):
                      measured.median("allocations", "mpegFE", module), "", "<=" if own else "", 0)
 
 
+def page(measured):
+    """What the page's server takes while many browsers look, and how far behind the first the last one is told."""
+    for count, run in measured.runs.items():
+        target = "<=" if count == 100 else ""
+        streams = f"{count} streams"
+        yield Figure(streams, "processor, of one core", run["processor, % of a core"], "%", target, 5)
+        yield Figure(streams, "memory, at the most", run["memory at the most, MB"], "MB", target, 64)
+        yield Figure(streams, "first stream to last: median", run["from the first stream to the last, median ms"], "ms")
+        yield Figure(streams, "at the most", run["from the first stream to the last, most ms"], "ms", target, 100)
+        yield Figure(streams, "sent", run["sent, MB/s"], "MB/s")
+        yield Figure(streams, "streams that got each change", run["streams that got each change"], "", ">=", count)
+
+
 def stripped_size():
     with tempfile.NamedTemporaryFile() as stripped:
         subprocess.run(["strip", "-o", stripped.name, SERVICE], check=True)
@@ -128,4 +141,5 @@ TABLES = {
     "reception": [("Reception: the service's messages per second as a share", reception)],
     "requests": [("From request to document: multiple of what the sockets cost", requests)],
     "footprint": [("Footprint", footprint)],
+    "page": [("The page's server with many browsers, at 256 PIDs that are all new each second", page)],
 }

@@ -4,6 +4,7 @@ import contextlib
 import json
 import os
 import platform
+import re
 import statistics
 import subprocess
 import tempfile
@@ -38,6 +39,9 @@ class Program:
     prints: bool = False  # whether it matters where the console leads
     repetitions: int = 15
 
+
+# The page's server with so many browsers; a program of its own kind.
+STREAMS = (100, 200)
 
 PROGRAMS = {
     "documents": Program("documentsBench", "", 0.03, "cpu_time"),
@@ -80,7 +84,11 @@ class Measured:
                  "repetition_index", "threads", "iterations", "real_time", "cpu_time", "time_unit"}
         return [key for key in self._runs[subject, contestant][0] if key not in known]
 
-    def spread(self):
+    def note(self):
+        """How far apart the repetitions are, in words."""
+        return f"middle half of the repetitions within {self._spread() / 2:.0%} of their median"
+
+    def _spread(self):
         """The middle half of a contestant's repetitions, relative to their median; the median of all."""
         spreads = []
         for subject, contestant in self._runs:
@@ -108,8 +116,32 @@ def run_program(group, command, console):
     return [entry for entry in entries if entry["run_type"] == "iteration"]
 
 
+class MeasuredStreams:
+    """What the page's server took, by the number of streams: a dictionary of figures each."""
+
+    def __init__(self, quick):
+        self._seconds = 3 if quick else 30
+        self.runs = {count: self._run(count) for count in STREAMS}
+
+    def _run(self, count):
+        pids = 256
+        said = subprocess.run([BUILD / "bench" / "webStreams", str(count), str(pids), str(self._seconds)],
+                              capture_output=True, text=True, check=True).stdout
+        return {name: float(value) for name, value in re.findall(r"^(.*): ([0-9.]+)", said, re.MULTILINE)}
+
+    def note(self):
+        return f"{self._seconds} s each"
+
+
+def program_of(group):
+    """The name of what measures a group, as it is built."""
+    return "webStreams" if group == "page" else PROGRAMS[group].name
+
+
 def measure(group, quick):
     """Runs the group's program with its contestants in random turns."""
+    if group == "page":
+        return MeasuredStreams(quick)
     program = PROGRAMS[group]
     command = [BUILD / "bench" / program.name, f"--benchmark_filter={program.filter}",
                f"--benchmark_repetitions={3 if quick else program.repetitions}",

@@ -32,8 +32,7 @@ def run_group(group, quick):
     """The group's tables: title, and list of figures."""
     print(f"measuring {group} ...", file=sys.stderr)
     measured = measure(group, quick)
-    spread = f"middle half of the repetitions within {measured.spread() / 2:.0%} of their median"
-    return [(f"{title} ({spread})", list(make(measured))) for title, make in TABLES[group]]
+    return [(f"{title} ({measured.note()})", list(make(measured))) for title, make in TABLES[group]]
 
 
 def keep(run, tables):

@@ -217,11 +217,12 @@ int main(int argc, char** argv) {
     std::ranges::sort(rounds.spreads);
     std::printf("streams %d, PIDs %d, seconds %.1f, changes %zu\n", streamCount, pids, passed,
                 rounds.spreads.size());
-    std::printf("streams that got each change: %zu at the least\n", rounds.fewest);
-    std::printf("sent: %.2f MB/s\n", rounds.bytes / passed / 1e6);
-    std::printf("processor: %.2f%% of a core\n", 100 * spent / passed);
-    std::printf("memory, at the most: %.1f MB\n", peakMegabytes(manager.processId()));
-    std::printf("from the first stream to the last: median %.1f ms, most %.1f ms\n",
-                rounds.spreads[rounds.spreads.size() / 2], rounds.spreads.back());
+    std::printf("streams that got each change: %zu\n", rounds.fewest); // the fewest
+    std::printf("sent, MB/s: %.2f\n", rounds.bytes / passed / 1e6);
+    std::printf("processor, %% of a core: %.2f\n", 100 * spent / passed);
+    std::printf("memory at the most, MB: %.1f\n", peakMegabytes(manager.processId()));
+    std::printf("from the first stream to the last, median ms: %.1f\n",
+                rounds.spreads[rounds.spreads.size() / 2]);
+    std::printf("from the first stream to the last, most ms: %.1f\n", rounds.spreads.back());
     return 0;
 }

@@ -173,9 +173,12 @@ class PageService {
         }
     }
 
-    // Waits a little behind the first news, for what comes together with it.
+    // Waits a little behind the first news, for what comes together with it. Who has just opened the page
+    // waits for nothing else.
     Time publishTime() const {
-        return std::max(lastPublished + tunables::publishTime, *newsSince + tunables::settleTime);
+        const bool isOpening = watchedSince && now < *watchedSince + tunables::openingTime;
+        return std::max(lastPublished + (isOpening ? tunables::settleTime : tunables::publishTime),
+                        *newsSince + tunables::settleTime);
     }
 
     void publish() {

@@ -47,7 +47,8 @@ inline constexpr seconds idleConnection{30};                // until it is close
 inline constexpr seconds heartbeat{10};                     // of streams on which nothing is new
 inline constexpr milliseconds publishTime{1000};            // between two changes
 inline constexpr milliseconds settleTime{150};              // for what comes together
-inline constexpr seconds streamStale{5};                    // without a document
+inline constexpr seconds openingTime{2}; // since somebody looks, in which only that is waited for
+inline constexpr seconds streamStale{5}; // without a document
 
 // How long the last acknowledgement may take to leave at the end; a service that has gone costs this much.
 inline constexpr milliseconds farewell{1000};

@@ -337,6 +337,37 @@ Bytes dvbTexts() {
     });
 }
 
+// Texts that would be more than texts where somebody takes them for markup, JSON, or a terminal's commands.
+Bytes hostileTexts() {
+    struct Text {
+        std::string_view provider;
+        std::string_view name;
+    };
+    static constexpr std::array<Text, 7> texts{{
+        {"\"><script>document.title=1</script>", "<img src=x onerror=document.title=1>"},
+        {"\\", "\"},{\"pgmNum\":\"9\",\"svcName\":\"x"},
+        {"\x15\xE2\x80\xAEright to left", "\x15 \xE2\x80\x8B\xD7\xA7\xD7\x95\xD7\x9C"},
+        {"\x15\x1B[2Jcleared", "\x15\xC2\x9B"
+                               "31mred"},
+        {"__proto__", "constructor"},
+        {"&lt;b&gt;", "</td></table>"},
+        {"=1+1", "'; DROP TABLE pids; --"},
+    }};
+    return oneChannel([](Packets& packets, int) {
+        std::vector<SdtRow> rows;
+        for (const Text& text : texts) {
+            rows.push_back({static_cast<std::uint16_t>(rows.size() + 1), false,
+                            serviceDescriptor(1, text.provider, text.name)});
+        }
+        packets.section(sdtPid, sdt(77, 9, rows));
+        packets.section(nitPid, nit(9, networkNameDescriptor("<h1>\"network\"</h1>"), {{77, 9, {}}}));
+        packets.section(eitPid,
+                        eit(0x4E, 1, 77, 9,
+                            {{1, today, 0, 3600,
+                              shortEventDescriptor("<b>", "<i>\\\"event\"</i>", "<a href=//x>\\u003c")}}));
+    });
+}
+
 // The days of a Modified Julian Day of 16 bits end at 22 April 2038; the next is 0 again.
 Bytes lastDay() {
     return oneChannel([](Packets& packets, int turn) {
@@ -564,7 +595,7 @@ struct Stream {
     Bytes (*make)();
 };
 
-constexpr std::array<Stream, 30> streams{{
+constexpr std::array<Stream, 31> streams{{
     {"atsc", atsc},
     {"isdb", isdb},
     {"mpeg2-422", mpeg2Studio},
@@ -576,6 +607,7 @@ constexpr std::array<Stream, 30> streams{{
     {"one-pcr", onePcr},
     {"no-pcr", noPcr},
     {"dvb-texts", dvbTexts},
+    {"hostile-texts", hostileTexts},
     {"last-day", lastDay},
     {"open-events", openEvents},
     {"network-only", networkOnly},

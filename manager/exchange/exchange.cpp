@@ -61,13 +61,14 @@ void Exchange::abandon(Time now) {
     }
 }
 
-// While nothing is connected, a request waits here and not in the socket, so that it never reaches a service
-// that starts after this process has given up.
+// While nothing is known to be connected, a request waits here and not in the socket, so that it never
+// reaches a service that starts after this process has given up. The socket alone does not tell: when a
+// service has gone, it can be written to for a moment longer, and what is written is lost.
 std::array<zmq::pollitem_t, 3> Exchange::pollItems() const {
     constexpr short nothing = 0;
     constexpr short readable = ZMQ_POLLIN;
     constexpr short writable = ZMQ_POLLOUT;
-    const short send = orders.empty() ? nothing : writable;
+    const short send = orders.empty() || !services.any() ? nothing : writable;
     const short unacknowledged = stage == Stage::sent ? readable : nothing;
     const short requestEvents = stage == Stage::unsent ? send : unacknowledged;
     const short documentEvents = heldSince ? nothing : readable;
@@ -81,7 +82,7 @@ std::optional<Time> Exchange::wakeUp() const {
 }
 
 void Exchange::step(Time now) {
-    if (stage == Stage::unsent && !orders.empty() && isReady(requestSocket, ZMQ_POLLOUT)) {
+    if (stage == Stage::unsent && !orders.empty() && services.any() && isReady(requestSocket, ZMQ_POLLOUT)) {
         send(now);
     } else if (stage == Stage::sent && isReady(requestSocket, ZMQ_POLLIN)) {
         takeReply(now);

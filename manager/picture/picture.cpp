@@ -8,51 +8,39 @@
 namespace manager {
 namespace {
 
-// What PIDs and services have in common, and what their events are called.
+// What PIDs and services have in common: how many are kept, what their events are called, and which members
+// tell them apart, name them, and say that they are scrambled.
 template <typename Listed>
-struct Kind;
-
-template <>
-struct Kind<ListedPid> {
-    static constexpr std::size_t most = Picture::mostPids;
-    static constexpr EventKind came = EventKind::pidCame;
-    static constexpr EventKind went = EventKind::pidWent;
-    static constexpr EventKind scrambled = EventKind::pidScrambled;
-    static constexpr EventKind cleared = EventKind::pidCleared;
-    static int number(const ListedPid& pid) {
-        return pid.pid;
-    }
-    static const std::string& name(const ListedPid& pid) {
-        return pid.description;
-    }
-    static bool isScrambled(const ListedPid& pid) {
-        return pid.scrambled != 0;
-    }
+struct Kind {
+    std::size_t most;
+    EventKind came;
+    EventKind went;
+    EventKind scrambled;
+    EventKind cleared;
+    int Listed::*number;
+    std::string Listed::*name;
+    int Listed::*scrambling; // not 0
 };
 
+template <typename Listed>
+constexpr Kind<Listed> kindOf;
+
 template <>
-struct Kind<ListedProgram> {
-    static constexpr std::size_t most = Picture::mostServices;
-    static constexpr EventKind came = EventKind::serviceCame;
-    static constexpr EventKind went = EventKind::serviceWent;
-    static constexpr EventKind scrambled = EventKind::serviceScrambled;
-    static constexpr EventKind cleared = EventKind::serviceCleared;
-    static int number(const ListedProgram& program) {
-        return program.programNumber;
-    }
-    static const std::string& name(const ListedProgram& program) {
-        return program.name;
-    }
-    static bool isScrambled(const ListedProgram& program) {
-        return program.allScrambled != 0;
-    }
-};
+constexpr Kind<ListedPid> kindOf<ListedPid>{
+    Picture::mostPids,     EventKind::pidCame, EventKind::pidWent,      EventKind::pidScrambled,
+    EventKind::pidCleared, &ListedPid::pid,    &ListedPid::description, &ListedPid::scrambled};
+
+template <>
+constexpr Kind<ListedProgram> kindOf<ListedProgram>{Picture::mostServices,     EventKind::serviceCame,
+                                                    EventKind::serviceWent,    EventKind::serviceScrambled,
+                                                    EventKind::serviceCleared, &ListedProgram::programNumber,
+                                                    &ListedProgram::name,      &ListedProgram::allScrambled};
 
 // Makes room for one more, at the cost of what has been gone for the longest time. False when all are
 // present.
 template <typename Listed>
 bool makeRoom(std::map<int, Known<Listed>>& known) {
-    if (known.size() < Kind<Listed>::most) {
+    if (known.size() < kindOf<Listed>.most) {
         return true;
     }
     const auto oldest = std::ranges::min_element(known, {}, [](const auto& entry) {
@@ -143,7 +131,7 @@ template <typename Listed>
 void Picture::takeEntries(std::map<int, Known<Listed>>& known, const std::vector<Listed>& listed, int count) {
     std::map<int, const Listed*> byNumber; // the first of each
     for (const Listed& entry : listed) {
-        byNumber.emplace(Kind<Listed>::number(entry), &entry);
+        byNumber.emplace(entry.*kindOf<Listed>.number, &entry);
     }
     const bool isWhole = count >= 0 && listed.size() >= static_cast<std::size_t>(count);
     for (auto& [number, entry] : known) {
@@ -158,8 +146,10 @@ void Picture::takeEntries(std::map<int, Known<Listed>>& known, const std::vector
 
 template <typename Listed>
 void Picture::takeEntry(std::map<int, Known<Listed>>& known, const Listed& listed) {
-    using Names = Kind<Listed>;
-    const int number = Names::number(listed);
+    constexpr const Kind<Listed>& of = kindOf<Listed>;
+    const int number = listed.*of.number;
+    const std::string& name = listed.*of.name;
+    const bool isScrambled = listed.*of.scrambling != 0;
     const bool isNew = !known.contains(number);
     if (isNew && !makeRoom(known)) {
         return;
@@ -168,12 +158,12 @@ void Picture::takeEntry(std::map<int, Known<Listed>>& known, const Listed& liste
     if (isNew || !entry.isPresent) {
         entry.firstSeen = isNew ? now : entry.firstSeen;
         entry.isPresent = true;
-        tell(Names::came, number, {}, Names::name(listed));
+        tell(of.came, number, {}, name);
     } else {
         tellChange(entry.newest, listed);
     }
-    if (!isNew && Names::isScrambled(entry.newest) != Names::isScrambled(listed)) {
-        tell(Names::isScrambled(listed) ? Names::scrambled : Names::cleared, number, {}, Names::name(listed));
+    if (!isNew && (entry.newest.*of.scrambling != 0) != isScrambled) {
+        tell(isScrambled ? of.scrambled : of.cleared, number, {}, name);
     }
     entry.newest = listed;
     entry.lastSeen = now;
@@ -184,7 +174,8 @@ void Picture::takeEntry(std::map<int, Known<Listed>>& known, const Listed& liste
 template <typename Listed>
 void Picture::leave(Known<Listed>& entry) {
     entry.isPresent = false;
-    tell(Kind<Listed>::went, Kind<Listed>::number(entry.newest), Kind<Listed>::name(entry.newest), {});
+    constexpr const Kind<Listed>& of = kindOf<Listed>;
+    tell(of.went, entry.newest.*of.number, entry.newest.*of.name, {});
     entry.version = ++newestVersion;
 }
 

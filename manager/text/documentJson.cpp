@@ -18,17 +18,7 @@ void write(JsonText& json, const PidList& list) {
     json.member("dataStream", "pidData")
         .member("pidCount", list.pidCount)
         .member(rateKey, list.rateBitPerSecond)
-        .list("pids", list.pids, [&](const ListedPid& pid) {
-            json.member("pid", pid.pid)
-                .member("place", pid.place)
-                .member("type", pid.type)
-                .member("description", pid.description)
-                .member("programNumber", pid.programNumber)
-                .member("patIndex", pid.patIndex)
-                .member("pmtPid", pid.pmtPid)
-                .member(rateKey, pid.rateBitPerSecond)
-                .member("scrambled", pid.scrambled != 0);
-        });
+        .list("pids", list.pids, [&](const ListedPid& pid) { writeMembers(json, pid); });
 }
 
 void write(JsonText& json, const ProgramList& list) {
@@ -37,18 +27,7 @@ void write(JsonText& json, const ProgramList& list) {
         .member("namesFromPat", list.derived == 1)
         .member(rateKey, list.rateBitPerSecond)
         .member("scrambledCount", list.scrambledCount)
-        .list("programs", list.programs, [&](const ListedProgram& program) {
-            json.member("programNumber", program.programNumber)
-                .member("patIndex", program.patIndex)
-                .member("name", program.name)
-                .member("provider", program.provider)
-                .member("serviceType", program.serviceType)
-                .member("pmtPid", program.pmtPid)
-                .member("pidCount", program.pidCount)
-                .member(rateKey, program.rateBitPerSecond)
-                .member("freeCaMode", program.freeCaMode != 0)
-                .member("allScrambled", program.allScrambled != 0);
-        });
+        .list("programs", list.programs, [&](const ListedProgram& program) { writeMembers(json, program); });
 }
 
 void writeVideo(JsonText& json, const VideoElement& video) {
@@ -173,6 +152,31 @@ std::string documentJson(const Document& document) {
     JsonText json;
     json.object([&] { std::visit([&](const auto& body) { write(json, body); }, document); });
     return json.written();
+}
+
+void writeMembers(JsonText& json, const ListedPid& pid) {
+    json.member("pid", pid.pid)
+        .member("place", pid.place)
+        .member("type", pid.type)
+        .member("description", pid.description)
+        .member("programNumber", pid.programNumber)
+        .member("patIndex", pid.patIndex)
+        .member("pmtPid", pid.pmtPid)
+        .member(rateKey, pid.rateBitPerSecond)
+        .member("scrambled", pid.scrambled != 0);
+}
+
+void writeMembers(JsonText& json, const ListedProgram& program) {
+    json.member("programNumber", program.programNumber)
+        .member("patIndex", program.patIndex)
+        .member("name", program.name)
+        .member("provider", program.provider)
+        .member("serviceType", program.serviceType)
+        .member("pmtPid", program.pmtPid)
+        .member("pidCount", program.pidCount)
+        .member(rateKey, program.rateBitPerSecond)
+        .member("freeCaMode", program.freeCaMode != 0)
+        .member("allScrambled", program.allScrambled != 0);
 }
 
 } // namespace manager

@@ -37,8 +37,7 @@ std::int64_t count(PictureTime time) {
 
 template <typename Listed>
 void writeSeen(JsonText& json, const Known<Listed>& row) {
-    json.member("rateBitPerSecond", row.newest.rateBitPerSecond)
-        .member("least", row.rates.least())
+    json.member("least", row.rates.least())
         .member("most", row.rates.most())
         .member("firstSeen", count(row.firstSeen))
         .member("lastSeen", count(row.lastSeen))
@@ -46,31 +45,14 @@ void writeSeen(JsonText& json, const Known<Listed>& row) {
 }
 
 void writeRow(JsonText& json, const KnownPid& row, const Picture& picture) {
-    const ListedPid& pid = row.newest;
-    const auto service = picture.services().find(pid.programNumber);
-    json.member("pid", pid.pid)
-        .member("place", pid.place)
-        .member("type", pid.type)
-        .member("description", pid.description)
-        .member("programNumber", pid.programNumber)
-        .member("patIndex", pid.patIndex)
-        .member("pmtPid", pid.pmtPid)
-        .member("serviceName", service == picture.services().end() ? "" : service->second.newest.name)
-        .member("scrambled", pid.scrambled != 0);
+    const auto service = picture.services().find(row.newest.programNumber);
+    writeMembers(json, row.newest);
+    json.member("serviceName", service == picture.services().end() ? "" : service->second.newest.name);
     writeSeen(json, row);
 }
 
 void writeRow(JsonText& json, const KnownService& row, const Picture& /*picture*/) {
-    const ListedProgram& program = row.newest;
-    json.member("programNumber", program.programNumber)
-        .member("patIndex", program.patIndex)
-        .member("name", program.name)
-        .member("provider", program.provider)
-        .member("serviceType", program.serviceType)
-        .member("pmtPid", program.pmtPid)
-        .member("pidCount", program.pidCount)
-        .member("freeCaMode", program.freeCaMode != 0)
-        .member("allScrambled", program.allScrambled != 0);
+    writeMembers(json, row.newest);
     writeSeen(json, row);
 }
 

@@ -1,5 +1,5 @@
-# Writes pageFiles.cpp: the files of the page as arrays, each as it is and packed by gzip. A file below ROOT has its path
-# there, any other its name.
+# Writes pageFiles.cpp: the files of the page as arrays, each plain and packed by gzip. A file below ROOT has its path there, any other
+# its name. They are as they are, but for the comments of the modules below ROOT.
 #
 # usage: cmake -D OUTPUT=FILE -D ROOT=FOLDER -D FILES=FILE[;FILE...] -P pageFiles.cmake
 
@@ -27,11 +27,18 @@ foreach(file IN LISTS FILES)
         message(FATAL_ERROR "${file}: no type is known for .${extension}")
     endif()
 
+    cmake_path(IS_PREFIX ROOT "${file}" NORMALIZE isOfThePage)
+    set(plain "${file}")
+    if(isOfThePage AND extension MATCHES "^js$")
+        set(plain "${OUTPUT}.js")
+        execute_process(COMMAND sed -f ${CMAKE_CURRENT_LIST_DIR}/withoutComments.sed "${file}" OUTPUT_FILE "${plain}"
+            COMMAND_ERROR_IS_FATAL ANY)
+    endif()
     set(packed "${OUTPUT}.gz")
-    execute_process(COMMAND gzip -9nc "${file}" OUTPUT_FILE "${packed}" COMMAND_ERROR_IS_FATAL ANY)
-    file(SIZE "${file}" plainSize)
+    execute_process(COMMAND gzip -9nc "${plain}" OUTPUT_FILE "${packed}" COMMAND_ERROR_IS_FATAL ANY)
+    file(SIZE "${plain}" plainSize)
     file(SIZE "${packed}" packedSize)
-    bytesOf("${file}" plainBytes)
+    bytesOf("${plain}" plainBytes)
     set(packedBytes "")
     set(packedView "{}")
     if(packedSize LESS plainSize)
@@ -40,10 +47,9 @@ foreach(file IN LISTS FILES)
     endif()
     file(REMOVE "${packed}")
 
-    file(SHA256 "${file}" hash)
+    file(SHA256 "${plain}" hash)
     string(SUBSTRING "${hash}" 0 16 hash)
     set(path "/${name}")
-    cmake_path(IS_PREFIX ROOT "${file}" NORMALIZE isOfThePage)
     if(isOfThePage)
         cmake_path(RELATIVE_PATH file BASE_DIRECTORY "${ROOT}" OUTPUT_VARIABLE path)
         set(path "/${path}")
@@ -60,6 +66,7 @@ foreach(file IN LISTS FILES)
     math(EXPR count "${count} + 1")
 endforeach()
 
+file(REMOVE "${OUTPUT}.js")
 file(WRITE "${OUTPUT}" "// Written by pageFiles.cmake.
 #include \"web/pageFiles.h\"
 

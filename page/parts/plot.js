@@ -1,6 +1,7 @@
 // The plot over time, by dygraphs, which is fetched when the first plot is made.
 
 /** @import {SampleRow} from '../picture/series.js' */
+import { drawing } from './element.js';
 
 /**
  * @typedef {object} DygraphsGraph the part of dygraphs that is used
@@ -36,9 +37,16 @@ function loadLibrary() {
   return library;
 }
 
-/** Each line has its colour and its dashes, so that colour alone tells none from another. */
-export const LINES = 8;
+/** Each line has its colour, --line-0 and on, and its dashes, so that colour alone tells none from another. */
 const DASHES = [null, [8, 3], [2, 2], [12, 3, 2, 3], [5, 5], [16, 4], [2, 6], [10, 2, 2, 2, 2, 2]];
+export const LINES = DASHES.length;
+
+/** A piece of a line, for a legend. @param {number} index */
+export function lineSample(index) {
+  const path = drawing('path', { d: 'M0 4H40', 'stroke-dasharray': DASHES[index % LINES]?.join(' ') ?? 'none' });
+  path.style.stroke = `var(--line-${index % LINES})`;
+  return drawing('svg', { class: 'line', viewBox: '0 0 40 8', 'aria-hidden': 'true' }, path);
+}
 
 /** @param {number} value bit/s */
 function axisText(value) {

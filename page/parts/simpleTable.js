@@ -5,9 +5,10 @@ import { element } from './element.js';
  * @param {string[]} heads
  * @param {(string | Node)[][]} rows
  * @param {string} otherwise what is said when there are no rows
- * @param {Record<number, string>} [classes] of columns, by their index
+ * @param {{classes?: Record<number, string>, stacks?: boolean}} [options] classes of columns, by their index; whether the cells of a row stand
+ *   one below the other where there is no room
  */
-export function simpleTable(heads, rows, otherwise, classes = {}) {
+export function simpleTable(heads, rows, otherwise, { classes = {}, stacks = false } = {}) {
   if (!rows.length) return element('p', { class: 'muted' }, otherwise);
   const attributes = (/** @type {number} */ i) => ({ class: classes[i] ?? false });
   return element(
@@ -15,12 +16,18 @@ export function simpleTable(heads, rows, otherwise, classes = {}) {
     { class: 'wide' },
     element(
       'table',
-      { class: 'plain' },
+      { class: stacks ? 'plain stacks' : 'plain' },
       element('thead', {}, element('tr', {}, ...heads.map((head, i) => element('th', { scope: 'col', ...attributes(i) }, head)))),
       element(
         'tbody',
         {},
-        ...rows.map((cells) => element('tr', {}, ...cells.map((cell, i) => element('td', attributes(i), isolated(cell))))),
+        ...rows.map((cells) =>
+          element(
+            'tr',
+            {},
+            ...cells.map((cell, i) => element('td', { ...attributes(i), 'data-head': heads[i] }, isolated(cell))),
+          ),
+        ),
       ),
     ),
   );

@@ -17,7 +17,8 @@ const MANAGER = {
 const SERVICE = {
   absent: { level: 'bad', text: 'Not connected' },
   answering: { level: 'good', text: 'Answers' },
-  unanswered: { level: 'bad', text: 'Does not answer' },
+  // It takes the next request when it is done with the one before, and all that it waits for there is the parser.
+  unanswered: { level: 'bad', text: 'Busy; most likely waiting for the parser' },
   waiting: { level: 'warn', text: 'Waiting for the parser' },
   noStream: { level: 'bad', text: 'Answers, but has no stream' },
 };

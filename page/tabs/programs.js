@@ -231,7 +231,7 @@ function programDetail(view) {
           pid.gone ? 'gone' : scrambling(pid.scrambled),
         ]),
         'The list shows no PID of this program.',
-        { 2: 'number' },
+        { classes: { 2: 'number' }, stacks: true },
       ),
     );
   }
@@ -299,6 +299,7 @@ function components(value) {
         scrambling(track.scrambled),
       ]),
       'The program has no audio, or none is known yet.',
+      { stacks: true },
     ),
   );
   if (privateData.length) parts.push(element('h3', {}, 'Private data'), pidList(privateData));

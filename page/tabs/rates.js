@@ -4,9 +4,9 @@
 /** @import {Tab} from '../frame/tabBar.js' */
 /** @import {Plot} from '../parts/plot.js' */
 /** @import {SampleRow} from '../picture/series.js' */
-import { drawing, element, link, setAttribute, setText } from '../parts/element.js';
+import { element, link, setAttribute, setText } from '../parts/element.js';
 import { hexText, nameText, rateText, timeText, visibleText } from '../parts/format.js';
-import { LINES, makePlot } from '../parts/plot.js';
+import { LINES, lineSample, makePlot } from '../parts/plot.js';
 import { typeName } from '../picture/pidTypes.js';
 import { isSeries, sampleRows, subjectOf, summary, TOTAL, WITHOUT_NULL } from '../picture/series.js';
 
@@ -17,6 +17,7 @@ const SPANS = [
   ['15 min', null],
 ];
 const ALWAYS_THERE = [TOTAL, WITHOUT_NULL];
+const FIGURES = ['Now', 'Least', 'Mean', 'Most'];
 
 /**
  * @param {View} view
@@ -45,7 +46,7 @@ export function ratesTab(view) {
   });
   const problem = element('p', { class: 'nothing' });
   const legend = element('tbody');
-  const when = element('th', { scope: 'col', class: 'rate' }, 'Now');
+  const when = element('th', { scope: 'col', class: 'rate' }, FIGURES[0]);
   const adder = element('select', { 'aria-label': 'Add a PID or program to the plot' });
   const hold = element('button', { type: 'button', 'aria-pressed': 'false' }, 'Hold');
   const spans = SPANS.map(([name, seconds]) => {
@@ -78,15 +79,12 @@ export function ratesTab(view) {
   function makeLegend() {
     legendRows = names.map((name, i) => {
       const title = element('bdi');
-      const cells = [0, 1, 2, 3].map(() => element('td', { class: 'rate' }));
-      const sample = drawing(
-        'svg',
-        { class: 'line', 'data-line': String(i % LINES), viewBox: '0 0 40 8', 'aria-hidden': 'true' },
-        drawing('path', { d: 'M0 4H40' }),
-      );
+      const cells = FIGURES.map((figure) => element('td', { class: 'rate', 'data-head': figure }));
       const remove = link(`#${addressOf(names.filter((other) => other !== name))}`, 'remove');
       remove.setAttribute('aria-label', `Remove ${titleOf(name)}`);
-      legend.append(element('tr', {}, element('th', { scope: 'row' }, sample, title), ...cells, element('td', {}, remove)));
+      legend.append(
+        element('tr', {}, element('th', { scope: 'row' }, lineSample(i), title), ...cells, element('td', {}, remove)),
+      );
       return { name, title, cells };
     });
   }
@@ -120,7 +118,8 @@ export function ratesTab(view) {
   function showFigures() {
     const [from, to] = visibleSpan() ?? [0, 0];
     const row = pointed === null ? samples.length - 1 : Math.min(pointed, samples.length - 1);
-    setText(when, pointed === null ? (isHeld ? 'When held' : 'Now') : `At ${row < 0 ? '' : timeText(Number(samples[row][0]))}`);
+    const moment = isHeld ? 'When held' : FIGURES[0];
+    setText(when, pointed === null ? moment : `At ${row < 0 ? '' : timeText(Number(samples[row][0]))}`);
     for (const [i, { name, title, cells }] of legendRows.entries()) {
       setText(title, titleOf(name));
       const figures = summary(samples, i + 1, from, to);
@@ -131,6 +130,7 @@ export function ratesTab(view) {
         figures?.most,
       ];
       for (const [c, cell] of cells.entries()) setText(cell, rateText(values[c]));
+      setAttribute(cells[0], 'data-head', when.textContent);
     }
     for (const [i, button] of spans.entries()) setAttribute(button, 'aria-pressed', String(!zoomed && SPANS[i][1] === span));
   }
@@ -205,7 +205,7 @@ export function ratesTab(view) {
         { class: 'wide' },
         element(
           'table',
-          { class: 'plain legend' },
+          { class: 'plain stacks legend' },
           element(
             'thead',
             {},
@@ -214,7 +214,7 @@ export function ratesTab(view) {
               {},
               element('th', { scope: 'col' }, 'Line'),
               when,
-              ...['Least', 'Mean', 'Most'].map((name) => element('th', { scope: 'col', class: 'rate' }, name)),
+              ...FIGURES.slice(1).map((name) => element('th', { scope: 'col', class: 'rate' }, name)),
               element('td'),
             ),
           ),

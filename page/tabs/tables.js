@@ -179,23 +179,24 @@ function tdtContent({ value, time }) {
   const said = utcTime(value.date, value.timeOfDay);
   const machine = `${dayText(time)}, ${timeText(time)}`;
   const difference = said === null ? null : said - time;
+  const isThere = Boolean(value.timeOfDay);
+  const asWritten = isThere ? `${visibleText(value.date)} ${visibleText(value.timeOfDay)}`.trim() : NOTHING;
   return [
     factList([
-      [
-        'The stream says',
-        said === null ? `${visibleText(value.date)} ${visibleText(value.timeOfDay)}` : `${dayText(said)}, ${timeText(said)}`,
-      ],
+      ['The stream says', said === null ? asWritten : `${dayText(said)}, ${timeText(said)}`],
       ['The machine said', machine],
       ['Difference', difference === null ? 'the stream tells no time' : differenceText(difference)],
-      ['In UTC', `${visibleText(value.date) || NOTHING} ${visibleText(value.timeOfDay)}`],
-      ['Modified Julian Day', String(value.dateMjd)],
+      ['In UTC', asWritten],
+      ['Modified Julian Day', isThere ? String(value.dateMjd) : NOTHING],
       ['Table', hexText(value.tableId, 2)],
       ['Rate', rateText(value.rateBitPerSecond)],
     ]),
     element(
       'p',
       { class: 'muted' },
-      'A stream sends its time every 30 s at the least, and the newest is shown: it may lag by so much.',
+      isThere
+        ? 'A stream sends its time every 30 s at the least, and the newest is shown: it may lag by so much.'
+        : 'The stream has no TDT, or none has been read yet.',
     ),
   ];
 }

@@ -72,11 +72,11 @@ TEST_P(EveryMadeStream, IsPrintedAsItIs) {
 INSTANTIATE_TEST_SUITE_P(, EveryMadeStream,
                          testing::Values("atsc", "isdb", "mpeg2-422", "enhanced-ac3", "latm",
                                          "unaligned-audio", "satellite", "partial-nit", "one-pcr", "no-pcr",
-                                         "dvb-texts", "last-day", "open-events", "network-only",
-                                         "shared-pids", "stray-maps", "separate-pcr", "many-services",
-                                         "radio", "video-types", "accompaniment", "late-pat", "churn",
-                                         "stuffing", "scrambling", "arrival-stamps", "error-protection",
-                                         "mid-packet", "one-packet", "zeros-before"),
+                                         "dvb-texts", "hostile-texts", "last-day", "open-events",
+                                         "network-only", "shared-pids", "stray-maps", "separate-pcr",
+                                         "many-services", "radio", "video-types", "accompaniment", "late-pat",
+                                         "churn", "stuffing", "scrambling", "arrival-stamps",
+                                         "error-protection", "mid-packet", "one-packet", "zeros-before"),
                          [](const auto& request) {
                              std::string name = request.param;
                              std::erase(name, '-');

@@ -576,6 +576,48 @@ void addRecordings(const Corpus& corpus) {
     corpus.add("recordings", "empty", Seed());
 }
 
+// A request of a browser, as it is sent; "@" is the server's port.
+std::string asked(std::string_view line, std::string_view headers = "Host: localhost:@\r\n") {
+    return std::string(line) + " HTTP/1.1\r\n" + std::string(headers) + "\r\n";
+}
+
+void addWeb(const Corpus& corpus) {
+    const auto inPieces = [&](const char* name, unsigned piece, const std::string& sent) {
+        corpus.add("web", name, Seed().u8(piece).raw(sent));
+    };
+    const auto add = [&](const char* name, const std::string& sent) { inPieces(name, 0, sent); };
+    const auto with = [](std::string_view header) {
+        return "Host: localhost:@\r\n" + std::string(header) + "\r\n";
+    };
+    constexpr std::string_view page = "GET /";
+    add("get-page", asked(page, with("Accept-Encoding: gzip")));
+    add("known-tag", asked(page, with("If-None-Match: W/\"0\", *, \"x\";q=0")));
+    add("other-host", asked(page, "Host: [::1]:x\r\n"));
+    add("two-hosts", asked(page, with("Host: 127.0.0.1:@")));
+    add("no-host", asked(page, ""));
+    add("other-origin", asked(page, with("Origin: http://localhost.example:@")));
+    add("head-without-end", std::string(page) + " HTTP/1.1\r\n" + with("X: " + std::string(20'000, 'x')));
+    add("no-http", "\x16\x03\x01\x02");
+    add("old-http", "GET /api/events HTTP/1.0\r\n\r\n");
+    add("path-upward", asked("GET /../../etc/passwd"));
+    add("path-of-escapes", asked("GET /api/csv/%50%41T%00%zz%"));
+    add("csv", asked("GET /api/csv/pids", with("Origin: http://localhost:@")));
+    add("csv-of-nothing", asked("GET /api/csv/"));
+    add("document", asked("GET /api/document/pgmDetail%3A1"));
+    add("document-of-a-large-index", asked("GET /api/document/pgmDetail:99999999999999999999"));
+    add("two-requests", asked("GET /api/look?at=PAT,pgmDetail:1") + asked("GET /api/history?seconds=9"));
+    add("look-at-many", asked("GET /api/look?at=PAT,,PAT,pgmDetail:,pgmDetail:-1,pgmDetail:58,&at=CAT&at"));
+    add("history-of-no-number", asked("GET /api/history?seconds=1e3&seconds=-1"));
+    add("body", asked("POST /", with("Content-Length: 5")) + "hello");
+    add("body-longer-than-said", asked("PUT /api/picture", with("Content-Length: 1")) + "hello");
+    inPieces("chunked-body", 16, asked(page, with("Transfer-Encoding: chunked")) + "5\r\nhello\r\n0\r\n\r\n");
+    inPieces("head", 1, asked("HEAD /api/events"));
+    inPieces("get-picture-in-pieces", 7, asked("GET /api/picture"));
+    inPieces("events-and-more", 42, asked("GET /api/events") + asked("GET /api/events"));
+    inPieces("closed-with-the-last-answer", 60,
+             asked(page, with("Connection: close")) + asked("GET /api/events"));
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -590,5 +632,6 @@ int main(int argc, char** argv) {
     addReplies(corpus);
     addRequests(corpus);
     addSessions(corpus);
+    addWeb(corpus);
     return EXIT_SUCCESS;
 }

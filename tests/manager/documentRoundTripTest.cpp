@@ -17,11 +17,13 @@
 #include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <limits>
 #include <span>
 #include <string>
 #include <string_view>
 #include <variant>
+#include <vector>
 
 namespace {
 
@@ -122,69 +124,72 @@ std::string wordOf(std::string_view word) {
     return std::string(word);
 }
 
+// What has to be read of as many of a record's entries as its count says and it has room for.
+template <typename Entry, std::size_t size, typename Expected>
+auto listOf(const Entry (&entries)[size], int count, Expected expected) {
+    std::vector<decltype(expected(entries[0]))> list;
+    const auto some =
+        std::span(entries).first(static_cast<std::size_t>(clampCount(count, static_cast<int>(size))));
+    std::ranges::transform(some, std::back_inserter(list), expected);
+    return list;
+}
+
 manager::Pat expectedPat(const wire::PatRecord& record) {
-    manager::Pat pat{record.programCount, kilobitRate(record.pidRate), {}};
-    for (int k = 0; k < clampCount(record.programCount, wire::maxPrograms); ++k) {
-        pat.programs.push_back({record.programs[k].pgmNum, record.programs[k].pmtPid});
-    }
-    return pat;
+    return {record.programCount, kilobitRate(record.pidRate),
+            listOf(record.programs, record.programCount, [](const wire::ProgramEntry& program) {
+                return manager::PatProgram{program.pgmNum, program.pmtPid};
+            })};
 }
 
 manager::Cat expectedCat(const wire::CatRecord& record) {
-    manager::Cat cat{record.caCount, record.tableId, kilobitRate(record.pidRate), {}};
-    for (int k = 0; k < clampCount(record.caCount, wire::maxCaEntries); ++k) {
-        cat.systems.push_back({record.caEntries[k].caSystemId, record.caEntries[k].caPid});
-    }
-    return cat;
+    return {record.caCount, record.tableId, kilobitRate(record.pidRate),
+            listOf(record.caEntries, record.caCount, [](const wire::CaEntry& entry) {
+                return manager::CaSystem{entry.caSystemId, entry.caPid};
+            })};
 }
 
 manager::Nit expectedNit(const wire::NitRecord& record) {
-    manager::Nit nit{record.descriptorCount,
-                     record.tableId,
-                     record.networkId,
-                     record.transportStreamId,
-                     record.originalNetworkId,
-                     {record.descriptorType, textOf(record.descriptorText)},
-                     kilobitRate(record.pidRate),
-                     {}};
-    for (int k = 0; k < clampCount(record.descriptorCount, wire::maxNitDescriptors); ++k) {
-        const wire::NitDescriptor& entry = record.descriptorEntries[k];
-        nit.descriptors.push_back({entry.descriptorType, textOf(entry.descriptorText)});
-    }
-    return nit;
+    return {record.descriptorCount,
+            record.tableId,
+            record.networkId,
+            record.transportStreamId,
+            record.originalNetworkId,
+            {record.descriptorType, textOf(record.descriptorText)},
+            kilobitRate(record.pidRate),
+            listOf(record.descriptorEntries, record.descriptorCount, [](const wire::NitDescriptor& entry) {
+                return manager::NetworkDescriptor{entry.descriptorType, textOf(entry.descriptorText)};
+            })};
 }
 
 manager::Sdt expectedSdt(const wire::SdtRecord& record) {
-    manager::Sdt sdt{record.serviceCount,
-                     record.tableId,
-                     record.transportStreamId,
-                     record.originalNetworkId,
-                     kilobitRate(record.pidRate),
-                     record.actual != 0 ? "Actual" : "Derived",
-                     {}};
-    for (int k = 0; k < clampCount(record.serviceCount, wire::maxServices); ++k) {
-        const wire::SdtService& service = record.services[k];
-        sdt.services.push_back({textOf(service.serviceName), textOf(service.providerName),
-                                service.caFlag != 0 ? "Set" : "Clear"});
-    }
-    return sdt;
+    return {record.serviceCount,
+            record.tableId,
+            record.transportStreamId,
+            record.originalNetworkId,
+            kilobitRate(record.pidRate),
+            record.actual != 0 ? "Actual" : "Derived",
+            listOf(record.services, record.serviceCount, [](const wire::SdtService& service) {
+                return manager::Service{textOf(service.serviceName), textOf(service.providerName),
+                                        service.caFlag != 0 ? "Set" : "Clear"};
+            })};
 }
 
 manager::Eit expectedEit(const wire::EitRecord& record) {
-    manager::Eit eit{record.eventCount,
-                     record.tableId,
-                     record.originalNetworkId,
-                     record.serviceId,
-                     record.transportStreamId,
-                     kilobitRate(record.pidRate),
-                     {}};
-    for (int k = 0; k < clampCount(record.eventCount, wire::maxEvents); ++k) {
-        const wire::EitEvent& event = record.events[k];
-        eit.events.push_back({event.eventId, event.startDateMjd, textOf(event.startTime),
-                              textOf(event.duration), textOf(event.language), textOf(event.eventName),
-                              textOf(event.description)});
-    }
-    return eit;
+    return {record.eventCount,
+            record.tableId,
+            record.originalNetworkId,
+            record.serviceId,
+            record.transportStreamId,
+            kilobitRate(record.pidRate),
+            listOf(record.events, record.eventCount, [](const wire::EitEvent& event) {
+                return manager::Event{event.eventId,
+                                      event.startDateMjd,
+                                      textOf(event.startTime),
+                                      textOf(event.duration),
+                                      textOf(event.language),
+                                      textOf(event.eventName),
+                                      textOf(event.description)};
+            })};
 }
 
 manager::Tdt expectedTdt(const wire::TdtRecord& record) {

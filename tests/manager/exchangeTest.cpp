@@ -115,6 +115,17 @@ TEST_F(ExchangeTest, tellsWhatTheServiceDoes) {
     EXPECT_EQ(told, (std::vector<std::string>{"reply", "answer to PAT"}));
 }
 
+// A socket can still be written to when the service behind it has gone.
+TEST_F(ExchangeTest, sendsNothingWhileItKnowsOfNoService) {
+    ASSERT_TRUE(exchange.take({makeRequest("PAT", "on")}));
+    serviceRequests.connect(requests.get(zmq::sockopt::last_endpoint));
+    zmq::pollitem_t writable{requests.handle(), 0, ZMQ_POLLOUT, 0};
+    ASSERT_EQ(zmq::poll(&writable, 1, 20s), 1);
+    exchange.step(now); // knows of it from now on
+    EXPECT_FALSE(exchange.sent());
+    EXPECT_EQ(takeRequest(), R"({"dataStream": "PAT", "status": "on"})");
+}
+
 TEST_F(ExchangeTest, sendsTheNextRequestWhenTheLastIsAnswered) {
     connectService();
     exchange.take({makeRequest("PAT", "on")});

@@ -75,8 +75,8 @@ TEST_F(LivePictureTest, tellsOnlyTheRowsThatAreNew) {
     EXPECT_EQ(
         live.change(now),
         R"({"version":2,"time":1001000,"programs":[{"programNumber":1,"patIndex":1,"name":"Film",)"
-        R"("provider":"P","serviceType":1,"pmtPid":4096,"pidCount":1,"freeCaMode":false,"allScrambled":false,)"
-        R"("rateBitPerSecond":2000,"least":2000,"most":2000,"firstSeen":1000000,"lastSeen":1001000,"gone":false}],)"
+        R"("provider":"P","serviceType":1,"pmtPid":4096,"pidCount":1,"rateBitPerSecond":2000,)"
+        R"("freeCaMode":false,"allScrambled":false,"least":2000,"most":2000,"firstSeen":1000000,"lastSeen":1001000,"gone":false}],)"
         R"("documents":{"pgmData":{"time":1001000,"bytes":327,"answerMs":5}},)"
         R"("events":[{"number":3,"time":1001000,"kind":"nameChanged","programNumber":1,"text":"Film","was":"News"}]})");
 }

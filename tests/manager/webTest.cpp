@@ -194,6 +194,29 @@ class Web : public testing::Test {
     std::uint16_t port = 0;
 };
 
+// Whether each line of a module is as it was, or is empty and was nothing but a comment.
+bool isWithoutComments(const std::string& served, const std::string& source) {
+    static const std::regex comment(R"( *(//.*|/\*\*.*| \*.*))");
+    std::istringstream servedLines(served);
+    std::istringstream sourceLines(source);
+    std::string line;
+    std::string before;
+    std::size_t emptied = 0;
+    while (std::getline(sourceLines, before)) {
+        if (!std::getline(servedLines, line)) {
+            return false;
+        }
+        if (line != before) {
+            if (!line.empty() || !std::regex_match(before, comment)) {
+                ADD_FAILURE() << before << "\nis served as\n" << line;
+                return false;
+            }
+            ++emptied;
+        }
+    }
+    return !std::getline(servedLines, line) && emptied > 0;
+}
+
 TEST_F(Web, servesThePageAsItIsAndPacked) {
     const std::filesystem::path page = MPEGFE_PAGE;
     const std::string index = contentOf(page / "index.html");
@@ -205,9 +228,11 @@ TEST_F(Web, servesThePageAsItIsAndPacked) {
         "Content-Type: text/html; charset=utf-8\r\nETag: " + tag[1].str() + "\r\nVary: Accept-Encoding\r\n";
     EXPECT_EQ(answer, head("200 OK", lines, index.size()) + index);
     for (const auto& entry : std::filesystem::recursive_directory_iterator(page)) {
-        if (entry.path().extension() == ".js" || entry.path().extension() == ".css") {
-            const std::string path = '/' + entry.path().lexically_relative(page).string();
+        const std::string path = '/' + entry.path().lexically_relative(page).string();
+        if (entry.path().extension() == ".css") {
             EXPECT_EQ(bodyOf(get(path)), contentOf(entry.path())) << path;
+        } else if (entry.path().extension() == ".js") {
+            EXPECT_TRUE(isWithoutComments(bodyOf(get(path)), contentOf(entry.path()))) << path;
         }
     }
     EXPECT_THAT(get("/", "If-None-Match: " + tag[1].str() + "\r\n"),
@@ -347,10 +372,10 @@ TEST_F(Web, showsEverythingThatTheServiceAnswers) {
         R"({"version":N,"time":TIME,"service":{"state":"answering","since":TIME},)"
         R"("stream":{"state":"running","since":TIME,"rateBitPerSecond":3250000,"pidCount":1,"programCount":1},)"
         R"("pids":[{"pid":256,"place":0,"type":4,"description":"VIDEO","programNumber":1,"patIndex":1,"pmtPid":4096,)"
-        R"("serviceName":"News One","scrambled":false,"rateBitPerSecond":3058000,"least":3058000,"most":3058000,)"
+        R"("rateBitPerSecond":3058000,"scrambled":false,"serviceName":"News One","least":3058000,"most":3058000,)"
         R"("firstSeen":TIME,"lastSeen":TIME,"gone":false}],)"
         R"("programs":[{"programNumber":1,"patIndex":1,"name":"News One","provider":"Provider A","serviceType":1,)"
-        R"("pmtPid":4096,"pidCount":1,"freeCaMode":false,"allScrambled":false,"rateBitPerSecond":3250000,)"
+        R"("pmtPid":4096,"pidCount":1,"rateBitPerSecond":3250000,"freeCaMode":false,"allScrambled":false,)"
         R"("least":3250000,"most":3250000,"firstSeen":TIME,"lastSeen":TIME,"gone":false}],)"
         R"("documents":{"CAT":{"time":TIME,"bytes":135,"answerMs":MS,"value":{"dataStream":"CAT","systemCount":0,"tableId":1,"rateBitPerSecond":0,"systems":[]}},)"
         R"("pgmData":{"time":TIME,"bytes":340,"answerMs":MS},)"

@@ -3,7 +3,8 @@ import assert from 'node:assert/strict';
 import { readFileSync } from 'node:fs';
 import { createRequire } from 'node:module';
 import { test } from 'node:test';
-import { openPage, seeText } from '../support/openPage.js';
+import { goTo, seeText } from '../support/browser.js';
+import { openPage } from '../support/openPage.js';
 
 const axe = readFileSync(createRequire(import.meta.url).resolve('axe-core/axe.min.js'), 'utf8');
 
@@ -87,10 +88,7 @@ for (const colorScheme of /** @type {const} */ (['light', 'dark'])) {
     await page.locator('tr.gone').waitFor();
     await page.evaluate(axe);
     for (const place of ['pids', 'programs', 'programs/102', 'tables/EIT', 'rates', 'events', 'raw']) {
-      await page.evaluate((hash) => {
-        location.hash = hash;
-      }, place);
-      await page.locator(`#tab-${place.split('/')[0]}[aria-selected="true"]`).waitFor();
+      await goTo(page, place);
       const found = await page.evaluate(async () => {
         const { violations } = await /** @type {any} */ (globalThis).axe.run();
         return violations

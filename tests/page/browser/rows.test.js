@@ -2,8 +2,9 @@
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { rateText } from '../../../page/parts/format.js';
+import { goTo, rowsOf, seeText } from '../support/browser.js';
 import { HOSTILE_NAMES, madeDocuments } from '../support/feed.js';
-import { openPage, rowsOf, seeText } from '../support/openPage.js';
+import { openPage } from '../support/openPage.js';
 
 const pidsOf = async (/** @type {import('playwright-core').Page} */ page) =>
   (await rowsOf(page)).map(([pid]) => Number.parseInt(pid, 10));
@@ -97,10 +98,7 @@ test('names are text, whatever they hold', async () => {
     '__proto__',
   ]);
   for (const place of ['pids', 'programs/1000', 'rates/program-1000,program-1001', 'events', 'raw']) {
-    await page.evaluate((hash) => {
-      location.hash = hash;
-    }, place);
-    await page.locator(`#tab-${place.split('/')[0]}[aria-selected="true"]`).waitFor();
+    await goTo(page, place);
   }
   assert.equal(await page.title(), 'mpegFE');
   assert.equal(await page.locator('main img, main script').count(), 0);
@@ -112,10 +110,7 @@ for (const width of [360, 768, 1440, 2560]) {
     const documents = madeDocuments(80, HOSTILE_NAMES.length, (i) => HOSTILE_NAMES[i]);
     const { page } = await openPage({ documents, options: { viewport: { width, height: 800 } } });
     for (const place of ['pids', 'programs', 'programs/1000', 'tables/EIT', 'rates', 'events', 'raw']) {
-      await page.evaluate((hash) => {
-        location.hash = hash;
-      }, place);
-      await page.locator(`#tab-${place.split('/')[0]}[aria-selected="true"]`).waitFor();
+      await goTo(page, place);
       const wide = await page.evaluate(() => [
         document.documentElement.scrollWidth,
         document.querySelector('main')?.scrollWidth ?? 0,

@@ -2,8 +2,9 @@
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { rateText } from '../../../page/parts/format.js';
+import { seeText } from '../support/browser.js';
 import { startMockManager } from '../support/mockManager.js';
-import { openPage, seeText } from '../support/openPage.js';
+import { openPage } from '../support/openPage.js';
 
 test('the page says how service and board are, and tells readers of the screen when that changes', async () => {
   const { page, manager } = await openPage();
@@ -13,7 +14,7 @@ test('the page says how service and board are, and tells readers of the screen w
   for (const [service, state, says] of /** @type {const} */ ([
     ['waiting', 'running', 'Service: waiting for the parser'],
     ['noStream', 'stale', 'No stream: the board has none, or is away'],
-    ['unanswered', 'stale', 'Service: does not answer'],
+    ['unanswered', 'stale', 'Service: busy; most likely waiting for the parser'],
     ['absent', 'stale', 'Service: not connected'],
   ])) {
     manager.send({ version: 9, time: since, service: { state: service, since }, stream: { ...stream, state } });

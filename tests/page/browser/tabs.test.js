@@ -2,7 +2,8 @@
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { hexText, rateText } from '../../../page/parts/format.js';
-import { openPage, rowsOf, seeText } from '../support/openPage.js';
+import { rowsOf, seeText } from '../support/browser.js';
+import { openPage } from '../support/openPage.js';
 
 test('the list of PIDs is the document', async () => {
   const { page, feed, tick, complaints } = await openPage({ place: '#pids' });

@@ -116,6 +116,7 @@ export function madeDocuments(pidCount, programCount, nameOf) {
  * @property {(time: number) => Message} picture everything
  * @property {(time: number) => Message} tick moves every rate, and says what is new
  * @property {(pid: number, time: number) => Message} loosePid takes a PID away
+ * @property {(pid: number, time: number) => Message} findPid brings it back
  * @property {(name: string, time: number) => Message} bringDocument
  * @property {KeptRates} history
  * @property {Map<number, Pid>} pids
@@ -203,6 +204,14 @@ export function makeFeed(documents, start, seed = 1) {
     total = Math.round(documents.pidData.value.rateBitPerSecond * (0.99 + 0.02 * random()));
     remember(time);
   }
+  /** @param {number} pid @param {boolean} gone @param {string} kind @param {number} time */
+  function turn(pid, gone, kind, time) {
+    const row = { ...pids.get(pid), gone };
+    pids.set(pid, row);
+    const turned = event(kind, { pid, programNumber: row.programNumber || undefined, text: row.description }, time);
+    events.push(turned);
+    return { version: ++version, time, pids: [sent(row)], events: [turned] };
+  }
   for (let i = HISTORY_SECONDS; i > 0; --i) moveAll(start - i * 1000);
 
   return {
@@ -230,13 +239,8 @@ export function makeFeed(documents, start, seed = 1) {
         documents: { pidData: documentOf('pidData', time), pgmData: documentOf('pgmData', time) },
       };
     },
-    loosePid(pid, time) {
-      const row = { ...pids.get(pid), gone: true };
-      pids.set(pid, row);
-      const gone = event('pidGone', { pid, programNumber: row.programNumber || undefined, text: row.description }, time);
-      events.push(gone);
-      return { version: ++version, time, pids: [sent(row)], events: [gone] };
-    },
+    loosePid: (pid, time) => turn(pid, true, 'pidGone', time),
+    findPid: (pid, time) => turn(pid, false, 'pidCame', time),
     bringDocument: (name, time) => ({ version: ++version, time, documents: { [name]: documentOf(name, time) } }),
   };
 }

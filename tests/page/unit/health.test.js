@@ -31,7 +31,7 @@ test('nothing is to be said when all is well', () => {
 for (const [connection, service, stream, says] of /** @type {const} */ ([
   ['lost', 'answering', 'running', 'Connection to the manager lost; trying again'],
   ['open', 'absent', 'running', 'Service: not connected'],
-  ['open', 'unanswered', 'running', 'Service: does not answer'],
+  ['open', 'unanswered', 'running', 'Service: busy; most likely waiting for the parser'],
   ['open', 'waiting', 'running', 'Service: waiting for the parser'],
   ['open', 'noStream', 'stale', 'No stream: the board has none, or is away'],
   ['open', 'answering', 'stale', 'Board: nothing new comes'],
