@@ -50,6 +50,6 @@ architecturesHoldTheSame() {
 
 unitIsHardened() {
     local unit=$work/contents/$own/mpegfe/lib/systemd/system/mpegfe.service found
-    found=$(systemd-analyze security --offline=yes --threshold=11 "$unit") || fail "the unit is exposed: $(grep ✗ <<<"$found")"
+    found=$(systemd-analyze security --offline=yes --threshold=10 "$unit") || fail "the unit is exposed: $(grep ✗ <<<"$found")"
     seen "the unit: $(tail -n 1 <<<"$found" | sed 's/[^ -~]//g')"
 }
