@@ -7,13 +7,13 @@
 
 // Takes the place of the C library's function of this name, for libzmq too. Returns 0 when the thread's
 // scheduling is the one asked for, and ENOTSUP when it is another, as nothing here asks for that.
-extern "C" int pthread_setschedparam(pthread_t thread, int policy, const sched_param* parameters) noexcept {
+extern "C" int pthread_setschedparam(pthread_t thread, int policy, const sched_param* param) noexcept {
     int present = 0;
-    sched_param presentParameters{};
-    const int failure = pthread_getschedparam(thread, &present, &presentParameters);
+    sched_param presentParam{};
+    const int failure = pthread_getschedparam(thread, &present, &presentParam);
     if (failure != 0) {
         return failure;
     }
-    const bool isThere = policy == present && parameters->sched_priority == presentParameters.sched_priority;
+    const bool isThere = policy == present && param->sched_priority == presentParam.sched_priority;
     return isThere ? 0 : ENOTSUP;
 }

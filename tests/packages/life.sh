@@ -8,6 +8,7 @@ testLife() {
     before=$(filesOf)
     install_ "$(packageFile "$own" mpegfe)" "$(packageFile "$own" mpegfe-tools)"
     refusedCallsKill
+    commandLinesAreCompleted
     serviceIsStarted
     directoryIsForTheGroup
     isTheOnlyOne
@@ -46,6 +47,38 @@ refusedCallsKill() {
     inside sh -c 'printf "[Service]\nSystemCallErrorNumber=kill\n" >/etc/systemd/system/mpegfe.service.d/test.conf'
     inside systemctl daemon-reload
     inside systemctl restart mpegfe
+}
+
+# completionOf COMMAND... WORD: what the shell offers for the last word, which may be empty.
+completionOf() {
+    # shellcheck disable=SC2016 # the other shell's
+    inside bash -c '
+        . /usr/share/bash-completion/bash_completion
+        . "/usr/share/bash-completion/completions/$1"
+        compopt() { :; } # there is no line to complete
+        COMP_WORDS=("$@") COMP_CWORD=$(($# - 1)) COMP_LINE=$* COMP_POINT=${#COMP_LINE}
+        "_${1//-/_}" "$1" "${!#}" "${@:$#-1:1}"
+        echo "${COMPREPLY[*]}"' bash "$@"
+}
+
+# isCompleted "EXPECTED" COMMAND... WORD
+isCompleted() {
+    local expected=$1 found
+    shift
+    found=$(completionOf "$@") || true
+    [ "$found" = "$expected" ] || fail "'$*' is completed to '$found', not '$expected'"
+}
+
+commandLinesAreCompleted() {
+    isCompleted 'pgmData pgmDetail' mpegfe-manager pg
+    isCompleted 'PAT' mpegfe-manager --json PA
+    isCompleted 'on off' mpegfe-manager pidData ''
+    isCompleted '' mpegfe-manager --timeout ''
+    isCompleted '--table --timeout' mpegfe-manager --t
+    isCompleted '--record --replay' mpegfe-board --re
+    isCompleted '/etc/hostname' mpegfe-board --replay /etc/hostn
+    isCompleted '' mpegfe-board --bind /etc/hostn
+    seen "command lines are completed"
 }
 
 pidOf() {
