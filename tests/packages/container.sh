@@ -4,7 +4,12 @@
 
 # As a command of that machine.
 inside() {
-    nsenter --target "$init" --all --wd=/ -- env --ignore-environment PATH=/usr/sbin:/usr/bin LC_ALL=C.UTF-8 "$@"
+    nsenter --target "$init" --all --wdns=/ -- env --ignore-environment PATH=/usr/sbin:/usr/bin LC_ALL=C.UTF-8 "$@"
+}
+
+# bring FILE DIRECTORY: copies a file into a directory of that machine.
+bring() {
+    cp "$1" "/proc/$init/root$2"
 }
 
 # until "WHAT" COMMAND...: waits for the command to succeed.

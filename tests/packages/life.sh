@@ -4,9 +4,11 @@
 
 testLife() {
     local before
+    inside touch /etc/hosts # as every system that was installed has it
     before=$(filesOf)
     install_ "$(packageFile "$own" mpegfe)" "$(packageFile "$own" mpegfe-tools)"
     refusedCallsKill
+    commandLinesAreCompleted
     serviceIsStarted
     directoryIsForTheGroup
     isTheOnlyOne
@@ -21,7 +23,7 @@ testLife() {
 
 # All files of the machine that packages and their scripts could leave; what dpkg and systemd keep for themselves aside.
 filesOf() {
-    inside find / -xdev \( -path /proc -o -path /sys -o -path /var/lib/dpkg -o -path /var/log -o -path /var/cache \
+    inside find / -xdev \( -path /proc -o -path /sys -o -path /var/lib/dpkg -o -path /var/lib/apt -o -path /var/log -o -path /var/cache \
         -o -path /var/lib/systemd -o -path /tmp -o -path /var/tmp -o -path /run/systemd -o -path /run/log \
         -o -path /root -o -path /etc/group- -o -path /etc/gshadow- -o -path /etc/passwd- -o -path /etc/shadow- \) -prune \
         -o -print | sort
@@ -33,9 +35,9 @@ filesOf() {
 install_() {
     local file
     for file in "$@"; do
-        cp "$file" "$work/upper/root/" 2>/dev/null || { mkdir -p "$work/upper/root" && cp "$file" "$work/upper/root/"; }
+        bring "$file" /root
     done
-    inside sh -c 'cd /root && dpkg --install *.deb && rm *.deb' >"$work/install.log" 2>&1 ||
+    inside sh -c 'cd /root && apt-get install --yes ./*.deb && rm *.deb' >"$work/install.log" 2>&1 ||
         fail "the packages cannot be installed: $(cat "$work/install.log")"
 }
 
@@ -45,6 +47,38 @@ refusedCallsKill() {
     inside sh -c 'printf "[Service]\nSystemCallErrorNumber=kill\n" >/etc/systemd/system/mpegfe.service.d/test.conf'
     inside systemctl daemon-reload
     inside systemctl restart mpegfe
+}
+
+# completionOf COMMAND... WORD: what the shell offers for the last word, which may be empty.
+completionOf() {
+    # shellcheck disable=SC2016 # the other shell's
+    inside bash -c '
+        . /usr/share/bash-completion/bash_completion
+        . "/usr/share/bash-completion/completions/$1"
+        compopt() { :; } # there is no line to complete
+        COMP_WORDS=("$@") COMP_CWORD=$(($# - 1)) COMP_LINE=$* COMP_POINT=${#COMP_LINE}
+        "_${1//-/_}" "$1" "${!#}" "${@:$#-1:1}"
+        echo "${COMPREPLY[*]}"' bash "$@"
+}
+
+# isCompleted "EXPECTED" COMMAND... WORD
+isCompleted() {
+    local expected=$1 found
+    shift
+    found=$(completionOf "$@") || true
+    [ "$found" = "$expected" ] || fail "'$*' is completed to '$found', not '$expected'"
+}
+
+commandLinesAreCompleted() {
+    isCompleted 'pgmData pgmDetail' mpegfe-manager pg
+    isCompleted 'PAT' mpegfe-manager --json PA
+    isCompleted 'on off' mpegfe-manager pidData ''
+    isCompleted '' mpegfe-manager --timeout ''
+    isCompleted '--table --timeout' mpegfe-manager --t
+    isCompleted '--record --replay' mpegfe-board --re
+    isCompleted '/etc/hostname' mpegfe-board --replay /etc/hostn
+    isCompleted '' mpegfe-board --bind /etc/hostn
+    seen "command lines are completed"
 }
 
 pidOf() {
@@ -62,9 +96,13 @@ serviceIsStarted() {
     seen "installed: the service runs as its own user"
 }
 
-directoryIsForTheGroup() {
+directoryIsThere() {
     [ "$(inside stat --dereference --format '%a %U %G' /run/shm/zmq)" = '2770 mpegfe mpegfe' ] ||
         fail "/run/shm/zmq is $(inside stat --format '%a %U %G' /run/shm/zmq)"
+}
+
+directoryIsForTheGroup() {
+    directoryIsThere
     [ "$(inside readlink /run/shm)" = /dev/shm ] || fail "/run/shm is no link here"
     seen "the endpoints' directory is for user and group, behind a link too"
 }
@@ -80,8 +118,7 @@ isTheOnlyOne() {
 }
 
 startBoard() {
-    cp samples/three-programs.ts "$work/upper/root/" 2>/dev/null
-    inside install -m 644 /root/three-programs.ts /var/tmp/stream.ts
+    bring samples/three-programs.ts /var/tmp/stream.ts
     inside sh -c 'printf "%s\n" "[Unit]" "StartLimitIntervalSec=0" "[Service]" "User=mpegfe" "Restart=always" "RestartSec=1" \
         "ExecStart=/usr/bin/mpegfe-board /var/tmp/stream.ts" "[Install]" "WantedBy=multi-user.target" \
         >/etc/systemd/system/test-board.service'
@@ -118,7 +155,8 @@ consoleIsInTheJournal() {
     for line in 'PIDs sent to Client' 'GUI Requests All PIDs' 'Stop MPEG, Wait for new Command'; do
         grep --quiet --line-regexp --fixed-strings "$line" <<<"$lines" || fail "the journal has no line '$line'"
     done
-    inside journalctl --unit mpegfe --output export | grep -q '^SYSLOG_IDENTIFIER=mpegFE$' || fail "lines of the journal are not mpegFE's"
+    grep --quiet '^SYSLOG_IDENTIFIER=mpegFE$' <<<"$(inside journalctl --unit mpegfe --output export)" ||
+        fail "lines of the journal are not mpegFE's"
     seen "the journal has the console line by line"
 }
 
@@ -130,9 +168,9 @@ killBoard() {
     inside systemctl kill --signal KILL test-board
 }
 
-# One that waits for its answer.
+# One that would go on asking.
 killManager() {
-    manager pidData on --timeout 60 >/dev/null 2>&1 &
+    manager pidData on --watch >/dev/null 2>&1 &
     until_ "a manager" inside pidof mpegfe-manager
     inside pidof mpegfe-manager | xargs --no-run-if-empty nsenter --target "$init" --pid -- kill -KILL
     wait $! || true
@@ -155,6 +193,13 @@ directoryComesBack() {
     inside systemctl restart test-board
     directoryIsForTheGroup >/dev/null
     isAnswered "the directory was removed, and the service restarted"
+    # A system that knows no link makes /run/shm itself.
+    inside rm -rf /dev/shm/zmq /run/shm
+    inside systemctl restart mpegfe
+    inside systemctl restart test-board
+    directoryIsThere
+    inside test -d /run/shm -a ! -L /run/shm || fail "/run/shm is no directory here"
+    isAnswered "the directory was made anew where /run/shm is no link"
 }
 
 rebootComesBack() {
@@ -186,11 +231,11 @@ update() {
 removeAndPurge() {
     local left
     inside systemctl disable --now test-board 2>/dev/null
-    inside rm -rf /etc/systemd/system/test-board.service /etc/systemd/system/mpegfe.service.d /root/three-programs.ts
+    inside rm -rf /etc/systemd/system/test-board.service /etc/systemd/system/mpegfe.service.d /var/tmp/stream.ts
     inside sed -i '/mpegfe-parser/d' /etc/hosts
-    inside dpkg --remove mpegfe mpegfe-tools >"$work/remove.log" 2>&1 || fail "cannot be removed: $(cat "$work/remove.log")"
+    inside apt-get remove --yes mpegfe mpegfe-tools >"$work/remove.log" 2>&1 || fail "cannot be removed: $(cat "$work/remove.log")"
     inside pidof mpegFE && fail "the service outlives its package"
-    inside dpkg --purge mpegfe mpegfe-tools >"$work/purge.log" 2>&1 || fail "cannot be purged: $(cat "$work/purge.log")"
+    inside apt-get purge --yes mpegfe mpegfe-tools >"$work/purge.log" 2>&1 || fail "cannot be purged: $(cat "$work/purge.log")"
     left=$(diff <(echo "$1") <(filesOf) || true)
     [ -z "$left" ] || fail "left behind after the purge: $left"
     seen "removed and purged: nothing is left behind"

@@ -1,6 +1,7 @@
 // Too few descriptors, from those that the program starts with to those of a second feed. Whatever cannot be
 // had is named by a report, and nothing else has been said or done before than with enough of them.
 #include "../support/isolation.h"
+#include "../support/testedService.h"
 #include "cases.h"
 
 #include <gtest/gtest.h>
@@ -85,7 +86,8 @@ std::string consoleUntil(const std::string& line, int occurrence) {
 }
 
 // A line of our sources or of a library's may move.
-std::string withoutLines(const std::string& report) {
+std::string withoutLines(const std::string& errors) {
+    const std::string report = testSupport::withoutEmulatorsWord(errors);
     return std::regex_replace(report, std::regex("(tolk_mpeg_toGui|\\.cpp):[0-9]+"), "$1:LINE");
 }
 

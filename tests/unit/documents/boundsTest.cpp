@@ -24,7 +24,11 @@
 
 namespace {
 
+#ifdef MPEGFE_EMULATED
+constexpr int seedsOfAShard = 100;
+#else
 constexpr int seedsOfAShard = 1000;
+#endif
 
 // Bytes of any value. What is in the records decides how far the code gets, so counts are often possible
 // ones.

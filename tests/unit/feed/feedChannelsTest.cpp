@@ -1,6 +1,7 @@
 #include "feed/feedChannels.h"
 #include "feed/reception.h"
 #include "support/console.h"
+#include "support/lastWords.h"
 #include "support/records.h"
 #include "support/scriptedPeers.h"
 #include "support/zmqFaults.h"
@@ -17,7 +18,6 @@ using testing::ElementsAre;
 using testing::EndsWith;
 using testing::IsEmpty;
 using testing::KilledBySignal;
-using testing::MatchesRegex;
 using testing::StartsWith;
 
 namespace {
@@ -230,17 +230,17 @@ TEST_F(FeedChannels, AnInterruptedWaitForTheReplyIsTakenUpAgain) {
 
 TEST_F(FeedChannelsDeathTest, OpeningNothingIsReported) {
     EXPECT_EXIT(init_mpeg_zmq_sub_context(nullptr), KilledBySignal(SIGABRT),
-                MatchesRegex(reportOf(opening, R"(ptx != \(\(void \*\)0\))")));
+                lastWordsMatch(reportOf(opening, R"(ptx != \(\(void \*\)0\))")));
 }
 
 TEST_F(FeedChannelsDeathTest, ClosingNothingIsReported) {
     EXPECT_EXIT(mpeg_cleanup_zmq_sub_context(nullptr), KilledBySignal(SIGABRT),
-                MatchesRegex(reportOf(closing, R"(ptx != \(\(void \*\)0\))")));
+                lastWordsMatch(reportOf(closing, R"(ptx != \(\(void \*\)0\))")));
 }
 
 TEST_F(FeedChannelsDeathTest, ClosingAClosedFeedIsReported) {
     EXPECT_EXIT(mpeg_cleanup_zmq_sub_context(&feed), KilledBySignal(SIGABRT),
-                MatchesRegex(reportOf(closing, R"(ptx->context != \(\(void \*\)0\))")));
+                lastWordsMatch(reportOf(closing, R"(ptx->context != \(\(void \*\)0\))")));
 }
 
 TEST_F(FeedChannelsDeathTest, AMissingContextIsReported) {
@@ -249,7 +249,7 @@ TEST_F(FeedChannelsDeathTest, AMissingContextIsReported) {
             failCall(Call::contextNew, 1, EMFILE);
             init_mpeg_zmq_sub_context(&feed);
         },
-        KilledBySignal(SIGABRT), MatchesRegex(reportOf(opening, R"(ptx->context != \(\(void \*\)0\))")));
+        KilledBySignal(SIGABRT), lastWordsMatch(reportOf(opening, R"(ptx->context != \(\(void \*\)0\))")));
 }
 
 TEST_F(FeedChannelsDeathTest, AMissingSubscriberIsReported) {
@@ -258,7 +258,8 @@ TEST_F(FeedChannelsDeathTest, AMissingSubscriberIsReported) {
             failCall(Call::socketNew, 1, EMFILE);
             init_mpeg_zmq_sub_context(&feed);
         },
-        KilledBySignal(SIGABRT), MatchesRegex(reportOf(opening, R"(ptx->subscriber_1 != \(\(void \*\)0\))")));
+        KilledBySignal(SIGABRT),
+        lastWordsMatch(reportOf(opening, R"(ptx->subscriber_1 != \(\(void \*\)0\))")));
 }
 
 TEST_F(FeedChannelsDeathTest, AMissingInstructorIsReported) {
@@ -269,8 +270,8 @@ TEST_F(FeedChannelsDeathTest, AMissingInstructorIsReported) {
             init_mpeg_zmq_sub_context(&feed);
         },
         KilledBySignal(SIGABRT),
-        MatchesRegex("Connect SUB1 to MPEG PUB OK\n" +
-                     reportOf(opening, R"(ptx->instructor_1 != \(\(void \*\)0\))")));
+        lastWordsMatch("Connect SUB1 to MPEG PUB OK\n" +
+                       reportOf(opening, R"(ptx->instructor_1 != \(\(void \*\)0\))")));
 }
 
 TEST_F(FeedChannelsDeathTest, ASubscriberThatCannotConnectIsReportedWithItsReason) {
@@ -281,7 +282,7 @@ TEST_F(FeedChannelsDeathTest, ASubscriberThatCannotConnectIsReportedWithItsReaso
             init_mpeg_zmq_sub_context(&feed);
         },
         KilledBySignal(SIGABRT),
-        MatchesRegex("MPEG SUB1 failed -1 Invalid argument\n" + reportOf(opening, "rc == 0")));
+        lastWordsMatch("MPEG SUB1 failed -1 Invalid argument\n" + reportOf(opening, "rc == 0")));
 }
 
 TEST_F(FeedChannelsDeathTest, AnInstructorThatCannotConnectIsReportedWithItsReason) {
@@ -292,7 +293,7 @@ TEST_F(FeedChannelsDeathTest, AnInstructorThatCannotConnectIsReportedWithItsReas
             init_mpeg_zmq_sub_context(&feed);
         },
         KilledBySignal(SIGABRT),
-        MatchesRegex("Connect SUB1 to MPEG PUB OK\n"
-                     "MPEG MLC1 REQ To ZYNQ1 failed -1 No such file or directory\n" +
-                     reportOf(opening, "rc == 0")));
+        lastWordsMatch("Connect SUB1 to MPEG PUB OK\n"
+                       "MPEG MLC1 REQ To ZYNQ1 failed -1 No such file or directory\n" +
+                       reportOf(opening, "rc == 0")));
 }

@@ -1,5 +1,6 @@
 #include "trufios/trufiosChannels.h"
 #include "support/console.h"
+#include "support/lastWords.h"
 #include "support/scriptedPeers.h"
 #include "support/zmqFaults.h"
 #include "trufios/trufiosReplies.h"
@@ -14,7 +15,6 @@
 using namespace zmqFaults;
 using testing::ElementsAre;
 using testing::KilledBySignal;
-using testing::StrEq;
 
 namespace {
 
@@ -146,60 +146,64 @@ TEST_F(TrufiosChannelsTest, TheDocumentChannelIsClosedFirst) {
 TEST_F(TrufiosChannelsDeathTest, OpeningNothingIsReported) {
     EXPECT_EXIT(
         initMPEGsideofMLC_MPEG_CTX(nullptr), KilledBySignal(SIGABRT),
-        StrEq("unitTests: main:98: initMPEGsideofMLC_MPEG_CTX: Assertion `vtx != ((void *)0)' failed.\n"));
+        lastWordsAre(
+            "unitTests: main:98: initMPEGsideofMLC_MPEG_CTX: Assertion `vtx != ((void *)0)' failed.\n"));
 }
 
 TEST_F(TrufiosChannelsDeathTest, AMissingContextIsReported) {
     EXPECT_EXIT(openAfter([] { failCall(Call::contextNew, 1, EMFILE); }), KilledBySignal(SIGABRT),
-                StrEq("unitTests: main:100: initMPEGsideofMLC_MPEG_CTX: "
-                      "Assertion `vtx->context != ((void *)0)' failed.\n"));
+                lastWordsAre("unitTests: main:100: initMPEGsideofMLC_MPEG_CTX: "
+                             "Assertion `vtx->context != ((void *)0)' failed.\n"));
 }
 
 TEST_F(TrufiosChannelsDeathTest, AMissingDocumentSocketIsReported) {
     EXPECT_EXIT(openAfter([] { failCall(Call::socketNew, 1, EMFILE); }), KilledBySignal(SIGABRT),
-                StrEq("unitTests: main:102: initMPEGsideofMLC_MPEG_CTX: "
-                      "Assertion `vtx->mpegMstmlc != ((void *)0)' failed.\n"));
+                lastWordsAre("unitTests: main:102: initMPEGsideofMLC_MPEG_CTX: "
+                             "Assertion `vtx->mpegMstmlc != ((void *)0)' failed.\n"));
 }
 
 TEST_F(TrufiosChannelsDeathTest, ADocumentChannelThatCannotConnectIsReportedWithItsReason) {
-    EXPECT_EXIT(openAfter([] { failCall(Call::connect, 1, EINVAL); }), KilledBySignal(SIGABRT),
-                StrEq("mpegFE to IntermediateMR connect failed -1 Invalid argument\n"
-                      "unitTests: main:105: initMPEGsideofMLC_MPEG_CTX: Assertion `rc == 0' failed.\n"));
+    EXPECT_EXIT(
+        openAfter([] { failCall(Call::connect, 1, EINVAL); }), KilledBySignal(SIGABRT),
+        lastWordsAre("mpegFE to IntermediateMR connect failed -1 Invalid argument\n"
+                     "unitTests: main:105: initMPEGsideofMLC_MPEG_CTX: Assertion `rc == 0' failed.\n"));
 }
 
 TEST_F(TrufiosChannelsDeathTest, AMissingRequestSocketIsReported) {
     EXPECT_EXIT(openAfter([] { failCall(Call::socketNew, 2, EMFILE); }), KilledBySignal(SIGABRT),
-                StrEq(documentsOpened + "unitTests: main:109: initMPEGsideofMLC_MPEG_CTX: "
-                                        "Assertion `vtx->mlcMstmpeg != ((void *)0)' failed.\n"));
+                lastWordsAre(documentsOpened + "unitTests: main:109: initMPEGsideofMLC_MPEG_CTX: "
+                                               "Assertion `vtx->mlcMstmpeg != ((void *)0)' failed.\n"));
 }
 
 TEST_F(TrufiosChannelsDeathTest, ARequestChannelThatCannotConnectIsReportedWithItsReason) {
-    EXPECT_EXIT(openAfter([] { failCall(Call::connect, 2, ENOENT); }), KilledBySignal(SIGABRT),
-                StrEq(documentsOpened +
-                      "Trufios to mpegFE connect failed -1 No such file or directory\n"
-                      "unitTests: main:112: initMPEGsideofMLC_MPEG_CTX: Assertion `rc == 0' failed.\n"));
+    EXPECT_EXIT(
+        openAfter([] { failCall(Call::connect, 2, ENOENT); }), KilledBySignal(SIGABRT),
+        lastWordsAre(documentsOpened +
+                     "Trufios to mpegFE connect failed -1 No such file or directory\n"
+                     "unitTests: main:112: initMPEGsideofMLC_MPEG_CTX: Assertion `rc == 0' failed.\n"));
 }
 
 TEST_F(TrufiosChannelsDeathTest, ClosingNothingIsReported) {
     EXPECT_EXIT(
         closeMPEGsideofMLC_MPEG_CTX(nullptr), KilledBySignal(SIGABRT),
-        StrEq("unitTests: main:120: closeMPEGsideofMLC_MPEG_CTX: Assertion `vtx != ((void *)0)' failed.\n"));
+        lastWordsAre(
+            "unitTests: main:120: closeMPEGsideofMLC_MPEG_CTX: Assertion `vtx != ((void *)0)' failed.\n"));
 }
 
 TEST_F(TrufiosChannelsDeathTest, ClosingWithoutAContextIsReported) {
     EXPECT_EXIT(openAndCloseAfter([&] { channels.context = nullptr; }), KilledBySignal(SIGABRT),
-                StrEq("unitTests: main:121: closeMPEGsideofMLC_MPEG_CTX: "
-                      "Assertion `vtx->context != ((void *)0)' failed.\n"));
+                lastWordsAre("unitTests: main:121: closeMPEGsideofMLC_MPEG_CTX: "
+                             "Assertion `vtx->context != ((void *)0)' failed.\n"));
 }
 
 TEST_F(TrufiosChannelsDeathTest, ClosingWithoutADocumentSocketIsReported) {
     EXPECT_EXIT(openAndCloseAfter([&] { channels.mpegMstmlc = nullptr; }), KilledBySignal(SIGABRT),
-                StrEq("unitTests: main:122: closeMPEGsideofMLC_MPEG_CTX: "
-                      "Assertion `vtx->mpegMstmlc != ((void *)0)' failed.\n"));
+                lastWordsAre("unitTests: main:122: closeMPEGsideofMLC_MPEG_CTX: "
+                             "Assertion `vtx->mpegMstmlc != ((void *)0)' failed.\n"));
 }
 
 TEST_F(TrufiosChannelsDeathTest, ClosingWithoutARequestSocketIsReported) {
     EXPECT_EXIT(openAndCloseAfter([&] { channels.mlcMstmpeg = nullptr; }), KilledBySignal(SIGABRT),
-                StrEq("unitTests: main:123: closeMPEGsideofMLC_MPEG_CTX: "
-                      "Assertion `vtx->mlcMstmpeg != ((void *)0)' failed.\n"));
+                lastWordsAre("unitTests: main:123: closeMPEGsideofMLC_MPEG_CTX: "
+                             "Assertion `vtx->mlcMstmpeg != ((void *)0)' failed.\n"));
 }
