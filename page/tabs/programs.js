@@ -5,8 +5,9 @@
 /** @import {View} from './view.js' */
 /** @import {Tab} from '../frame/tabBar.js' */
 import { element, link, setAttribute, setText } from '../parts/element.js';
-import { durationText, hexText, NOTHING, nameText, rateText, visibleText, whenText } from '../parts/format.js';
+import { durationText, NOTHING, nameText, rateText, visibleText, whenText } from '../parts/format.js';
 import { liveTable } from '../parts/liveTable.js';
+import { pidLink } from '../parts/pidLink.js';
 import { fullScale, rateBar } from '../parts/rateBar.js';
 import { factList, simpleTable } from '../parts/simpleTable.js';
 import { sparkline } from '../parts/sparkline.js';
@@ -201,7 +202,7 @@ function programDetail(view) {
       factList([
         ['Provider', visibleText(now.provider) || NOTHING],
         ['Type', serviceTypeName(now.serviceType)],
-        ['PMT', link(`#pids/${now.pmtPid}`, `${now.pmtPid} ${hexText(now.pmtPid)}`)],
+        ['PMT', pidLink(now.pmtPid)],
         ['Rate', link(`#rates/program-${now.programNumber}`, rateText(now.rateBitPerSecond))],
         ['Least to most', `${rateText(now.least)} to ${rateText(now.most)}`],
         ['CA', now.freeCaMode ? 'controlled (free_CA_mode is set)' : 'free'],
@@ -225,7 +226,7 @@ function programDetail(view) {
       simpleTable(
         ['PID', 'Type', 'Rate', 'Scrambling'],
         own.map((pid) => [
-          link(`#pids/${pid.pid}`, `${pid.pid} ${hexText(pid.pid)}`),
+          pidLink(pid.pid),
           kindOf(pid),
           rateText(pid.rateBitPerSecond),
           pid.gone ? 'gone' : scrambling(pid.scrambled),
@@ -269,8 +270,6 @@ function kindOf(pid) {
   return element('span', { class: 'kind', 'data-kind': typeKind(pid) }, typeName(pid));
 }
 
-/** @param {number} pid */
-const pidLink = (pid) => link(`#pids/${pid}`, `${pid} ${hexText(pid)}`);
 /** @param {{pid: number}[]} list */
 const pidList = (list) => element('p', { class: 'pidList' }, ...list.flatMap(({ pid }) => [pidLink(pid), ' ']));
 

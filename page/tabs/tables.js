@@ -15,6 +15,7 @@ import {
   timeText,
   visibleText,
 } from '../parts/format.js';
+import { pidLink } from '../parts/pidLink.js';
 import { factList, simpleTable } from '../parts/simpleTable.js';
 import { scheduleOf, utcTime } from '../picture/clock.js';
 import { descriptorName } from '../picture/codes.js';
@@ -35,8 +36,6 @@ const TABLES = {
 
 /** @param {number | null | undefined} id */
 const hexId = (id) => (id === null || id === undefined ? NOTHING : `${id} (${hexText(id)})`);
-/** @param {number} pid */
-const pidLink = (pid) => link(`#pids/${pid}`, `${pid} ${hexText(pid)}`);
 
 /** @param {Come} come */
 function patContent({ value }) {
