@@ -280,7 +280,7 @@ function programPids() {
   const nothing = element('p', { class: 'muted' }, 'The list shows no PID of this program.');
   const table = element(
     'div',
-    { class: 'wide' },
+    { class: 'wide few' },
     element(
       'table',
       { class: 'plain stacks', role: 'grid', 'aria-label': 'PIDs of the chosen program' },

@@ -154,3 +154,19 @@ for (const width of [360, 768, 1440, 2560]) {
     }
   });
 }
+
+for (const width of [960, 1152, 1280, 1366, 1500, 1600]) {
+  test(`beside the chosen program names have room in a page ${width} pixels wide`, async () => {
+    const documents = madeDocuments(80, 14, (i) => `Regional programme number ${i}`);
+    const { page } = await openPage({ place: '#programs/1000', documents, options: { viewport: { width, height: 800 } } });
+    const [name, line, detail] = await page.evaluate(() => {
+      const cell = /** @type {HTMLElement} */ (document.querySelector('.programs td.name'));
+      const box = /** @type {HTMLElement} */ (document.querySelector('.detail'));
+      return [cell.offsetWidth, Number.parseFloat(getComputedStyle(cell).fontSize), box.offsetWidth];
+    });
+    assert.ok(name >= 9 * line, `the name has ${name} px`);
+    assert.ok(detail >= 28 * line, `the detail has ${detail} px`);
+    const wide = await page.evaluate(() => document.querySelector('main')?.scrollWidth ?? 0);
+    assert.ok(wide <= width, `${wide}`);
+  });
+}
