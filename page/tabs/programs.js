@@ -37,8 +37,11 @@ const COLUMNS = [
   { name: 'Scrambling', className: 'scrambling', sortBy: (program) => program.allScrambled, greatFirst: true },
 ];
 
-/** @param {boolean} scrambled */
-const scrambling = (scrambled) => (scrambled ? 'scrambled' : 'clear');
+/** @param {boolean | null} scrambled null: not known yet */
+function scrambling(scrambled) {
+  if (scrambled === null) return 'unknown';
+  return scrambled ? 'scrambled' : 'clear';
+}
 
 /**
  * @param {View} view
@@ -327,6 +330,12 @@ function programPids() {
 /** @param {{pid: number}[]} list */
 const pidList = (list) => element('p', { class: 'pidList' }, ...list.flatMap(({ pid }) => [pidLink(pid), ' ']));
 
+/** The bit rate of an audio track. @param {number | null} bitPerSecond 0: the free format, a rate of its own */
+function bitRateText(bitPerSecond) {
+  if (bitPerSecond === null) return NOTHING;
+  return bitPerSecond === 0 ? 'free rate' : `${bitPerSecond / 1000}\u00A0kbit/s`;
+}
+
 /**
  * Video, audio, private data and ECM of a program detail.
  * @param {any} value
@@ -346,7 +355,7 @@ function components(value) {
         pidLink(track.pid),
         visibleText(track.language) || NOTHING,
         visibleText(track.coding),
-        track.bitRateBitPerSecond ? `${track.bitRateBitPerSecond / 1000}\u00A0kbit/s` : NOTHING,
+        bitRateText(track.bitRateBitPerSecond),
         track.sampleRateHertz ? `${track.sampleRateHertz / 1000}\u00A0kHz` : NOTHING,
         visibleText(track.mode),
         scrambling(track.scrambled),
