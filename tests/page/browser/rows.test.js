@@ -140,7 +140,7 @@ test('names are text, whatever they hold', async () => {
   assert.deepEqual(complaints, []);
 });
 
-for (const width of [360, 768, 1440, 2560]) {
+for (const width of [320, 360, 768, 1440, 2560]) {
   test(`nothing sticks out of a page ${width} pixels wide`, async () => {
     const documents = madeDocuments(80, HOSTILE_NAMES.length, (i) => HOSTILE_NAMES[i]);
     const { page } = await openPage({ documents, options: { viewport: { width, height: 800 } } });
