@@ -1,12 +1,14 @@
 // The programs of the stream, and what one is made of.
 
-/** @import {Program, Pid, Document} from '../picture/picture.js' */
+/** @import {Program, Pid} from '../picture/picture.js' */
 /** @import {Column} from '../parts/liveTable.js' */
 /** @import {View} from './view.js' */
 /** @import {Tab} from '../frame/tabBar.js' */
-import { element, link, setAttribute, setText } from '../parts/element.js';
-import { durationText, hexText, NOTHING, nameText, rateText, visibleText, whenText } from '../parts/format.js';
+import { element, link, setAttribute, setLink, setText } from '../parts/element.js';
+import { durationText, NOTHING, nameText, rateText, visibleText, whenText } from '../parts/format.js';
+import { keyedRows } from '../parts/keyedRows.js';
 import { liveTable } from '../parts/liveTable.js';
+import { pidLink, pidText } from '../parts/pidLink.js';
 import { fullScale, rateBar } from '../parts/rateBar.js';
 import { factList, simpleTable } from '../parts/simpleTable.js';
 import { sparkline } from '../parts/sparkline.js';
@@ -35,8 +37,11 @@ const COLUMNS = [
   { name: 'Scrambling', className: 'scrambling', sortBy: (program) => program.allScrambled, greatFirst: true },
 ];
 
-/** @param {boolean} scrambled */
-const scrambling = (scrambled) => (scrambled ? 'scrambled' : 'clear');
+/** @param {boolean | null} scrambled null: not known yet */
+function scrambling(scrambled) {
+  if (scrambled === null) return 'unknown';
+  return scrambled ? 'scrambled' : 'clear';
+}
 
 /**
  * @param {View} view
@@ -171,69 +176,48 @@ export function programsTab(view) {
     find: () => filter.focus(),
     sortAgain: table.sortAgain,
     plotPlace() {
+      const pid = detail.focusedPid();
+      if (pid !== null) return `rates/pid-${pid}`;
       const number = table.focused() ?? (chosen >= 0 ? chosen : null);
       return number === null ? null : `rates/program-${number}`;
     },
   };
 }
 
-/** @param {View} view */
+/**
+ * The chosen program. What stands there stays and is changed in place: the figures are new each second, and the reader's focus and selection
+ * must not go with them.
+ * @param {View} view
+ */
 function programDetail(view) {
-  const box = element('aside', { class: 'detail', 'aria-label': 'The chosen program' });
-  const title = element('h2', {}, element('bdi'));
-  const facts = element('div');
-  const made = element('div');
-  const pids = element('div');
+  const title = element('bdi');
+  const facts = programFacts(view);
   const age = element('p', { class: 'muted' });
-  box.append(element('p', { class: 'back' }, link('#programs', 'All programs')), title, facts, age, made, pids);
-  /** @type {Program | null} */
-  let program = null;
-  /** @type {Document | undefined} */
-  let shownDocument;
-  let shownPids = '';
+  const made = element('div');
+  const pids = programPids();
+  const box = element(
+    'aside',
+    { class: 'detail', 'aria-label': 'The chosen program' },
+    element('p', { class: 'back' }, link('#programs', 'All programs')),
+    element('h2', {}, title),
+    facts.element,
+    age,
+    made,
+    pids.element,
+  );
+  let shownComponents = '';
 
-  /** @param {Program} now */
-  function showProgram(now) {
-    if (now === program) return;
-    program = now;
-    setText(/** @type {HTMLElement} */ (title.firstChild), `${now.programNumber} ${nameText(now.name)}`);
-    facts.replaceChildren(
-      factList([
-        ['Provider', visibleText(now.provider) || NOTHING],
-        ['Type', serviceTypeName(now.serviceType)],
-        ['PMT', link(`#pids/${now.pmtPid}`, `${now.pmtPid} ${hexText(now.pmtPid)}`)],
-        ['Rate', link(`#rates/program-${now.programNumber}`, rateText(now.rateBitPerSecond))],
-        ['Least to most', `${rateText(now.least)} to ${rateText(now.most)}`],
-        ['CA', now.freeCaMode ? 'controlled (free_CA_mode is set)' : 'free'],
-        ['Scrambling', now.allScrambled ? 'every component is scrambled' : 'not every component is scrambled'],
-        ...(now.gone ? [/** @type {[string, string]} */ (['Gone', `last seen ${whenText(now.lastSeen, view.now())}`])] : []),
-      ]),
-    );
-  }
-
-  /** Its PIDs of the PID list, with their rates. @param {Program} now */
-  function showPids(now) {
-    const own = [...(view.picture()?.pids.values() ?? [])].filter((pid) => pid.programNumber === now.programNumber);
-    own.sort((a, b) => a.pid - b.pid);
-    const state = own.map((pid) => [pid.pid, pid.type, pid.rateBitPerSecond, pid.scrambled, pid.gone].join()).join(';');
-    if (state === shownPids) return;
-    shownPids = state;
-    const hadFocus = pids.contains(document.activeElement);
-    if (hadFocus) return;
-    pids.replaceChildren(
-      element('h3', {}, 'PIDs'),
-      simpleTable(
-        ['PID', 'Type', 'Rate', 'Scrambling'],
-        own.map((pid) => [
-          link(`#pids/${pid.pid}`, `${pid.pid} ${hexText(pid.pid)}`),
-          kindOf(pid),
-          rateText(pid.rateBitPerSecond),
-          pid.gone ? 'gone' : scrambling(pid.scrambled),
-        ]),
-        'The list shows no PID of this program.',
-        { classes: { 2: 'number' }, stacks: true },
-      ),
-    );
+  /** What the board says of its components. @param {Program} now */
+  function showComponents(now) {
+    const found = view.picture()?.documents.get(`pgmDetail:${now.patIndex}`);
+    const right = found?.value?.programNumber === now.programNumber ? found : undefined;
+    if (now.patIndex > LAST_INDEX) setText(age, `The board describes the first ${LAST_INDEX + 1} programs of a stream.`);
+    else if (found?.value === null) setText(age, 'Its components came, but cannot be read.');
+    else setText(age, right ? `Components as of ${durationText(view.now() - right.time)} ago` : 'Waiting for its components …');
+    // What came again is the same most of the time.
+    const state = right ? JSON.stringify(right.value) : '';
+    if (state !== shownComponents) made.replaceChildren(...(right ? components(right.value) : []));
+    shownComponents = state;
   }
 
   return {
@@ -244,35 +228,113 @@ function programDetail(view) {
       const now = picture?.programs.get(chosen);
       box.hidden = chosen < 0;
       if (chosen < 0) return;
+      for (const part of [facts.element, made, pids.element]) part.hidden = !now;
       if (!now) {
-        program = null;
-        setText(/** @type {HTMLElement} */ (title.firstChild), `Program ${chosen}`);
+        setText(title, `Program ${chosen}`);
         setText(age, 'The stream has no such program.');
-        for (const part of [facts, made, pids]) part.replaceChildren();
         return;
       }
-      showProgram(now);
-      showPids(now);
-      const found = picture?.documents.get(`pgmDetail:${now.patIndex}`);
-      const right = found?.value?.programNumber === now.programNumber ? found : undefined;
-      if (now.patIndex > LAST_INDEX) setText(age, `The board describes the first ${LAST_INDEX + 1} programs of a stream.`);
-      else if (found?.value === null) setText(age, 'Its components came, but cannot be read.');
-      else setText(age, right ? `Components as of ${durationText(view.now() - right.time)} ago` : 'Waiting for its components …');
-      if (right !== shownDocument || !right) made.replaceChildren(...(right ? components(right.value) : []));
-      shownDocument = right;
+      setText(title, `${now.programNumber} ${nameText(now.name)}`);
+      facts.show(now);
+      showComponents(now);
+      pids.show([...(picture?.pids.values() ?? [])].filter((pid) => pid.programNumber === now.programNumber));
+    },
+    /** @returns {number | null} the PID whose row has the focus */
+    focusedPid: pids.focused,
+  };
+}
+
+/** @param {View} view */
+function programFacts(view) {
+  const [provider, type, range, ca, scrambled, gone] = Array.from({ length: 6 }, () => element('bdi'));
+  const pmt = link();
+  const rate = link();
+  const list = factList([
+    ['Provider', provider],
+    ['Type', type],
+    ['PMT', pmt],
+    ['Rate', rate],
+    ['Least to most', range],
+    ['CA', ca],
+    ['Scrambling', scrambled],
+    ['Gone', gone],
+  ]);
+  return {
+    element: list,
+    /** @param {Program} now */
+    show(now) {
+      setText(provider, visibleText(now.provider) || NOTHING);
+      setText(type, serviceTypeName(now.serviceType));
+      setLink(pmt, `#pids/${now.pmtPid}`, pidText(now.pmtPid));
+      setLink(rate, `#rates/program-${now.programNumber}`, rateText(now.rateBitPerSecond));
+      setText(range, `${rateText(now.least)} to ${rateText(now.most)}`);
+      setText(ca, now.freeCaMode ? 'controlled (free_CA_mode is set)' : 'free');
+      setText(scrambled, now.allScrambled ? 'every component is scrambled' : 'not every component is scrambled');
+      setText(gone, now.gone ? `last seen ${whenText(now.lastSeen, view.now())}` : '');
+      /** @type {HTMLElement} */ (list.lastElementChild).hidden = !now.gone;
     },
   };
 }
 
-/** @param {Pid} pid */
-function kindOf(pid) {
-  return element('span', { class: 'kind', 'data-kind': typeKind(pid) }, typeName(pid));
+/** The program's PIDs of the PID list, with their rates. */
+function programPids() {
+  const heads = ['PID', 'Type', 'Rate', 'Scrambling'];
+  const body = element('tbody');
+  const nothing = element('p', { class: 'muted' }, 'The list shows no PID of this program.');
+  const table = element(
+    'div',
+    { class: 'wide few' },
+    element(
+      'table',
+      { class: 'plain stacks', role: 'grid', 'aria-label': 'PIDs of the chosen program' },
+      element('thead', {}, element('tr', {}, ...heads.map((head) => element('th', { scope: 'col' }, head)))),
+      body,
+    ),
+  );
+
+  /** @param {Pid} first */
+  function makeRow(first) {
+    const type = element('span', { class: 'kind' });
+    const [rate, scrambled] = [element('td', { class: 'number' }), element('td')];
+    const cells = [element('td', {}, pidLink(first.pid)), element('td', {}, type), rate, scrambled];
+    for (const [i, cell] of cells.entries()) cell.setAttribute('data-head', heads[i]);
+    return {
+      element: element('tr', {}, ...cells),
+      open: () => {
+        location.hash = `pids/${first.pid}`;
+      },
+      /** @param {Pid} pid */
+      update(pid) {
+        setText(type, typeName(pid));
+        setAttribute(type, 'data-kind', typeKind(pid));
+        setText(rate, rateText(pid.rateBitPerSecond));
+        setText(scrambled, pid.gone ? 'gone' : scrambling(pid.scrambled));
+      },
+    };
+  }
+  const rows = /** @type {import('../parts/keyedRows.js').KeyedRows<number, Pid>} */ (keyedRows(body, makeRow));
+
+  return {
+    element: element('div', {}, element('h3', {}, 'PIDs'), nothing, table),
+    /** @param {Pid[]} own */
+    show(own) {
+      const now = new Map(own.sort((a, b) => a.pid - b.pid).map((pid) => [pid.pid, pid]));
+      rows.show([...now.keys()], (key) => /** @type {Pid} */ (now.get(key)));
+      nothing.hidden = own.length > 0;
+      table.hidden = own.length === 0;
+    },
+    focused: rows.focused,
+  };
 }
 
-/** @param {number} pid */
-const pidLink = (pid) => link(`#pids/${pid}`, `${pid} ${hexText(pid)}`);
 /** @param {{pid: number}[]} list */
 const pidList = (list) => element('p', { class: 'pidList' }, ...list.flatMap(({ pid }) => [pidLink(pid), ' ']));
+
+/** The bit rate of an audio track. @param {number | null} bitPerSecond 0: the free format, a rate of its own */
+function bitRateText(bitPerSecond) {
+  if (bitPerSecond === null) return NOTHING;
+  return bitPerSecond === 0 ? 'free rate' : `${bitPerSecond / 1000}\u00A0kbit/s`;
+}
 
 /**
  * Video, audio, private data and ECM of a program detail.
@@ -293,7 +355,7 @@ function components(value) {
         pidLink(track.pid),
         visibleText(track.language) || NOTHING,
         visibleText(track.coding),
-        track.bitRateBitPerSecond ? `${track.bitRateBitPerSecond / 1000}\u00A0kbit/s` : NOTHING,
+        bitRateText(track.bitRateBitPerSecond),
         track.sampleRateHertz ? `${track.sampleRateHertz / 1000}\u00A0kHz` : NOTHING,
         visibleText(track.mode),
         scrambling(track.scrambled),

@@ -15,11 +15,12 @@ import {
   timeText,
   visibleText,
 } from '../parts/format.js';
+import { pidLink } from '../parts/pidLink.js';
 import { factList, simpleTable } from '../parts/simpleTable.js';
 import { scheduleOf, utcTime } from '../picture/clock.js';
 import { descriptorName } from '../picture/codes.js';
 
-/** @typedef {{value: any, time: number, now: number}} Come a table, when it came, and the time by the manager's clock */
+/** @typedef {{value: any, time: number}} Come a table, and when it came */
 
 const AT_ONCE_MS = 2000;
 
@@ -35,8 +36,6 @@ const TABLES = {
 
 /** @param {number | null | undefined} id */
 const hexId = (id) => (id === null || id === undefined ? NOTHING : `${id} (${hexText(id)})`);
-/** @param {number} pid */
-const pidLink = (pid) => link(`#pids/${pid}`, `${pid} ${hexText(pid)}`);
 
 /** @param {Come} come */
 function patContent({ value }) {
@@ -116,7 +115,7 @@ function sdtContent({ value }) {
 }
 
 /** @param {Come} come */
-function eitContent({ value, now }) {
+function eitContent({ value }) {
   const parts = [
     factList([
       ['Program', value.programNumber ? link(`#programs/${value.programNumber}`, String(value.programNumber)) : NOTHING],
@@ -132,7 +131,7 @@ function eitContent({ value, now }) {
   /** @type {import('../picture/clock.js').ScheduledEvent[]} */
   let ofDay = [];
   const flush = () => {
-    if (ofDay.length) parts.push(element('h3', {}, day), scheduleTable(ofDay, now));
+    if (ofDay.length) parts.push(element('h3', {}, day), scheduleTable(ofDay));
     ofDay = [];
   };
   for (const scheduled of scheduleOf(value.events)) {
@@ -146,15 +145,11 @@ function eitContent({ value, now }) {
   return parts;
 }
 
-/**
- * @param {import('../picture/clock.js').ScheduledEvent[]} schedule
- * @param {number} now
- */
-function scheduleTable(schedule, now) {
+/** @param {import('../picture/clock.js').ScheduledEvent[]} schedule */
+function scheduleTable(schedule) {
   return simpleTable(
     ['Start', 'End', 'Duration', 'Event', 'Language'],
     schedule.map(({ start, end, event }) => {
-      const isOn = start !== null && end !== null && start <= now && now < end;
       return [
         start === null ? visibleText(`${event.date ?? ''} ${event.startTime}`) : minuteText(start),
         end === null ? NOTHING : minuteText(end),
@@ -163,7 +158,9 @@ function scheduleTable(schedule, now) {
           'span',
           {},
           element('strong', {}, element('bdi', {}, nameText(event.name))),
-          isOn ? element('span', { class: 'onNow' }, 'on now') : '',
+          start === null || end === null
+            ? ''
+            : element('span', { class: 'onNow', 'data-start': String(start), 'data-end': String(end) }),
           element('br'),
           element('bdi', { class: 'muted' }, visibleText(event.description)),
         ),
@@ -172,6 +169,17 @@ function scheduleTable(schedule, now) {
     }),
     '',
   );
+}
+
+/**
+ * Says which events are on; they begin and end while the table stays the same.
+ * @param {HTMLElement} content
+ * @param {number} now by the manager's clock
+ */
+function markWhatIsOn(content, now) {
+  for (const mark of /** @type {NodeListOf<HTMLElement>} */ (content.querySelectorAll('.onNow'))) {
+    setText(mark, Number(mark.dataset.start) <= now && now < Number(mark.dataset.end) ? 'on now' : '');
+  }
 }
 
 /** @param {Come} come */
@@ -226,12 +234,18 @@ export function tablesTab(view) {
   function contentOf(found) {
     if (!found) return [];
     if (!found.value) return [element('p', { class: 'nothing' }, 'It came, but cannot be read.')];
-    return TABLES[chosen].content({ value: found.value, time: found.time, now: view.now() });
+    return TABLES[chosen].content({ value: found.value, time: found.time });
   }
 
   function update() {
     const found = view.picture()?.documents.get(chosen);
     setText(age, found ? `as of ${durationText(view.now() - found.time)} ago` : 'waiting for it …');
+    showContent(found);
+    markWhatIsOn(content, view.now());
+  }
+
+  /** @param {Document | undefined} found */
+  function showContent(found) {
     if (found === shown && found) return;
     // What came again is the same most of the time; a reader's selection shall stay.
     const isSame = JSON.stringify(found?.value) === JSON.stringify(shown?.value) && found && shown;

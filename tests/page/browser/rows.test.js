@@ -35,6 +35,41 @@ test('a row is the same element after an update', async () => {
   assert.ok(await page.evaluate((kept) => kept === document.querySelectorAll('.pids tbody tr')[3], row));
 });
 
+test('what the reader has chosen of a program stays through updates', async () => {
+  const { page, feed, manager, tick } = await openPage({ place: '#programs/102' });
+  manager.send(feed.bringDocument('pgmDetail:2', Date.now()));
+  await page.locator('.detail h3', { hasText: 'Video' }).waitFor();
+  const update = async () => {
+    tick();
+    manager.send(feed.bringDocument('pgmDetail:2', Date.now()));
+    const rate = rateText(feed.pids.get(4353)?.rateBitPerSecond);
+    await seeText(page, '.detail tr:last-child td.number', rate);
+    await seeText(page, '.detail dd a[href="#rates/program-102"]', rateText(feed.programs.get(102)?.rateBitPerSecond));
+  };
+  for (const about of ['pids/4353', 'rates/program-102', 'pids/289', 'pids/290']) {
+    for (const node of await page.locator(`.detail a[href="#${about}"]`).all()) {
+      await node.focus();
+      await update();
+      assert.ok(await node.evaluate((one) => one === document.activeElement), about);
+    }
+  }
+  for (const text of ['Médiane', '352 × 288', 'fra', '290 0x0122']) {
+    const selected = () => page.evaluate(() => document.getSelection()?.toString());
+    await page
+      .locator('.detail dl, .detail table')
+      .getByText(text, { exact: true })
+      .last()
+      .evaluate((node) => document.getSelection()?.selectAllChildren(node));
+    assert.equal(await selected(), text);
+    await update();
+    assert.equal(await selected(), text);
+  }
+  await page.locator('.detail tbody tr').last().focus();
+  await page.keyboard.press('ArrowUp');
+  await page.keyboard.press('p');
+  await page.waitForURL(/#rates\/pid-291$/);
+});
+
 test('a PID that is gone stays, grey, with the time it was last seen, and goes when it is no longer kept', async () => {
   const { page, feed, manager } = await openPage();
   const at = (await pidsOf(page)).indexOf(290);
@@ -105,7 +140,7 @@ test('names are text, whatever they hold', async () => {
   assert.deepEqual(complaints, []);
 });
 
-for (const width of [360, 768, 1440, 2560]) {
+for (const width of [320, 360, 768, 1440, 2560]) {
   test(`nothing sticks out of a page ${width} pixels wide`, async () => {
     const documents = madeDocuments(80, HOSTILE_NAMES.length, (i) => HOSTILE_NAMES[i]);
     const { page } = await openPage({ documents, options: { viewport: { width, height: 800 } } });
@@ -117,5 +152,21 @@ for (const width of [360, 768, 1440, 2560]) {
       ]);
       assert.ok(Math.max(...wide) <= width, `${place}: ${wide}`);
     }
+  });
+}
+
+for (const width of [960, 1152, 1280, 1366, 1500, 1600]) {
+  test(`beside the chosen program names have room in a page ${width} pixels wide`, async () => {
+    const documents = madeDocuments(80, 14, (i) => `Regional programme number ${i}`);
+    const { page } = await openPage({ place: '#programs/1000', documents, options: { viewport: { width, height: 800 } } });
+    const [name, line, detail] = await page.evaluate(() => {
+      const cell = /** @type {HTMLElement} */ (document.querySelector('.programs td.name'));
+      const box = /** @type {HTMLElement} */ (document.querySelector('.detail'));
+      return [cell.offsetWidth, Number.parseFloat(getComputedStyle(cell).fontSize), box.offsetWidth];
+    });
+    assert.ok(name >= 9 * line, `the name has ${name} px`);
+    assert.ok(detail >= 28 * line, `the detail has ${detail} px`);
+    const wide = await page.evaluate(() => document.querySelector('main')?.scrollWidth ?? 0);
+    assert.ok(wide <= width, `${wide}`);
   });
 }

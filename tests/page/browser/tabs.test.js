@@ -71,6 +71,29 @@ test('a click on a program brings its components, which are looked at', async ()
   assert.deepEqual(audio[1], ['291 0x0123', 'eng', 'MPEG1', '96 kbit/s', '48 kHz', 'Stereo', 'clear']);
 });
 
+test('what is not known of a component is not shown as if it were', async () => {
+  const { page, manager, documents } = await openPage({ place: '#programs/102' });
+  const value = structuredClone(documents['pgmDetail:2'].value);
+  value.video.scrambled = null;
+  Object.assign(value.audio[0], { bitRateBitPerSecond: 0, scrambled: null });
+  Object.assign(value.audio[1], { bitRateBitPerSecond: null, scrambled: true });
+  manager.send({
+    version: 99,
+    time: Date.now(),
+    documents: { 'pgmDetail:2': { time: Date.now(), bytes: 1, answerMs: 1, value } },
+  });
+  await page.locator('.detail h3', { hasText: 'Video' }).waitFor();
+  assert.equal(await page.locator('.detail h3 + dl dd').last().textContent(), 'unknown');
+  const audio = await rowsOf(page, '.detail h3:text-is("Audio") + .wide table');
+  assert.deepEqual(
+    audio.map((track) => [track[3], track[6]]),
+    [
+      ['free rate', 'unknown'],
+      ['–', 'scrambled'],
+    ],
+  );
+});
+
 test('components of another program are not shown for the one that took its index', async () => {
   const { page, manager, feed } = await openPage({ place: '#programs/101' });
   const { documents } = feed.bringDocument('pgmDetail:2', Date.now());
@@ -102,6 +125,21 @@ for (const [table, cells] of /** @type {[string, string[]][]} */ ([
     assert.deepEqual(complaints, []);
   });
 }
+
+test('the event that is on now is marked, also when the table has not changed', async () => {
+  const { page, manager, feed } = await openPage({ place: '#tables/EIT' });
+  const on = () => page.locator('tr', { has: page.locator('.onNow', { hasText: 'on now' }) }).locator('strong');
+  for (const [minute, name] of /** @type {[number, string][]} */ ([
+    [10, 'Programme 1'],
+    [40, 'Programme 2'],
+  ])) {
+    manager.send(feed.bringDocument('EIT', Date.UTC(2025, 10, 21, 12, minute)));
+    await seeText(page, 'tr:has(.onNow:not(:empty)) strong', name);
+    assert.deepEqual(await on().allTextContents(), [name]);
+  }
+  manager.send({ version: 99, time: Date.UTC(2025, 10, 21, 13, 10) });
+  await seeText(page, 'tr:has(.onNow:not(:empty)) strong', 'Programme 3');
+});
 
 test('a document that cannot be read is said to be', async () => {
   const { page, manager } = await openPage({ place: '#tables/SDT' });

@@ -88,6 +88,13 @@ function profileText({ videoType, profile, level }) {
   return `${profile} @ ${level}` === '4 @ 8' ? 'Main @ Main' : 'what no sample has';
 }
 
+/** @param {string} said "128kbps" */
+function bitRateText(said) {
+  const value = Number.parseInt(said, 10);
+  if (Number.isNaN(value)) return '–';
+  return value === 0 ? 'free rate' : said.replace('kbps', ' kbit/s');
+}
+
 /**
  * Of a program's components: the facts of its video, a row for each audio track, and the PIDs of private data and ECM.
  * @param {Body} pgmDetail
@@ -113,7 +120,7 @@ export function componentsOf(pgmDetail) {
       pidText(one.pidNum),
       one.language,
       one.audioType,
-      Number.parseInt(one.bitRate, 10) ? one.bitRate.replace('kbps', ' kbit/s') : '–',
+      bitRateText(one.bitRate),
       one.sampleRate === 'Unknown' ? '–' : one.sampleRate.replace('kHz', ' kHz'),
       one.mode,
       word(one.scrambled),
