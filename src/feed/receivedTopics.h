@@ -24,7 +24,7 @@ inline constexpr CaptureBits tsStatusCaptured = 0x80;
 struct ReceivedTopic {
     wire::Topic topic;
     CaptureBits captureBits;
-    const char* brokenText; // console line for a message of more than three parts
+    const char* brokenText; // console line where the socket cannot tell whether parts follow the record
     // Console lines before and after the record is received; null where the topic has none.
     void (*announce)(const char* topic);
     void (*report)(const char* topic, int size, int length);

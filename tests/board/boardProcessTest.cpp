@@ -224,7 +224,7 @@ TEST_F(BoardProcess, GivesAClientARoundThatEndsWithWhatItWaitsFor) {
     EXPECT_EQ(client.nextTopics(9), "SDT AVPGM CAT NIT EIT TDT PMT TS-STATUS PAT ");
 }
 
-TEST_F(BoardProcess, SendsThreePartsOfTheContractsSizes) {
+TEST_F(BoardProcess, SendsThreePartsOfTheRecordsSizes) {
     start({"--deterministic", sample});
     Client client;
     client.subscribe(wire::allTopicBits);

@@ -243,12 +243,14 @@ TEST_F(HostilePeers, DoNotKeepNewClientsOutWithManyFloods) {
     start({sample});
     ASSERT_TRUE(awaitConsole("playing "));
     ASSERT_EQ(Client().instruct(wire::patBit), wire::patBit);
+    // The floods take most of the processors' time; a board that serves them first took 14 s.
+    constexpr auto longestWait = 6s;
     const auto expectRecords = [&](const char* when) {
         for (int k = 0; k < 12; ++k) {
             const RawConnection client;
             ASSERT_TRUE(client.greet() && client.isGreeted()) << when << k;
             ASSERT_TRUE(client.send(subscription("MPEG-STRUCT-PAT"))) << when << k;
-            EXPECT_TRUE(client.receives(2 * sizeof(wire::PatRecord), 2s)) << when << k;
+            EXPECT_TRUE(client.receives(2 * sizeof(wire::PatRecord), longestWait)) << when << k;
         }
     };
     {

@@ -128,6 +128,7 @@ const std::string largestTopic{static_cast<char>(wire::avPgmBit & 0xFF),
 
 TEST_F(BoardProcess, UnderstandsTheNextWordAfterOneThatIsNone) {
     start({sample});
+    ASSERT_TRUE(awaitConsole("playing ")); // words are answered before that line, too
     Speaker client(zmq::socket_type::req);
     const std::string word{wire::patBit, 0};
     EXPECT_EQ(client.ask({word, word, "more"}).size(), 2U);

@@ -393,6 +393,15 @@ TEST_P(LowPids, AreCountedOnceOrAsTheirBuilderCountsThem) {
     EXPECT_EQ(aggStreamRate, GetParam().aggregate);
 }
 
+TEST_F(PidTable, APrivatePidInThePsiRangeThatIsTakenForSilentKeepsItsShareOfThePsiSum) {
+    listPids({{17, 1000}, {5, 250000}});
+    announcePrograms({{.pgmNum = 1, .pmtPid = 256, .pcrPid = 600, .videoPid = 601, .privatePids = {5}}});
+    EXPECT_EQ(collect(), "PVT Pid < 32 PMT 256 PID 5\n");
+    EXPECT_EQ(row(1), "0 1 5 7 256 1 0 0 PVT\n");
+    EXPECT_EQ(programRates[0], 0.0F);
+    EXPECT_EQ(aggStreamRate, 251000.0F);
+}
+
 TEST_F(PidTable, Pid31IsTheLastOfThePsiRange) {
     listPids({{17, 0}, {31, 10}, {32, 100}});
     announcePrograms({{.pgmNum = 1, .pmtPid = 31, .pcrPid = 600, .videoPid = 32}});
