@@ -74,6 +74,7 @@ class PageService {
             poll(exchange.pollItems(), std::min(exchange.wakeUp().value_or(until), until));
             now = Clock::now();
             exchange.step(now);
+            exchange.giveUp(now); // whatever stood before the "off"
         }
     }
 

@@ -31,10 +31,12 @@ inline constexpr seconds recordsWait{
 inline constexpr seconds listTime{1};
 inline constexpr seconds kindsTime{10};
 inline constexpr seconds emmTime{60};
-inline constexpr seconds lookTime{10};      // how long somebody looks who says so once
-inline constexpr seconds answerPatience{3}; // for a document, before something else is asked for
-inline constexpr int mostDoublings = 6;     // of listTime, for what brings no document
-inline constexpr seconds offDelay{3};       // nobody looks any more for so long
+inline constexpr seconds lookTime{10}; // how long somebody looks who says so once
+// For a document, before something else is asked for, which costs nothing: a document that comes later still
+// counts, and a service that is still at work takes the request when it is done.
+inline constexpr milliseconds answerPatience{300};
+inline constexpr int mostDoublings = 6; // of listTime, for what brings no document
+inline constexpr seconds offDelay{3};   // nobody looks any more for so long
 
 inline constexpr const char* webAddress = "127.0.0.1:8080"; // unless --web says otherwise
 inline constexpr int mostConnections = 1100;                // of browsers

@@ -49,6 +49,11 @@ std::optional<Request> requestNamed(std::string_view name) {
     }
 }
 
+std::optional<Request> requestLookedAt(std::string_view name) {
+    const bool isList = name == "pidData" || name == "pgmData";
+    return isList ? std::nullopt : requestNamed(name);
+}
+
 Rotation::Rotation(Time now) : neededUntil(now) {
     Time due = now;
     for (const Standing& each : standing) {
@@ -65,8 +70,8 @@ void Rotation::watch(bool anybody, Time now) {
 }
 
 bool Rotation::look(std::string_view name, Time now) {
-    const auto request = requestNamed(name);
-    if (!request || request->dataStream == "pidData" || request->dataStream == "pgmData") {
+    const auto request = requestLookedAt(name);
+    if (!request) {
         return false;
     }
     Turn& turn = turns.try_emplace(std::string(name), Turn{*request, seconds(0), {}, now, 0}).first->second;
@@ -79,13 +84,13 @@ bool Rotation::look(std::string_view name, Time now) {
 }
 
 std::optional<Order> Rotation::next(Time now) {
-    Turn* first = nullptr;
-    for (auto& [name, turn] : turns) {
-        if (isNeeded(turn, now) && turn.due <= now && (first == nullptr || turn.due < first->due)) {
-            first = &turn;
-        }
+    const Turn* forLists = firstDue(true, now);
+    const Turn* other = firstDue(false, now);
+    if (forLists != nullptr && other != nullptr) {
+        (wereLists ? forLists : other) = nullptr;
     }
-    if (first != nullptr) {
+    if (const Turn* const first = forLists != nullptr ? forLists : other) {
+        wereLists = first == forLists;
         feedOpen = true;
         return Order{first->request, 1};
     }
@@ -128,6 +133,19 @@ void Rotation::unanswered(const Request& request, Time now) {
         turn.failures = std::min(turn.failures + 1, tunables::mostDoublings);
         turn.due = now + tunables::listTime * (1 << turn.failures);
     }
+}
+
+// Of what the lists need, or of what is only looked at.
+const Rotation::Turn* Rotation::firstDue(bool forLists, Time now) const {
+    const Turn* first = nullptr;
+    for (const auto& [name, turn] : turns) {
+        const bool isForLists = watched && turn.whileWatched > seconds(0);
+        if (isForLists == forLists && isNeeded(turn, now) && turn.due <= now &&
+            (first == nullptr || turn.due < first->due)) {
+            first = &turn;
+        }
+    }
+    return first;
 }
 
 bool Rotation::isNeeded(const Turn& turn, Time now) const {

@@ -17,10 +17,14 @@ std::string nameOf(const Request& request);
 // The request that brings what has this name. Nothing for a name that nothing has.
 std::optional<Request> requestNamed(std::string_view name);
 
+// The same of what can be looked at: nothing for a list, too.
+std::optional<Request> requestLookedAt(std::string_view name);
+
 // Asks for the lists again and again while they are watched, beside them now and then for a program's detail
 // and the CAT, without which the lists do not learn what is scrambled and which PIDs carry EMMs; and for
-// whatever else is looked at. What has been due for the longest time comes first, so nothing keeps anything
-// else from its turn, and what the service does not answer is asked for less and less often.
+// whatever else is looked at. While something is due for the lists it has every second turn, however much is
+// looked at; beyond that, what has been due for the longest time comes first. So nothing keeps anything else
+// from its turn, and what the service does not answer is asked for less and less often.
 class Rotation {
   public:
     // Asks no clock: `now` is when it begins.
@@ -29,8 +33,8 @@ class Rotation {
     // Whether somebody watches the lists from now on.
     void watch(bool anybody, Time now);
 
-    // Somebody looks at what has this name, for tunables::lookTime from now on. False when there is no such
-    // name, or when it is a list.
+    // Somebody looks at what has this name, for tunables::lookTime from now on. False when that cannot be
+    // looked at.
     bool look(std::string_view name, Time now);
 
     // What to ask for now: one order at a time, answered or unanswered before the next. "off" when nobody has
@@ -55,13 +59,15 @@ class Rotation {
         int failures = 0;
     };
 
+    const Turn* firstDue(bool forLists, Time now) const;
     bool isNeeded(const Turn& turn, Time now) const;
     bool isNeededByAnybody(Time now) const;
     Time offTime() const;
 
     std::map<std::string, Turn, std::less<>> turns; // by name
     bool watched = false;
-    bool feedOpen = false; // as far as this knows
+    bool wereLists = false; // what had the last turn
+    bool feedOpen = false;  // as far as this knows
     Time neededUntil;
 };
 

@@ -1,5 +1,6 @@
 #include "web/api.h"
 
+#include "tunables.h"
 #include "web/csv.h"
 #include "web/rateTable.h"
 
@@ -8,6 +9,7 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace manager {
 namespace {
@@ -48,16 +50,45 @@ WebAnswer history(const WebRequest& request, const LivePicture& live, PictureTim
     return {200, json, shared(rateTable(live.picture(), span, now)), {}};
 }
 
-WebAnswer look(const WebRequest& request, Rotation& rotation, Time now) {
-    std::string_view names = argument(request, "at");
-    bool isKnown = !names.empty();
-    while (!names.empty()) {
-        const std::size_t end = std::min(names.find(','), names.size());
-        isKnown = rotation.look(names.substr(0, end), now) && isKnown;
-        names.remove_prefix(std::min(end + 1, names.size()));
+// Whether the service would answer with nothing: its list of programs, as new as it is, ends before this one.
+bool isBeyondTheList(const Request& request, const LivePicture& live, PictureTime now) {
+    const auto list = live.documents().find("pgmData");
+    if (request.dataStream != programDetail || list == live.documents().end() ||
+        now - list->second.time >= tunables::streamStale) {
+        return false;
     }
-    return isKnown ? WebAnswer{204, {}, nullptr, {}}
-                   : wrong("at=NAME[,NAME...], of PAT, CAT, NIT, SDT, EIT, TDT and pgmDetail:INDEX.\n");
+    const auto isAtOrBehind = [index = std::stoi(request.value)](const auto& service) {
+        return service.second.newest.patIndex >= index;
+    };
+    return std::ranges::none_of(live.picture().services(), isAtOrBehind);
+}
+
+std::vector<std::string_view> itemsOf(std::string_view list) {
+    std::vector<std::string_view> items;
+    for (std::size_t end = 0; (end = list.find(',')) != std::string_view::npos; list.remove_prefix(end + 1)) {
+        items.push_back(list.substr(0, end));
+    }
+    items.push_back(list);
+    return items;
+}
+
+// At all of the names, or at none.
+WebAnswer look(const WebRequest& request, const LivePicture& live, Rotation& rotation, PictureTime wallNow,
+               Time now) {
+    const auto names = itemsOf(argument(request, "at"));
+    for (const std::string_view name : names) {
+        const auto asked = requestLookedAt(name);
+        if (!asked) {
+            return wrong("at=NAME[,NAME...], of PAT, CAT, NIT, SDT, EIT, TDT and pgmDetail:INDEX.\n");
+        }
+        if (isBeyondTheList(*asked, live, wallNow)) {
+            return wrong("The stream has no program of this index.\n");
+        }
+    }
+    for (const std::string_view name : names) {
+        rotation.look(name, now);
+    }
+    return {204, {}, nullptr, {}};
 }
 
 // A name that is known has nothing but letters, digits and a colon.
@@ -78,7 +109,7 @@ WebAnswer answerApi(const WebRequest& request, LivePicture& live, Rotation& rota
         return history(request, live, wallNow);
     }
     if (request.path == "/api/look") {
-        return look(request, rotation, now);
+        return look(request, live, rotation, wallNow, now);
     }
     if (const auto name = behind("/api/csv/", request.path)) {
         auto table = csvTable(live, *name);

@@ -8,6 +8,7 @@
 #include <array>
 #include <cctype>
 #include <string>
+#include <strings.h>
 #include <sys/resource.h>
 #include <utility>
 
@@ -16,10 +17,11 @@ namespace {
 
 using Response = std::unique_ptr<MHD_Response, companions::Release<MHD_destroy_response>>;
 
-constexpr std::array<std::pair<const char*, const char*>, 4> safeguards{{
+constexpr std::array<std::pair<const char*, const char*>, 5> safeguards{{
     {"Content-Security-Policy",
      "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self' data:; connect-src 'self'; "
      "base-uri 'none'; form-action 'none'; frame-ancestors 'none'"},
+    {"Cross-Origin-Resource-Policy", "same-origin"},
     {"X-Content-Type-Options", "nosniff"},
     {"Referrer-Policy", "no-referrer"},
     {"Cache-Control", "no-cache"},
@@ -51,6 +53,18 @@ bool hasHeader(MHD_Connection* connection, const char* name) {
     return MHD_lookup_connection_value(connection, MHD_HEADER_KIND, name) != nullptr;
 }
 
+MHD_Result countSame(void* counted, MHD_ValueKind /*kind*/, const char* name, const char* /*value*/) {
+    auto& [wanted, count] = *static_cast<std::pair<const char*, int>*>(counted);
+    count += strcasecmp(name, wanted) == 0 ? 1 : 0;
+    return MHD_YES;
+}
+
+int countOf(MHD_Connection* connection, const char* name) {
+    std::pair<const char*, int> counted(name, 0);
+    MHD_get_connection_values(connection, MHD_HEADER_KIND, countSame, &counted);
+    return counted.second;
+}
+
 bool hasBody(MHD_Connection* connection) {
     return hasHeader(connection, "Transfer-Encoding") ||
            (hasHeader(connection, "Content-Length") && header(connection, "Content-Length") != "0");
@@ -75,6 +89,18 @@ bool listHas(std::string_view list, IsWanted isWanted) {
     }
     return false;
 }
+
+// Browsers say where a request comes from, to loopback addresses and over TLS. A link may lead to the page.
+bool isOfAnotherSite(MHD_Connection* connection, std::string_view path) {
+    const std::string_view site = header(connection, "Sec-Fetch-Site");
+    const bool isLink = path == "/" && header(connection, "Sec-Fetch-Mode") == "navigate";
+    return hasHeader(connection, "Sec-Fetch-Site") && site != "same-origin" && site != "none" && !isLink;
+}
+
+// What has the service asked for more needs a header that a page of another site cannot send: its browser
+// would ask for leave with OPTIONS first.
+constexpr std::string_view lookPath = "/api/look";
+constexpr const char* lookHeader = "Mpegfe-Look";
 
 MHD_Result queue(MHD_Connection* connection, unsigned status, const Response& response) {
     if (!response) {
@@ -111,8 +137,9 @@ MHD_Result refuse(MHD_Connection* connection, unsigned status, std::string_view 
 MHD_Result sendFile(MHD_Connection* connection, const PageFile& file) {
     const std::string tag(file.tag);
     const std::string weak = "W/" + tag;
-    const bool isKnown = listHas(header(connection, "If-None-Match"),
-                                 [&](std::string_view known) { return known == tag || known == weak; });
+    const bool isKnown = listHas(header(connection, "If-None-Match"), [&](std::string_view known) {
+        return known == tag || known == weak || known == "*";
+    });
     const bool isPacked = !file.packed.empty() &&
                           listHas(header(connection, "Accept-Encoding"),
                                   [](std::string_view coding) { return coding == "gzip" || coding == "*"; });
@@ -227,8 +254,10 @@ MHD_Result WebServer::handle(void* server, MHD_Connection* connection, const cha
 // NOLINTEND(readability-non-const-parameter)
 
 MHD_Result WebServer::answer(MHD_Connection* connection, std::string_view path, std::string_view method) {
-    if (!address.isHost(header(connection, "Host")) ||
-        (hasHeader(connection, "Origin") && !address.isOrigin(header(connection, "Origin")))) {
+    const int origins = countOf(connection, "Origin");
+    if (countOf(connection, "Host") != 1 || !address.isHost(header(connection, "Host")) || origins > 1 ||
+        (origins == 1 && !address.isOrigin(header(connection, "Origin"))) ||
+        isOfAnotherSite(connection, path)) {
         return refuse(connection, MHD_HTTP_FORBIDDEN, "This page is served under its own address only.\n");
     }
     const bool isHead = method == "HEAD";
@@ -247,6 +276,9 @@ MHD_Result WebServer::answer(MHD_Connection* connection, std::string_view path, 
         }
         addType(response, "text/event-stream");
         return queue(connection, MHD_HTTP_OK, response);
+    }
+    if (path == lookPath && !hasHeader(connection, lookHeader)) {
+        return refuse(connection, MHD_HTTP_FORBIDDEN, "A look needs the header \"Mpegfe-Look: 1\".\n");
     }
     WebRequest request{path, {}};
     MHD_get_connection_values(connection, MHD_GET_ARGUMENT_KIND, keepArgument, &request.arguments);

@@ -41,8 +41,8 @@ const LOOK_AGAIN_MS = 5000;
 export function keepLooking(lookedAt) {
   function look() {
     const names = document.visibilityState === 'visible' ? lookedAt() : [];
-    // That it fails is seen by the event stream.
-    if (names.length) fetch(`api/look?at=${names.join(',')}`).catch(() => {});
+    // The header says that it is no other site's. That it fails is seen by the event stream.
+    if (names.length) fetch(`api/look?at=${names.join(',')}`, { headers: { 'Mpegfe-Look': '1' } }).catch(() => {});
   }
   document.addEventListener('visibilitychange', look);
   setInterval(look, LOOK_AGAIN_MS);

@@ -605,8 +605,12 @@ void addWeb(const Corpus& corpus) {
     add("csv-of-nothing", asked("GET /api/csv/"));
     add("document", asked("GET /api/document/pgmDetail%3A1"));
     add("document-of-a-large-index", asked("GET /api/document/pgmDetail:99999999999999999999"));
-    add("two-requests", asked("GET /api/look?at=PAT,pgmDetail:1") + asked("GET /api/history?seconds=9"));
-    add("look-at-many", asked("GET /api/look?at=PAT,,PAT,pgmDetail:,pgmDetail:-1,pgmDetail:58,&at=CAT&at"));
+    add("two-requests", asked("GET /api/look?at=PAT,pgmDetail:1", with("Mpegfe-Look: 1")) +
+                            asked("GET /api/history?seconds=9"));
+    add("look-at-many", asked("GET /api/look?at=PAT,,PAT,pgmDetail:,pgmDetail:-1,pgmDetail:58,&at=CAT&at",
+                              with("Mpegfe-Look: 1")));
+    add("look-of-another-site",
+        asked("GET /api/look?at=PAT", with("Sec-Fetch-Site: cross-site\r\nMpegfe-Look: 1")));
     add("history-of-no-number", asked("GET /api/history?seconds=1e3&seconds=-1"));
     add("body", asked("POST /", with("Content-Length: 5")) + "hello");
     add("body-longer-than-said", asked("PUT /api/picture", with("Content-Length: 1")) + "hello");

@@ -62,9 +62,12 @@ const Answers smallStream{
 constexpr const char* safeguards =
     "Content-Security-Policy: default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self' data:; "
     "connect-src 'self'; base-uri 'none'; form-action 'none'; frame-ancestors 'none'\r\n"
+    "Cross-Origin-Resource-Policy: same-origin\r\n"
     "X-Content-Type-Options: nosniff\r\n"
     "Referrer-Policy: no-referrer\r\n"
     "Cache-Control: no-cache\r\n";
+
+constexpr const char* lookHeader = "Mpegfe-Look: 1\r\n";
 
 // An answer's head in the order of its lines.
 std::string head(const std::string& status, const std::string& lines, std::size_t length) {
@@ -152,11 +155,17 @@ class Web : public testing::Test {
         return browser.readAnswer();
     }
 
-    std::string stateOfService() const {
+    std::string stateOf(const std::string& which) const {
         const std::string picture = get("/api/picture");
         std::smatch found;
-        std::regex_search(picture, found, std::regex("\"service\":\\{\"state\":\"([a-zA-Z]*)\""));
+        std::regex_search(picture, found, std::regex('"' + which + "\":\\{\"state\":\"([a-zA-Z]*)\""));
         return found[1];
+    }
+    std::string stateOfService() const {
+        return stateOf("service");
+    }
+    std::string stateOfStream() const {
+        return stateOf("stream");
     }
 
     // Waits until something is so; false when it is not within 20 s.
@@ -237,6 +246,7 @@ TEST_F(Web, servesThePageAsItIsAndPacked) {
     }
     EXPECT_THAT(get("/", "If-None-Match: " + tag[1].str() + "\r\n"),
                 StartsWith("HTTP/1.1 304 Not Modified\r\n"));
+    EXPECT_THAT(get("/", "If-None-Match: *\r\n"), StartsWith("HTTP/1.1 304 Not Modified\r\n"));
     EXPECT_THAT(get("/", "If-None-Match: \"other\"\r\n"), StartsWith("HTTP/1.1 200 OK\r\n"));
 
     const std::string script = contentOf("/usr/share/javascript/dygraphs/dygraph.min.js");
@@ -254,12 +264,15 @@ TEST_F(Web, servesThePageAsItIsAndPacked) {
 
 TEST_F(Web, answersWhatItDoesNotServe) {
     const std::string right = "Host: " + host() + "\r\n";
+    const std::string origin = "Origin: http://" + host() + "\r\n";
+    const std::string looking = right + "Mpegfe-Look: 1\r\n";
     const std::string elsewhere = plain("403 Forbidden", "This page is served under its own address only.\n");
     const std::string noMethod =
         plain("405 Method Not Allowed", "GET and HEAD only.\n", "Allow: GET, HEAD\r\n");
     const std::string notFound = plain("404 Not Found", "There is nothing here.\n");
     const std::string wrongLook =
         plain("400 Bad Request", "at=NAME[,NAME...], of PAT, CAT, NIT, SDT, EIT, TDT and pgmDetail:INDEX.\n");
+    const std::string noHeader = plain("403 Forbidden", "A look needs the header \"Mpegfe-Look: 1\".\n");
     const std::string wrongSpan = plain("400 Bad Request", "seconds=N, a number from 1 on.\n");
     const std::vector<std::pair<std::string, std::string>> cases{
         {"GET /nothing HTTP/1.1\r\n" + right, notFound},
@@ -267,10 +280,14 @@ TEST_F(Web, answersWhatItDoesNotServe) {
         {"GET /../../etc/passwd HTTP/1.1\r\n" + right, notFound},
         {"GET /api/csv/pgmDetail:1 HTTP/1.1\r\n" + right, notFound},
         {"GET /api/document/PAT HTTP/1.1\r\n" + right, notFound},
-        {"GET /api/look HTTP/1.1\r\n" + right, wrongLook},
-        {"GET /api/look?at=PAT,pidData HTTP/1.1\r\n" + right, wrongLook},
-        {"GET /api/look?at=pgmDetail:59 HTTP/1.1\r\n" + right, wrongLook},
-        {"GET /api/look?at=pgmDetail:01 HTTP/1.1\r\n" + right, wrongLook},
+        {"GET /api/look HTTP/1.1\r\n" + looking, wrongLook},
+        {"GET /api/look?at=PAT,pidData HTTP/1.1\r\n" + looking, wrongLook},
+        {"GET /api/look?at=PAT,foo HTTP/1.1\r\n" + looking, wrongLook},
+        {"GET /api/look?at=PAT, HTTP/1.1\r\n" + looking, wrongLook},
+        {"GET /api/look?at=,PAT HTTP/1.1\r\n" + looking, wrongLook},
+        {"GET /api/look?at=PAT HTTP/1.1\r\n" + right, noHeader},
+        {"GET /api/look?at=pgmDetail:59 HTTP/1.1\r\n" + looking, wrongLook},
+        {"GET /api/look?at=pgmDetail:01 HTTP/1.1\r\n" + looking, wrongLook},
         {"GET /api/history HTTP/1.1\r\n" + right, wrongSpan},
         {"GET /api/history?seconds=0 HTTP/1.1\r\n" + right, wrongSpan},
         {"GET /api/history?seconds=-1 HTTP/1.1\r\n" + right, wrongSpan},
@@ -285,6 +302,16 @@ TEST_F(Web, answersWhatItDoesNotServe) {
         {"GET / HTTP/1.1\r\nHost: localhost.evil.example:" + std::to_string(port) + "\r\n", elsewhere},
         {"GET /api/picture HTTP/1.1\r\n" + right + "Origin: http://evil.example\r\n", elsewhere},
         {"GET /api/picture HTTP/1.1\r\n" + right + "Origin: null\r\n", elsewhere},
+        {"GET /api/picture HTTP/1.1\r\n" + right + right, elsewhere},
+        {"GET /api/picture HTTP/1.1\r\n" + right + origin + origin, elsewhere},
+        {"GET /api/events HTTP/1.1\r\n" + right + "Sec-Fetch-Site: cross-site\r\nSec-Fetch-Mode: no-cors\r\n",
+         elsewhere},
+        {"GET /api/look?at=PAT HTTP/1.1\r\n" + looking + "Sec-Fetch-Site: same-site\r\n", elsewhere},
+        {"GET /api/csv/pids HTTP/1.1\r\n" + right +
+             "Sec-Fetch-Site: cross-site\r\nSec-Fetch-Mode: navigate\r\n",
+         elsewhere},
+        {"GET / HTTP/1.1\r\n" + right + "Sec-Fetch-Site: cross-site\r\nSec-Fetch-Mode: no-cors\r\n",
+         elsewhere},
         {"GET /api/picture HTTP/1.1\r\n" + right + "Origin: https://" + host() + "\r\n", elsewhere},
         {"GET / HTTP/1.0\r\n", "HTTP/1.0"},
     };
@@ -420,10 +447,54 @@ TEST_F(Web, asksForWhatIsLookedAtAndStopsTheFeedWhenNobodyLooks) {
     auto browser = std::make_unique<HttpConnection>(port);
     browser->get("/api/events");
     EXPECT_EQ(serveUpTo(service, "pgmDetail"), R"({"dataStream": "pgmDetail", "patIndex": "0"})");
-    EXPECT_EQ(get("/api/look?at=PAT"), "HTTP/1.1 204 No Content\r\n" + std::string(safeguards) + "\r\n");
+    EXPECT_EQ(get("/api/look?at=PAT", lookHeader),
+              "HTTP/1.1 204 No Content\r\n" + std::string(safeguards) + "\r\n");
     EXPECT_EQ(serveUpTo(service, "PAT"), R"({"dataStream": "PAT", "status": "on"})");
     browser.reset();
     EXPECT_EQ(serveUpTo(service, "none"), R"({"dataStream": "pidData", "status": "off"})");
+}
+
+TEST_F(Web, reachesThePageByALinkOfAnotherSite) {
+    EXPECT_THAT(get("/", "Sec-Fetch-Site: cross-site\r\nSec-Fetch-Mode: navigate\r\n"),
+                StartsWith("HTTP/1.1 200 OK\r\n"));
+    for (const std::string site : {"same-origin", "none"}) {
+        EXPECT_THAT(get("/api/picture", "Sec-Fetch-Site: " + site + "\r\nSec-Fetch-Mode: cors\r\n"),
+                    StartsWith("HTTP/1.1 200 OK\r\n"));
+    }
+}
+
+TEST_F(Web, keepsTheListsComingBesideProgramsThatTheServiceDoesNotShow) {
+    ScriptedService service;
+    HttpConnection browser(port);
+    browser.get("/api/events");
+    Answers answers = smallStream;
+    std::string& list = answers.at("pgmData");
+    list.replace(list.find("\"patIndex\":\"1\""), 14, "\"patIndex\":\"40\"");
+    serveUpTo(service, "pgmData", answers);
+    std::string names = "pgmDetail:1";
+    for (int index = 2; index <= 40; ++index) {
+        names += ",pgmDetail:" + std::to_string(index);
+    }
+    EXPECT_TRUE(becomes([&] { return stateOfStream() == "running"; }));
+    EXPECT_THAT(get("/api/look?at=" + names + ",pgmDetail:41", lookHeader),
+                EndsWith("\r\n\r\nThe stream has no program of this index.\n"));
+    EXPECT_THAT(get("/api/look?at=" + names, lookHeader), StartsWith("HTTP/1.1 204 "));
+    int lists = 0;
+    int unanswered = 0;
+    while (lists < 4 && unanswered < 9) {
+        const std::string request = service.takeRequest();
+        service.reply(ack);
+        const std::string name = streamOf(request);
+        if (name == "pgmDetail" && request.find("\"0\"") == std::string::npos) {
+            ++unanswered;
+            continue;
+        }
+        lists += name == "pidData" ? 1 : 0;
+        unanswered = name == "pidData" ? 0 : unanswered;
+        service.sendDocument({answers.at(name)});
+        EXPECT_EQ(service.takeAcknowledgement(), ack);
+    }
+    EXPECT_LT(unanswered, 9) << "between two PID lists";
 }
 
 TEST_F(Web, stopsTheFeedAtTheEnd) {
@@ -512,7 +583,7 @@ TEST_F(Web, disconnectsABrowserThatReadsTooSlowly) {
         std::string(1'000'000, 'x') + R"("}]}})";
     bool isDropped = false;
     for (int i = 0; i < 40 && !isDropped; ++i) {
-        get("/api/look?at=EIT");
+        get("/api/look?at=EIT", lookHeader);
         serveUpTo(service, "EIT", large);
         EXPECT_THAT(browser.readEvent(), StartsWith("event: change\n"));
         isDropped = manager->descriptorCount() < before;
