@@ -252,7 +252,7 @@ class Session {
             publisher_.awaitClient();
         }
         lastRead_ = realTime();
-        unsettledSince_ = now();
+        unsettled_ = here();
         while (!stopRequested()) {
             const auto outcome = reader_.read([this](const std::uint8_t* bytes) { arrival(bytes); });
             if (outcome == Reader::Outcome::ended && !startOver()) {
@@ -271,6 +271,16 @@ class Session {
     }
 
   private:
+    // Where in the stream, and when.
+    struct Place {
+        Instant since{0};
+        Ticks streamTime{0};
+        std::uint64_t packet = 0;
+    };
+    Place here() const {
+        return {now(), analyser_.clock().now(), analyser_.packets()};
+    }
+
     void arrival(const std::uint8_t* bytes) {
         endSilence();
         packet(bytes);
@@ -314,8 +324,9 @@ class Session {
 
     // Streams that follow one another so fast that none of them settles are published as they are.
     bool waitedLong() const {
-        return now() - unsettledSince_ >= tunables::settlePatience ||
-               analyser_.packets() - unsettledFrom_ >= tunables::settlePackets ||
+        return now() - unsettled_.since >= tunables::settlePatience ||
+               analyser_.clock().now() - unsettled_.streamTime >= tunables::settlePatience ||
+               analyser_.packets() - unsettled_.packet >= tunables::settlePackets ||
                (options_.deterministic && unsettledStreams_ >= tunables::unsettledStreams);
     }
 
@@ -335,8 +346,7 @@ class Session {
         say("a new stream begins");
         const Instant time = now();
         if (settled_) {
-            unsettledSince_ = time;
-            unsettledFrom_ = analyser_.packets();
+            unsettled_ = here();
             unsettledStreams_ = 0;
         }
         ++unsettledStreams_;
@@ -463,9 +473,8 @@ class Session {
     std::uint32_t announcedStream_ = 1;
     bool settled_ = false;
     bool everSettled_ = false;
-    Instant unsettledSince_{0};
+    Place unsettled_; // since when nothing has been
     std::uint32_t unsettledStreams_ = 0;
-    std::uint64_t unsettledFrom_ = 0;  // packet
     std::optional<Instant> announced_; // when clients were told of a new stream
     std::optional<Instant> silentSince_;
     bool silenceTold_ = false;

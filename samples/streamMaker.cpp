@@ -579,6 +579,46 @@ Bytes midPacket() {
     return {stream.begin() + 100, stream.end()};
 }
 
+// Two multiplexes that take turns, with one PCR a turn, so that the clock of neither ever runs.
+Bytes alternating() {
+    Packets packets;
+    for (std::uint16_t turn = 0; turn < 100; ++turn) {
+        const auto stream = static_cast<std::uint16_t>(turn % 2 + 1);
+        packets.section(patPid, pat(stream, {{stream, pmtPid}}));
+        packets.pcr(videoPid, turn * ticksPerTurn);
+        packets.section(pmtPid, pmt(stream, videoPid, {}, {{mpeg2Video, videoPid, {}}}));
+        packets.filler(videoPid, 5);
+    }
+    return packets.bytes();
+}
+
+// Null packets that still have the PCRs of what they were before: of a clock that is five times as fast.
+Bytes leftoverPcrs() {
+    return multiplex(nullPid, [](Packets& packets, int turn) {
+        packets.section(patPid, pat(77, {{1, pmtPid}}));
+        packets.section(pmtPid, pmt(1, videoPid, {}, {{mpeg2Video, videoPid, {}}}));
+        packets.pcr(videoPid, static_cast<std::uint64_t>(turn) * ticksPerTurn / 5);
+        packets.filler(videoPid, 50);
+    });
+}
+
+// A PCR in a packet whose PID is damaged, before everything else.
+Bytes strayPcr() {
+    Packets packets;
+    packets.pcr(0x777, 123'456'789);
+    return joined({packets.bytes(), separatePcr()});
+}
+
+// Time stamps of 90 kHz and no PCR, in fewer packets than are waited for one.
+Bytes stampsAlone() {
+    return multiplex(nullPid, [](Packets& packets, int turn) {
+        packets.section(patPid, pat(77, {{1, pmtPid}}));
+        packets.section(pmtPid, pmt(1, nullPid, {}, {{mpeg2Video, videoPid, {}}}));
+        packets.pes(videoPid, videoStream, stampOf(turn), standardDefinition());
+        packets.filler(videoPid, 50);
+    });
+}
+
 Bytes onePacket() {
     Packets packets;
     packets.section(patPid, pat(77, {{1, pmtPid}}));
@@ -595,7 +635,7 @@ struct Stream {
     Bytes (*make)();
 };
 
-constexpr std::array<Stream, 31> streams{{
+constexpr std::array<Stream, 35> streams{{
     {"atsc", atsc},
     {"isdb", isdb},
     {"mpeg2-422", mpeg2Studio},
@@ -627,6 +667,10 @@ constexpr std::array<Stream, 31> streams{{
     {"mid-packet", midPacket},
     {"one-packet", onePacket},
     {"zeros-before", zerosBefore},
+    {"alternating", alternating},
+    {"leftover-pcrs", leftoverPcrs},
+    {"stray-pcr", strayPcr},
+    {"stamps-alone", stampsAlone},
 }};
 
 } // namespace

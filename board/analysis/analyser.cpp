@@ -37,7 +37,8 @@ bool Analyser::packet(const std::uint8_t* bytes) {
     const bool unitStart = ts_get_unitstart(bytes);
     const bool hidden = ts_get_scrambling(bytes) != 0;
 
-    const auto pcr = pcrOf(bytes);
+    // What stands for one in a null packet is left over from another packet.
+    const auto pcr = pid == wire::nullPid ? std::nullopt : pcrOf(bytes);
     const auto timeStamp = unitStart && !hidden ? timeStampOf(content) : std::nullopt;
     const bool announced = pcr && tsaf_has_discontinuity(bytes);
     const bool reading = clock_.packet(pid, pcr, timeStamp, announced);
@@ -261,6 +262,7 @@ void Analyser::restart() {
 // The model and the tables are those of another stream; so is everything else from now on.
 void Analyser::beginStream() {
     ++streamNumber_;
+    clock_.startOver();
     patience_.begin(clock_.now());
     rates_ = RateMeter(ratePeriod_, clock_.now(), packets_);
     scramblingPeriod_.restart();
@@ -272,7 +274,6 @@ void Analyser::beginStream() {
         slot.votes = {};
         slot.inScrambledPes = false;
     }
-    clock_.startOver();
     assignSections();
     assignProbes();
     watch_.begin(clock_.now());
@@ -286,6 +287,9 @@ void Analyser::finish() {
         }
     }
     clock_.passEnded();
+    if (clock_.timedByPackets()) { // else it ends with the last reading
+        rates_.reading(clock_.now(), packets_);
+    }
     rates_.finish(clock_.now(), packets_);
     judgeScrambling();
 }

@@ -37,13 +37,14 @@ Continuity::Step Continuity::packet(const std::uint8_t* bytes) {
     }
     const std::uint64_t mark = markOf(bytes);
     const bool same = std::exchange(mark_, mark) == mark;
+    const bool announcedBefore = std::exchange(announced_, announced);
     const bool repeatedBefore = std::exchange(repeated_, false);
-    if (!before || announced) {
-        return Step::next;
-    }
-    if (ts_check_duplicate(counter, *before) && same) {
+    if (before && ts_check_duplicate(counter, *before) && same && (announcedBefore || !announced)) {
         repeated_ = true;
         return repeatedBefore ? Step::repeatedAgain : Step::repeated;
+    }
+    if (!before || announced) {
+        return Step::next;
     }
     return ts_check_discontinuity(counter, *before) ? Step::afterGap : Step::next;
 }

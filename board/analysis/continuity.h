@@ -16,7 +16,8 @@ class Continuity {
     };
 
     // Takes a packet of 188 bytes. One without a payload does not move the counter. A repetition has the same
-    // counter and the same end; with another end it is a packet behind sixteen that are missing.
+    // counter and the same end, and announces a discontinuity only if the packet before does; with another
+    // end it is a packet behind sixteen that are missing.
     Step packet(const std::uint8_t* bytes);
 
     // Any packet may be next: the seam of a looped file.
@@ -26,7 +27,8 @@ class Continuity {
 
   private:
     std::optional<std::uint8_t> last_;
-    bool repeated_ = false;  // the last packet with a payload
+    bool announced_ = false; // the last packet with a payload
+    bool repeated_ = false;  // the same
     std::uint64_t mark_ = 0; // of its end
 };
 

@@ -62,23 +62,29 @@ bool StreamClock::realTime(Ticks elapsed) {
 }
 
 bool StreamClock::passEnded() {
-    if (timed()) {
+    const bool timedByArrival = source_ == SourceKind::live && now_ > anchorTime_;
+    if (timed() || timedByArrival) {
         return false;
     }
-    packetTime_ = assumedPacket;
+    timeByPackets();
     estimate();
     take(packetTime_);
     return true;
 }
 
 void StreamClock::startOver() {
+    if (source_ == SourceKind::stored && !timed()) { // else a file of such streams would be played in no time
+        timeByPackets();
+        anchorPacket_ = firstPacket_;
+        estimate();
+    }
     pcrs_.clear();
     stamps_.clear();
     leader_ = nullptr;
     packetTime_ = recentTime_ = FineTicks::zero();
     recentPackets_ = 0;
     expectedStep_ = Ticks::zero();
-    lastMove_ = lastPcrMove_ = anchorPacket_ = packets_;
+    firstPacket_ = lastMove_ = lastPcrMove_ = anchorPacket_ = packets_;
     anchorTime_ = now_;
 }
 
@@ -101,8 +107,10 @@ bool StreamClock::read(Lines& lines, std::uint16_t pid, Ticks value, bool announ
     if (step != Ticks::zero()) { // else it is written twice, or stuck
         // Time may have gone on without this line, by more than an estimate may be wrong.
         const bool late = now_ - line.time - step > 2 * std::max(step, line.lastStep);
-        line = {value, plausible && !late ? line.time + step : now_, packets_,
-                step <= tunables::longestStep ? step : Ticks::zero()};
+        line.time = plausible && !late ? line.time + step : now_;
+        line.value = value;
+        line.packet = packets_;
+        line.lastStep = step <= tunables::longestStep ? step : Ticks::zero();
     }
     if (!plausible) { // what the leader shows next is expected from here
         if (leader_ == &line && timed()) {
@@ -110,6 +118,8 @@ bool StreamClock::read(Lines& lines, std::uint16_t pid, Ticks value, bool announ
         }
         return false;
     }
+    line.ran += step;
+    line.ranPackets += static_cast<double>(packets);
     if (isPcr) {
         lastPcrMove_ = packets_;
     }
@@ -143,10 +153,10 @@ bool StreamClock::moveTo(Line& line, Ticks step, std::uint64_t packets) {
     return true;
 }
 
-// Whether the leader has missed two readings, by its pace and this line's, or has had one only and long ago.
+// Whether the leader has missed two readings, by its pace and this line's. One that has had a single reading
+// has no pace.
 bool StreamClock::leaderIsLate(const Line& line, Ticks step) const {
-    return expectedStep_ > Ticks::zero() ? line.time > anchorTime_ + 2 * std::max(expectedStep_, step)
-                                         : packets_ - anchorPacket_ >= tunables::stampPatience;
+    return line.time > anchorTime_ + 2 * std::max(expectedStep_, step);
 }
 
 void StreamClock::anchor(const Line& line, FineTicks time) {
@@ -170,13 +180,30 @@ bool StreamClock::timed() const {
     return packetTime_ > FineTicks::zero();
 }
 
+// Times a stream whose clock has not run by its packets.
+void StreamClock::timeByPackets() {
+    if (!timed()) {
+        const FineTicks byStamps = packetTimeByStamps();
+        packetTime_ = byStamps > FineTicks::zero() ? byStamps : assumedPacket;
+    }
+}
+
+// By the time stamps that have run longest, which tell it before they are a clock; 0 where none have run.
+FineTicks StreamClock::packetTimeByStamps() const {
+    const auto longest = std::ranges::max_element(
+        stamps_, {}, [](const Lines::value_type& entry) { return entry.second.ran; });
+    return longest == stamps_.end() || longest->second.ranPackets == 0
+               ? FineTicks::zero()
+               : FineTicks(longest->second.ran) / longest->second.ranPackets;
+}
+
 // Time goes on by the packets since the leader's last reading. While it lives its next reading is not passed
 // by: many packets in a row are a large picture rather than much time. A live source's packets tell nothing
 // further.
 void StreamClock::estimate() {
     const bool gone = packets_ - lastMove_ >= tunables::clockPatience && source_ == SourceKind::stored;
-    if (gone && !timed()) {
-        packetTime_ = assumedPacket;
+    if (gone) {
+        timeByPackets();
     }
     const FineTicks byPackets = (packets_ - anchorPacket_) * packetTime_;
     const bool unbounded = gone || expectedStep_ == Ticks::zero();

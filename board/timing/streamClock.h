@@ -35,15 +35,21 @@ class StreamClock {
     // has moved because the stream shows none.
     bool realTime(Ticks elapsed);
 
-    // The source has ended, or starts over. A stream that has shown no time takes the assumed one, from its
-    // beginning. Returns whether time has moved.
+    // The source has ended, or starts over. A stream whose clock has not run, nor real time instead, takes
+    // the time that its packets take, from its first reading or its beginning on. Returns whether time has
+    // moved.
     bool passEnded();
 
-    // Another stream begins, at the time that it is.
+    // Another stream begins, at the time that it is; the one before has taken some, whatever it has shown.
     void startOver();
 
     Ticks now() const {
         return std::chrono::duration_cast<Ticks>(now_);
+    }
+
+    // Whether nothing but packets tells the time.
+    bool timedByPackets() const {
+        return timed() && recentTime_ == FineTicks::zero();
     }
 
     // How much of the time between the last two readings its packets do not account for: others are missing,
@@ -58,6 +64,8 @@ class StreamClock {
         FineTicks time;
         std::uint64_t packet;
         Ticks lastStep{0}; // to its last reading; 0 when that was beyond every step
+        Ticks ran{0};      // in steps that were plausible
+        double ranPackets = 0;
     };
     using Lines = std::map<std::uint16_t, Line>; // by PID
 
@@ -69,6 +77,8 @@ class StreamClock {
     void anchor(const Line& line, FineTicks time);
     void learnRate(Ticks step, std::uint64_t packets);
     bool timed() const;
+    void timeByPackets();
+    FineTicks packetTimeByStamps() const;
     void estimate();
 
     SourceKind source_;
@@ -80,6 +90,7 @@ class StreamClock {
     std::uint64_t lastReadPacket_ = 0;
     FineTicks outage_{0};
     std::uint64_t packets_ = 0;
+    std::uint64_t firstPacket_ = 0; // of the stream
     std::uint64_t lastMove_ = 0;    // packet at which a line moved time
     std::uint64_t lastPcrMove_ = 0; // the same of a PCR's
     const Line* leader_ = nullptr;

@@ -683,4 +683,17 @@ TEST(AnalysersCost, IsThatOfThePidsInMapsWhenMapsChangeAllTheTime) {
     EXPECT_LT(costOf(changes), 200 * costOf(ordinary));
 }
 
+TEST(WholeStream, IsMeasuredToItsEndWhereItShowsNoTime) {
+    constexpr std::uint64_t packets = board::tunables::clockPatience + 580;
+    Packets stream;
+    stream.filler(dataPid, packets);
+    board::Analyser analyser(board::Ticks::zero());
+    for (std::size_t at = 0; at < stream.bytes().size(); at += board::tsPacketSize) {
+        analyser.packet(stream.bytes().data() + at);
+    }
+    analyser.finish();
+    EXPECT_EQ(analyser.rates().window().firstPacket, 0U);
+    EXPECT_EQ(analyser.rates().window().endPacket, packets);
+}
+
 } // namespace

@@ -103,7 +103,17 @@ TEST_F(Continuity, NoticesAGapAndGoesOnBehindIt) {
 TEST_F(Continuity, TakesAnAnnouncedDiscontinuityForNoGap) {
     after(3);
     EXPECT_EQ(after(9, true), Step::next);
-    EXPECT_EQ(after(9, true), Step::next) << "the same counter is no repetition then";
+    auto other = packet(9, true);
+    other[187] = 1;
+    EXPECT_EQ(continuity.packet(other.data()), Step::next) << "the same counter is no repetition then";
+    EXPECT_EQ(after(10), Step::next);
+    EXPECT_EQ(after(10, true), Step::next) << "nor is the same end, where it is announced now";
+}
+
+TEST_F(Continuity, KnowsARepetitionOfAPacketThatAnnouncesADiscontinuity) {
+    after(3);
+    EXPECT_EQ(after(9, true), Step::next);
+    EXPECT_EQ(after(9, true), Step::repeated);
     EXPECT_EQ(after(10), Step::next);
 }
 

@@ -76,7 +76,8 @@ INSTANTIATE_TEST_SUITE_P(, EveryMadeStream,
                                          "network-only", "shared-pids", "stray-maps", "separate-pcr",
                                          "many-services", "radio", "video-types", "accompaniment", "late-pat",
                                          "churn", "stuffing", "scrambling", "arrival-stamps",
-                                         "error-protection", "mid-packet", "one-packet", "zeros-before"),
+                                         "error-protection", "mid-packet", "one-packet", "zeros-before",
+                                         "alternating", "leftover-pcrs", "stray-pcr", "stamps-alone"),
                          [](const auto& request) {
                              std::string name = request.param;
                              std::erase(name, '-');
@@ -104,7 +105,31 @@ double sumOf(const Json& records) {
 
 constexpr double assumedRate = 10e6; // bit/s of a stream that shows no time
 
-class WithoutTime : public MadeStreams, public testing::WithParamInterface<const char*> {};
+// A stream in which no clock runs.
+class Untimed : public MadeStreams {
+  protected:
+    using Clock = std::chrono::steady_clock;
+
+    // Stops the board, which has read no more packets than the assumed rate brings in the time since it has
+    // begun to play.
+    void stopsInTime(Clock::time_point begin) {
+        using namespace std::chrono_literals;
+        using Seconds = std::chrono::duration<double>;
+        const std::string said = stop();
+        const Seconds took = Clock::now() - begin;
+        ASSERT_NE(said.find("exit code 0"), std::string::npos) << said;
+        const std::string before = "stopped after ";
+        const auto at = said.find(before);
+        ASSERT_NE(at, std::string::npos) << said;
+        constexpr double packetBits = 188 * 8;
+        constexpr Seconds settling = 3s; // of stream time, that is read as fast as it goes, and a little
+        EXPECT_LT(std::stod(said.substr(at + before.size())) * packetBits / assumedRate,
+                  (took + settling).count())
+            << said;
+    }
+};
+
+class WithoutTime : public Untimed, public testing::WithParamInterface<const char*> {};
 
 TEST_P(WithoutTime, TakesAsLongAsItWouldAtTheAssumedRate) {
     make(GetParam());
@@ -115,10 +140,8 @@ TEST_P(WithoutTime, TakesAsLongAsItWouldAtTheAssumedRate) {
 
 // A file that ends within a moment neither races through its passes nor keeps its clients waiting.
 TEST_P(WithoutTime, IsPublishedInRealTimeOverAndOver) {
-    using namespace std::chrono_literals;
-    using Seconds = std::chrono::duration<double>;
     make(GetParam());
-    const auto begin = std::chrono::steady_clock::now();
+    const auto begin = Clock::now();
     start({file});
     Client client;
     client.subscribe(wire::patBit | wire::tsStatusBit);
@@ -132,20 +155,34 @@ TEST_P(WithoutTime, IsPublishedInRealTimeOverAndOver) {
             ++rounds;
         }
     }
-    const std::string said = stop();
-    const Seconds took = std::chrono::steady_clock::now() - begin;
-    ASSERT_NE(said.find("exit code 0"), std::string::npos) << said;
-    const std::string before = "stopped after ";
-    const auto at = said.find(before);
-    ASSERT_NE(at, std::string::npos) << said;
-    constexpr double packetBits = 188 * 8;
-    constexpr Seconds settling = 3s; // of stream time, that is read as fast as it goes, and a little
-    EXPECT_LT(std::stod(said.substr(at + before.size())) * packetBits / assumedRate,
-              (took + settling).count())
-        << said;
+    stopsInTime(begin);
 }
 
 INSTANTIATE_TEST_SUITE_P(, WithoutTime, testing::Values("one-pcr", "no-pcr", "one-packet"),
+                         [](const auto& request) {
+                             std::string name = request.param;
+                             std::erase(name, '-');
+                             return name;
+                         });
+
+// New streams that follow one another at once take the time of their packets.
+class AlwaysAnew : public Untimed, public testing::WithParamInterface<const char*> {};
+
+TEST_P(AlwaysAnew, IsPlayedInRealTime) {
+    make(GetParam());
+    const auto begin = Clock::now();
+    start({"--new-stream-on-loop", file});
+    ASSERT_TRUE(awaitConsole("playing "));
+    Client client;
+    client.subscribe(wire::patBit);
+    ASSERT_EQ(client.instruct(wire::patBit), wire::patBit);
+    for (int rounds = 0; rounds < 8; ++rounds) {
+        ASSERT_EQ(client.next().size(), 3U);
+    }
+    stopsInTime(begin);
+}
+
+INSTANTIATE_TEST_SUITE_P(, AlwaysAnew, testing::Values("one-pcr", "no-pcr", "alternating"),
                          [](const auto& request) {
                              std::string name = request.param;
                              std::erase(name, '-');

@@ -123,6 +123,38 @@ TEST(StreamClock, RunsAtAnAssumedRateWhereTheSamePcrComesWithEveryPassOfAFile) {
     }
 }
 
+TEST(StreamClock, GivesStreamsThatShowOnePcrEachTheTimeOfTheirPackets) {
+    constexpr std::uint64_t packets = 20;
+    constexpr std::uint64_t streams = 1000;
+    StreamClock clock;
+    for (std::uint64_t stream = 0; stream < streams; ++stream) {
+        for (std::uint64_t k = 0; k < packets; ++k) {
+            clock.packet(pid, k + 1 == packets ? std::optional<Ticks>(stream * step) : std::nullopt,
+                         std::nullopt);
+        }
+        clock.startOver();
+    }
+    EXPECT_NEAR(inTicks(clock.now()), assumedTicks(packets * streams), 1000);
+}
+
+TEST(StreamClock, IsNotHeldUpByAStrayPcrInFront) {
+    StreamClock clock;
+    clock.packet(300, Ticks(1234), std::nullopt);
+    EXPECT_EQ(play(clock, 0s, 11), 10 * step + step * 9 / 10);
+}
+
+TEST(StreamClock, IsTimedAtTheEndOfAShortFileByTimeStampsThatHaveNotCountedYet) {
+    StreamClock clock;
+    for (std::uint64_t k = 0; k < 2000; ++k) {
+        clock.packet(pid, std::nullopt,
+                     k % 10 == 5 ? std::optional<Ticks>(static_cast<Ticks::rep>(k) * step / 10)
+                                 : std::nullopt);
+    }
+    EXPECT_EQ(clock.now(), 0s);
+    EXPECT_TRUE(clock.passEnded());
+    EXPECT_NEAR(inTicks(clock.now()), 200 * inTicks(step), 1);
+}
+
 TEST(StreamClock, TakesAPairOfPcrsThatNoLinkIsFastEnoughForForNoStep) {
     StreamClock clock;
     const auto pair = [&clock](Ticks first, Ticks second) {
