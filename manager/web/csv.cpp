@@ -10,7 +10,6 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
-#include <ctime>
 #include <initializer_list>
 #include <variant>
 
@@ -70,14 +69,16 @@ class CsvText {
         put({number.data(), end});
     }
     void add(Instant instant) {
-        const auto seconds = std::chrono::floor<std::chrono::seconds>(instant.time);
-        const std::time_t whole = seconds.count();
-        std::tm parts{};
-        gmtime_r(&whole, &parts);
+        // Not by time_t, which ends in 2038 on the board.
+        const auto day = std::chrono::floor<std::chrono::days>(instant.time);
+        const std::chrono::year_month_day date{std::chrono::sys_days(day)};
+        const std::chrono::hh_mm_ss clock(instant.time - day);
         std::array<char, 64> shown{};
-        const std::size_t length = std::strftime(shown.data(), shown.size(), "%FT%T", &parts);
-        std::snprintf(shown.data() + length, shown.size() - length, ".%03dZ",
-                      static_cast<int>((instant.time - seconds).count()));
+        std::snprintf(shown.data(), shown.size(), "%04d-%02u-%02uT%02d:%02d:%02d.%03dZ",
+                      static_cast<int>(date.year()), static_cast<unsigned>(date.month()),
+                      static_cast<unsigned>(date.day()), static_cast<int>(clock.hours().count()),
+                      static_cast<int>(clock.minutes().count()), static_cast<int>(clock.seconds().count()),
+                      static_cast<int>(clock.subseconds().count()));
         put(shown.data());
     }
 
