@@ -38,6 +38,40 @@ test('tabs, rows and links can be reached and used by keys', async () => {
   await page.locator('.programs tr:focus').waitFor();
 });
 
+test('a table is one stop of the Tab key, and the arrow keys go to the links of a row', async () => {
+  const { page } = await openPage();
+  const stops = await page.locator('.pids tbody').evaluate((body) => {
+    const all = /** @type {NodeListOf<HTMLElement>} */ (body.querySelectorAll('a[href], tr'));
+    return [...all].filter((node) => node.tabIndex >= 0).map((node) => node.tagName);
+  });
+  assert.deepEqual(stops, ['TR']);
+  await page.locator('.pids tbody tr', { hasText: '0x0121' }).focus();
+  const focused = () => page.evaluate(() => document.activeElement?.getAttribute('href') ?? document.activeElement?.tagName);
+  const visited = [];
+  for (const key of ['ArrowRight', 'ArrowRight', 'ArrowRight', 'ArrowLeft', 'ArrowLeft']) {
+    await page.keyboard.press(key);
+    visited.push(await focused());
+  }
+  assert.deepEqual(visited, ['#programs/102', '#rates/pid-289', '#rates/pid-289', '#programs/102', 'TR']);
+});
+
+test('the focus stays on the page when another tab opens', async () => {
+  const { page } = await openPage();
+  const focused = () => page.evaluate(() => document.activeElement?.id || document.activeElement?.tagName);
+  assert.equal(await focused(), 'BODY');
+  const row = page.locator('.pids tbody tr', { hasText: '0x0121' });
+  await row.focus();
+  await page.keyboard.press('p');
+  await page.locator(`#tab-rates${selected}`).waitFor();
+  assert.equal(await focused(), 'panel');
+  await page.goBack();
+  await page.locator(`#tab-pids${selected}`).waitFor();
+  assert.ok(await row.evaluate((node) => node === document.activeElement));
+  await page.keyboard.press('3');
+  await page.locator(`#tab-tables${selected}`).waitFor();
+  assert.equal(await focused(), 'panel');
+});
+
 test('the keys are listed, and can be switched off', async () => {
   const { page } = await openPage();
   await page.keyboard.press('?');
