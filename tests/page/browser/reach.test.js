@@ -113,6 +113,29 @@ test('the theme follows the system until it is chosen, and the choice stays', as
   assert.equal(await theme(), 'light');
 });
 
+test('with colours of the reader, what is open, pressed, filled or of a kind can still be told', async () => {
+  const { page } = await openPage({ options: { forcedColors: 'active' } });
+  const styleOf = (/** @type {string} */ selector, /** @type {string} */ property, pseudo = '') =>
+    page.evaluate(
+      ([where, what, part]) =>
+        getComputedStyle(/** @type {Element} */ (document.querySelector(where)), part || undefined).getPropertyValue(what),
+      [selector, property, pseudo],
+    );
+  const differ = async (/** @type {string} */ one, /** @type {string} */ other) =>
+    assert.notEqual(await styleOf(one, 'background-color'), await styleOf(other, 'background-color'), one);
+  const ground = await styleOf('body', 'background-color');
+  await differ(selected, '[role="tab"][aria-selected="false"]');
+  await differ('.bar .fill', '.bar');
+  await differ('.bar .band', '.bar .fill');
+  assert.notEqual(await styleOf('.kind[data-kind="video"]', 'background-color', '::before'), ground);
+  assert.notEqual(await styleOf('.kind[data-kind="null"]', 'border-top-color', '::before'), ground);
+  await goTo(page, 'rates');
+  await page.locator('button[aria-pressed="true"]').waitFor();
+  await differ('button[aria-pressed="true"]', 'button[aria-pressed="false"]');
+  await goTo(page, 'tables');
+  await differ('.choices [aria-current]', '.choices a:not([aria-current])');
+});
+
 for (const colorScheme of /** @type {const} */ (['light', 'dark'])) {
   test(`axe finds nothing serious in the ${colorScheme} theme`, async () => {
     const { page, manager, feed } = await openPage({ options: { colorScheme } });
