@@ -89,6 +89,7 @@ openEventStream({
     connection = state;
     updateStatus();
   },
+  awaitsFigures: () => picture?.stream.state === 'running',
 });
 setInterval(updateStatus, 1000);
 document.addEventListener('visibilitychange', update);

@@ -39,13 +39,20 @@ export function startTabs(bar, main, tabs, onOpen) {
   const names = Object.keys(tabs);
   const buttons = new Map(names.map((name) => [name, /** @type {HTMLElement} */ (document.getElementById(`tab-${name}`))]));
   let current = '';
+  /** The rows that had the focus when their tabs were left. @type {Map<string, HTMLElement>} */
+  const left = new Map();
   /** The name of the tab that the address says; it is known before the tab is open. @param {string} tab */
   const nameOf = (tab) => (Object.hasOwn(tabs, tab) ? tab : names[0]);
 
   function followAddress() {
     const { tab, detail } = placeOfAddress();
     const name = nameOf(tab);
-    if (name !== current) {
+    const isOther = name !== current;
+    const isFirst = current === '';
+    if (isOther) {
+      const row = main.contains(document.activeElement) ? document.activeElement?.closest('tbody tr') : null;
+      if (row) left.set(current, /** @type {HTMLElement} */ (row));
+      else left.delete(current);
       current = name;
       for (const [other, button] of buttons) {
         button.setAttribute('aria-selected', String(other === name));
@@ -57,6 +64,11 @@ export function startTabs(bar, main, tabs, onOpen) {
     }
     tabs[name].update();
     tabs[name].open(detail);
+    // The focus went with what was shown before. Keys shall go on from where they were.
+    if (isOther && !isFirst && [document.body, main].includes(/** @type {HTMLElement} */ (document.activeElement))) {
+      const row = left.get(name);
+      (row?.isConnected ? row : main).focus();
+    }
     onOpen();
   }
 

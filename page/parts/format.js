@@ -75,15 +75,26 @@ export const bytesText = (bytes) => `${bytes.toLocaleString('en-GB')} bytes`;
  * What a name may not bring onto the page as it is: control characters, line and paragraph separators, characters that change the writing
  * direction or cannot be seen, and those of private use.
  */
-const UNSHOWN = /[\p{Cc}\p{Co}\p{Cs}\p{Zl}\p{Zp}\u061C\u200B-\u200F\u202A-\u202E\u2060-\u206F\uFEFF]/gu;
+const UNSHOWN = /[\p{Cc}\p{Co}\p{Cs}\p{Zl}\p{Zp}\p{Default_Ignorable_Code_Point}\u2800\uFFF9-\uFFFB]/gu;
 
 /**
  * A text of the stream with everything written out that a reader would not see or that would act on the page.
  * @param {string | null | undefined} text
  */
 export function visibleText(text) {
-  return (text ?? '').replace(UNSHOWN, (character) => `\\u{${character.codePointAt(0)?.toString(16).toUpperCase()}}`);
+  return (text ?? '').replace(UNSHOWN, writtenOut);
 }
+
+/**
+ * The same of a text of several lines, which stay.
+ * @param {string} text
+ */
+export function visibleLines(text) {
+  return text.replace(UNSHOWN, (character) => (/[\n\r\t]/.test(character) ? character : writtenOut(character)));
+}
+
+/** @param {string} character */
+const writtenOut = (character) => `\\u{${character.codePointAt(0)?.toString(16).toUpperCase()}}`;
 
 /**
  * The same of a name; one that is empty is said to be.

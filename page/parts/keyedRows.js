@@ -1,5 +1,5 @@
 // The rows of a table: one for each key, made once, changed in place and moved only when the order is another. The arrow keys go from row to
-// row.
+// row, and to the links of a row: all of a table is one stop of the Tab key.
 
 /**
  * @template I
@@ -45,6 +45,7 @@ export function keyedRows(body, makeRow, onSeen = (row, item) => row.update(item
     const row = makeRow(item);
     const added = { key, row, item, inView: false };
     row.element.tabIndex = -1;
+    for (const link of row.element.querySelectorAll('a')) link.tabIndex = -1;
     kept.set(key, added);
     ofElement.set(row.element, added);
     watcher.observe(row.element);
@@ -104,6 +105,11 @@ export function keyedRows(body, makeRow, onSeen = (row, item) => row.update(item
     if (event.key in goals) {
       event.preventDefault();
       focusElement(rows[Math.min(rows.length - 1, Math.max(0, goals[event.key]))]);
+    } else if (event.key === 'ArrowRight' || event.key === 'ArrowLeft') {
+      event.preventDefault();
+      const stops = [here, .../** @type {NodeListOf<HTMLElement>} */ (here.querySelectorAll('a[href]'))];
+      const from = stops.indexOf(/** @type {HTMLElement} */ (event.target));
+      stops[from + (event.key === 'ArrowRight' ? 1 : -1)]?.focus();
     } else if (event.key === 'Enter' && event.target === here) {
       ofElement.get(here)?.row.open?.();
     }

@@ -28,6 +28,13 @@ const BOARD = {
   running: { level: 'good', text: 'Publishes' },
   stale: { level: 'bad', text: 'Nothing new comes' },
 };
+/**
+ * Figures come each second, and the manager itself says after 5 s that none do: older ones without a word of it mean that nothing comes from
+ * the manager.
+ */
+const SILENT_MS = 6000;
+/** @type {Finding} */
+const SILENT = { level: 'bad', text: 'The manager sends nothing new' };
 /** @type {Finding} */
 const UNKNOWN = { level: 'warn', text: 'Not known' };
 /** @type {Finding} */
@@ -40,10 +47,11 @@ const NO_STREAM = { level: 'bad', text: 'No stream' };
  * @returns {Health}
  */
 export function healthOf(connection, picture, now) {
-  const manager = MANAGER[connection];
   const time = picture && figuresTime(picture);
   const ageMs = time ? Math.max(0, now - time) : null;
-  if (!picture || connection !== 'open') return { manager, service: UNKNOWN, board: UNKNOWN, ageMs };
+  const isSilent = connection === 'open' && picture?.stream.state === 'running' && ageMs !== null && ageMs > SILENT_MS;
+  const manager = isSilent ? SILENT : MANAGER[connection];
+  if (!picture || connection !== 'open' || isSilent) return { manager, service: UNKNOWN, board: UNKNOWN, ageMs };
   const { service, stream } = picture;
   const board = service.state === 'noStream' ? NO_STREAM : (BOARD[stream.state] ?? UNKNOWN);
   return { manager, service: SERVICE[service.state] ?? UNKNOWN, board, ageMs };

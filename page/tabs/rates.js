@@ -3,6 +3,7 @@
 /** @import {View} from './view.js' */
 /** @import {Tab} from '../frame/tabBar.js' */
 /** @import {Plot} from '../parts/plot.js' */
+/** @import {History} from '../picture/history.js' */
 /** @import {SampleRow} from '../picture/series.js' */
 import { element, link, setAttribute, setText } from '../parts/element.js';
 import { hexText, nameText, rateText, timeText, visibleText } from '../parts/format.js';
@@ -30,7 +31,8 @@ export function ratesTab(view) {
   let span = 300;
   /** @type {[number, number] | null} what the reader has zoomed to */
   let zoomed = null;
-  let isHeld = false;
+  /** What there was when it was held; a series that is added is held with the others. @type {History | null} */
+  let held = null;
   /** @type {Plot | null} */
   let plot = null;
   let isMaking = false;
@@ -118,7 +120,7 @@ export function ratesTab(view) {
   function showFigures() {
     const [from, to] = visibleSpan() ?? [0, 0];
     const row = pointed === null ? samples.length - 1 : Math.min(pointed, samples.length - 1);
-    const moment = isHeld ? 'When held' : FIGURES[0];
+    const moment = held ? 'When held' : FIGURES[0];
     setText(when, pointed === null ? moment : `At ${row < 0 ? '' : timeText(Number(samples[row][0]))}`);
     for (const [i, { name, title, cells }] of legendRows.entries()) {
       setText(title, titleOf(name));
@@ -166,18 +168,18 @@ export function ratesTab(view) {
   }
 
   function takeSamples() {
-    samples = sampleRows(view.history(), names);
+    samples = sampleRows(held ?? view.history(), names);
   }
   function update() {
     offerSeries();
-    if (isHeld) return;
+    if (held) return;
     takeSamples();
     draw();
   }
   function toggleHold() {
-    isHeld = !isHeld;
-    hold.setAttribute('aria-pressed', String(isHeld));
-    if (isHeld) showFigures();
+    held = held ? null : structuredClone(view.history());
+    hold.setAttribute('aria-pressed', String(held !== null));
+    if (held) showFigures();
     else update();
   }
   hold.addEventListener('click', toggleHold);

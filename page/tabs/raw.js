@@ -1,9 +1,9 @@
-// A document as it came.
+// A document as it came; only what could not be seen, or would turn the text, is written out.
 
 /** @import {View} from './view.js' */
 /** @import {Tab} from '../frame/tabBar.js' */
 import { element, setAttribute, setText } from '../parts/element.js';
-import { bytesText, durationText, NOTHING, nameText } from '../parts/format.js';
+import { bytesText, durationText, NOTHING, nameText, visibleLines } from '../parts/format.js';
 
 const DATA_STREAMS = ['pidData', 'pgmData', 'PAT', 'CAT', 'NIT', 'SDT', 'EIT', 'TDT'];
 /** The lists come by themselves. */
@@ -55,7 +55,7 @@ export function rawTab(view, fetchDocument) {
     shownTime = found.time;
     const name = chosen;
     const came = await fetchDocument(name);
-    if (name === chosen && came !== null) setText(text, came);
+    if (name === chosen && came !== null) setText(text, visibleLines(came));
   }
   function update() {
     offerChoices();

@@ -38,6 +38,40 @@ test('tabs, rows and links can be reached and used by keys', async () => {
   await page.locator('.programs tr:focus').waitFor();
 });
 
+test('a table is one stop of the Tab key, and the arrow keys go to the links of a row', async () => {
+  const { page } = await openPage();
+  const stops = await page.locator('.pids tbody').evaluate((body) => {
+    const all = /** @type {NodeListOf<HTMLElement>} */ (body.querySelectorAll('a[href], tr'));
+    return [...all].filter((node) => node.tabIndex >= 0).map((node) => node.tagName);
+  });
+  assert.deepEqual(stops, ['TR']);
+  await page.locator('.pids tbody tr', { hasText: '0x0121' }).focus();
+  const focused = () => page.evaluate(() => document.activeElement?.getAttribute('href') ?? document.activeElement?.tagName);
+  const visited = [];
+  for (const key of ['ArrowRight', 'ArrowRight', 'ArrowRight', 'ArrowLeft', 'ArrowLeft']) {
+    await page.keyboard.press(key);
+    visited.push(await focused());
+  }
+  assert.deepEqual(visited, ['#programs/102', '#rates/pid-289', '#rates/pid-289', '#programs/102', 'TR']);
+});
+
+test('the focus stays on the page when another tab opens', async () => {
+  const { page } = await openPage();
+  const focused = () => page.evaluate(() => document.activeElement?.id || document.activeElement?.tagName);
+  assert.equal(await focused(), 'BODY');
+  const row = page.locator('.pids tbody tr', { hasText: '0x0121' });
+  await row.focus();
+  await page.keyboard.press('p');
+  await page.locator(`#tab-rates${selected}`).waitFor();
+  assert.equal(await focused(), 'panel');
+  await page.goBack();
+  await page.locator(`#tab-pids${selected}`).waitFor();
+  assert.ok(await row.evaluate((node) => node === document.activeElement));
+  await page.keyboard.press('3');
+  await page.locator(`#tab-tables${selected}`).waitFor();
+  assert.equal(await focused(), 'panel');
+});
+
 test('the keys are listed, and can be switched off', async () => {
   const { page } = await openPage();
   await page.keyboard.press('?');
@@ -77,6 +111,29 @@ test('the theme follows the system until it is chosen, and the choice stays', as
   await page.reload();
   await page.locator('#manager[data-level="good"]').waitFor();
   assert.equal(await theme(), 'light');
+});
+
+test('with colours of the reader, what is open, pressed, filled or of a kind can still be told', async () => {
+  const { page } = await openPage({ options: { forcedColors: 'active' } });
+  const styleOf = (/** @type {string} */ selector, /** @type {string} */ property, pseudo = '') =>
+    page.evaluate(
+      ([where, what, part]) =>
+        getComputedStyle(/** @type {Element} */ (document.querySelector(where)), part || undefined).getPropertyValue(what),
+      [selector, property, pseudo],
+    );
+  const differ = async (/** @type {string} */ one, /** @type {string} */ other) =>
+    assert.notEqual(await styleOf(one, 'background-color'), await styleOf(other, 'background-color'), one);
+  const ground = await styleOf('body', 'background-color');
+  await differ(selected, '[role="tab"][aria-selected="false"]');
+  await differ('.bar .fill', '.bar');
+  await differ('.bar .band', '.bar .fill');
+  assert.notEqual(await styleOf('.kind[data-kind="video"]', 'background-color', '::before'), ground);
+  assert.notEqual(await styleOf('.kind[data-kind="null"]', 'border-top-color', '::before'), ground);
+  await goTo(page, 'rates');
+  await page.locator('button[aria-pressed="true"]').waitFor();
+  await differ('button[aria-pressed="true"]', 'button[aria-pressed="false"]');
+  await goTo(page, 'tables');
+  await differ('.choices [aria-current]', '.choices a:not([aria-current])');
 });
 
 for (const colorScheme of /** @type {const} */ (['light', 'dark'])) {

@@ -2,7 +2,7 @@
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { rateText } from '../../../page/parts/format.js';
-import { seeText } from '../support/browser.js';
+import { PATIENCE_MS, seeText } from '../support/browser.js';
 import { startMockManager } from '../support/mockManager.js';
 import { openPage } from '../support/openPage.js';
 
@@ -21,7 +21,13 @@ test('the page says how service and board are, and tells readers of the screen w
     await seeText(page, '#alarm', says);
     await seeText(page, '#announcement', says);
   }
-  manager.send({ version: 9, time: since, service: { state: 'answering', since }, stream: { ...stream, state: 'running' } });
+  manager.send({
+    version: 9,
+    time: since,
+    service: { state: 'answering', since },
+    stream: { ...stream, state: 'running' },
+    documents: { pidData: { time: since, bytes: 1, answerMs: 1 } },
+  });
   await seeText(page, '#announcement', 'All is well: the service answers and the board publishes');
   assert.equal(await page.locator('#alarm').isVisible(), false);
   const live = await page.locator('[aria-live], [role="status"], [role="alert"]').count();
@@ -56,6 +62,58 @@ test('a manager that goes is said to be lost, and what it brings when it is back
   } finally {
     await again.close();
   }
+});
+
+test('a manager that hangs is said to be silent and then lost, and is there again when it goes on', async () => {
+  const { page, manager, feed } = await openPage();
+  manager.hang(true);
+  await seeText(page, '#alarm', 'The manager sends nothing new');
+  await seeText(page, '#board', 'Not known');
+  await seeText(page, '#alarm', 'Connection to the manager lost; trying again');
+  manager.setPicture(feed.picture(Date.now()));
+  manager.hang(false);
+  await page.locator('#manager[data-level="good"]').waitFor();
+  await seeText(page, '#board', 'Publishes');
+});
+
+test('a page that is hidden gives its event stream back, and is brought up to date when it is seen again', async () => {
+  const { page, manager, feed, tick } = await openPage();
+  await page.clock.install();
+  await page.reload();
+  await page.locator('#manager[data-level="good"]').waitFor();
+  const listeners = async (/** @type {number} */ count) => {
+    const end = Date.now() + PATIENCE_MS;
+    while (manager.listeners() !== count) {
+      assert.ok(Date.now() < end, `${manager.listeners()} event streams`);
+      await new Promise((resolve) => setImmediate(resolve));
+    }
+  };
+  const show = (/** @type {boolean} */ isSeen) =>
+    page.evaluate(
+      (state) => {
+        Object.defineProperty(document, 'visibilityState', { configurable: true, get: () => state });
+        document.dispatchEvent(new Event('visibilitychange'));
+      },
+      isSeen ? 'visible' : 'hidden',
+    );
+  await listeners(1);
+
+  await show(false);
+  await page.clock.fastForward(29_000);
+  await show(true);
+  await page.clock.fastForward(60_000);
+  tick();
+  await seeText(page, '.pids tbody tr:first-child .rate a', rateText(feed.pids.get(0)?.rateBitPerSecond));
+
+  await show(false);
+  await page.clock.fastForward(31_000);
+  await listeners(0);
+  feed.tick(Date.now());
+  manager.setPicture(feed.picture(Date.now()));
+  await show(true);
+  await listeners(1);
+  await seeText(page, '.pids tbody tr:first-child .rate a', rateText(feed.pids.get(0)?.rateBitPerSecond));
+  await page.locator('#manager[data-level="good"]').waitFor();
 });
 
 test('a page that nobody answers yet waits', async () => {

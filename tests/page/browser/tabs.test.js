@@ -184,6 +184,19 @@ test('a plot that is held stands still until it is let go on', async () => {
   await seeText(page, cell, rateText(feed.pids.get(273)?.rateBitPerSecond));
 });
 
+test('a series that is added to a plot that is held shows what it had then', async () => {
+  const { page, feed, tick } = await openPage({ place: '#rates/pid-273' });
+  await page.locator('.plot canvas').first().waitFor();
+  const before = [273, 289].map((pid) => rateText(feed.pids.get(pid)?.rateBitPerSecond));
+  await seeText(page, '.legend tbody tr:first-child td:nth-child(2)', before[0]);
+  await page.getByRole('button', { name: 'Hold' }).click();
+  tick();
+  await seeText(page, '#total', rateText(feed.history.total.at(-1)));
+  await page.getByLabel('Add a PID or program to the plot').selectOption('pid-289');
+  await page.locator('.legend tbody tr').nth(1).waitFor();
+  assert.deepEqual(await page.locator('.legend tbody td:nth-child(2)').allTextContents(), before);
+});
+
 test('events stand with the newest first, and lead to what they are about', async () => {
   const { page, manager, feed } = await openPage({ place: '#events' });
   manager.send(feed.loosePid(290, Date.now()));
@@ -203,4 +216,11 @@ test('a document is shown as it came', async () => {
   const { page, documents } = await openPage({ place: '#raw/pidData' });
   await seeText(page, 'pre', documents.pidData.text);
   await page.getByText(`${Buffer.byteLength(documents.pidData.text).toLocaleString('en-GB')} bytes`).waitFor();
+});
+
+test('a document cannot turn the text of the page', async () => {
+  const { page, manager, feed } = await openPage({ place: '#raw/SDT' });
+  manager.setDocument('SDT', '{"a":"abc\u202Edcba",\n"b":"c\u00ADd"}');
+  manager.send(feed.bringDocument('SDT', Date.now()));
+  await seeText(page, 'pre', '{"a":"abc\\u{202E}dcba",\n"b":"c\\u{AD}d"}');
 });

@@ -30,6 +30,7 @@ const HEADERS = {
  * @property {(name: string, text: string) => void} setDocument the document as it came
  * @property {(history: KeptRates) => void} setHistory
  * @property {() => number} listeners open event streams
+ * @property {(isHung: boolean) => void} hang while it hangs it takes requests and answers none; later it answers them
  * @property {() => Promise<void>} close
  */
 
@@ -52,7 +53,14 @@ export async function startMockManager(port = 0) {
   /** @param {string} event @param {Message} message */
   const eventText = (event, message) => `id: ${message.version}\nevent: ${event}\ndata: ${JSON.stringify(message)}\n\n`;
 
+  /** @type {(() => void)[] | null} the requests that wait while it hangs */
+  let waiting = null;
   const server = createServer((request, response) => {
+    if (waiting) waiting.push(() => serve(request, response));
+    else serve(request, response);
+  });
+  /** @param {import('node:http').IncomingMessage} request @param {import('node:http').ServerResponse} response */
+  function serve(request, response) {
     const { pathname, searchParams } = new URL(request.url ?? '/', 'http://mock');
     /** @param {number} status @param {string} type @param {string} text */
     const answer = (status, type, text) => response.writeHead(status, { ...HEADERS, 'Content-Type': type }).end(text);
@@ -72,7 +80,7 @@ export async function startMockManager(port = 0) {
       answer(text === undefined ? 404 : 200, 'text/plain; charset=utf-8', text ?? '');
     } else if (pathname.startsWith('/api/csv/')) answer(200, 'text/csv', 'pid\r\n');
     else serveFile(pathname === '/' ? '/index.html' : pathname, response, answer);
-  });
+  }
   await new Promise((resolve) => server.listen(port, '127.0.0.1', () => resolve(undefined)));
   const { port: taken } = /** @type {import('node:net').AddressInfo} */ (server.address());
 
@@ -91,6 +99,11 @@ export async function startMockManager(port = 0) {
       history = kept;
     },
     listeners: () => streams.size,
+    hang(isHung) {
+      const answers = waiting ?? [];
+      waiting = isHung ? answers : null;
+      if (!isHung) for (const answer of answers) answer();
+    },
     close() {
       server.closeAllConnections();
       return new Promise((resolve) => server.close(() => resolve()));

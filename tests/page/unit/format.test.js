@@ -1,6 +1,15 @@
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
-import { bytesText, durationText, hexText, nameText, rateText, shareText, visibleText } from '../../../page/parts/format.js';
+import {
+  bytesText,
+  durationText,
+  hexText,
+  nameText,
+  rateText,
+  shareText,
+  visibleLines,
+  visibleText,
+} from '../../../page/parts/format.js';
 import { fullScale } from '../../../page/parts/rateBar.js';
 import { pathOf } from '../../../page/parts/sparkline.js';
 
@@ -44,6 +53,20 @@ test('what cannot be seen, or acts on the page, is written out', () => {
   assert.equal(visibleText('\uE086News\uE087'), '\\u{E086}News\\u{E087}');
   assert.equal(visibleText('zero\u200Bwidth\u2066\uFEFF'), 'zero\\u{200B}width\\u{2066}\\u{FEFF}');
   assert.equal(visibleText('\uD800'), '\\u{D800}');
+});
+
+test('what cannot be seen is written out, wherever it stands among the characters', () => {
+  const unseen = [
+    0xad, 0x34f, 0x115f, 0x17b4, 0x180e, 0x200d, 0x2800, 0x3164, 0xfe0f, 0xffa0, 0xfff9, 0x1d173, 0xe0001, 0xe0041, 0xe0100,
+  ];
+  for (const code of unseen) {
+    const hex = code.toString(16).toUpperCase();
+    assert.equal(visibleText(`a${String.fromCodePoint(code)}b`), `a\\u{${hex}}b`);
+  }
+});
+
+test('of a text of several lines the lines stay', () => {
+  assert.equal(visibleLines('{"a":\r\n\t"b\u202Ec\u0007"}\n'), '{"a":\r\n\t"b\\u{202E}c\\u{7}"}\n');
 });
 
 test('what is only unusual stays', () => {

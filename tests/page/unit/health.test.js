@@ -42,6 +42,20 @@ for (const [connection, service, stream, says] of /** @type {const} */ ([
   });
 }
 
+test('figures that grow old without a word from the manager are no sign that all is well', () => {
+  const picture = pictureIn('answering', 'running');
+  assert.equal(gravest(healthOf('open', picture, NOW + 3000)), null);
+  const health = healthOf('open', picture, NOW + 3001);
+  assert.equal(health.ageMs, 6001);
+  assert.equal(gravest(health)?.text, 'The manager sends nothing new');
+  assert.equal(health.service.text, 'Not known');
+  assert.equal(health.board.text, 'Not known');
+  // Of these the manager has said why nothing comes.
+  for (const state of /** @type {const} */ (['stale', 'none'])) {
+    assert.equal(healthOf('open', pictureIn('answering', state), NOW + 60_000).manager.level, 'good');
+  }
+});
+
 test('without a connection nothing is known of service and board', () => {
   const health = healthOf('lost', pictureIn('answering', 'running'), NOW + 60_000);
   assert.equal(health.service.text, 'Not known');
