@@ -35,6 +35,11 @@ void stopOnSignals() {
     for (const int signal : {SIGINT, SIGTERM}) {
         ::sigaction(signal, &action, nullptr);
     }
+    struct sigaction hangUp {};
+    ::sigaction(SIGHUP, nullptr, &hangUp);
+    if (hangUp.sa_handler != SIG_IGN) { // NOLINT(cppcoreguidelines-pro-type-cstyle-cast): the system's macro
+        ::sigaction(SIGHUP, &action, nullptr);
+    }
 }
 
 int stopSignal() {

@@ -1,9 +1,10 @@
-// How a program is asked to stop: Ctrl-C and SIGTERM.
+// How a program is asked to stop: Ctrl-C, SIGTERM, and SIGHUP when its terminal goes.
 #pragma once
 
 namespace companions {
 
-// From now on SIGINT and SIGTERM ask to stop instead of ending the process. They still interrupt whatever
+// From now on SIGINT, SIGTERM and SIGHUP, unless it is ignored (nohup), ask to stop instead of ending the
+// process. They still interrupt whatever
 // waits. Throws std::system_error when the process may not open another descriptor.
 void stopOnSignals();
 

@@ -51,13 +51,15 @@ std::optional<Options> parseCommandLine(int argumentCount, const char* const* ar
         app.add_option("DATASTREAM", dataStream, "What to ask for, see below")->type_name("");
     auto* const valueOption =
         app.add_option("VALUE", value, "on, off or a program index, see below")->type_name("");
-    app.add_option("--program", program,
-                   "The program of pgmDetail by its number; its index is asked of the PAT")
-        ->transform(companions::wholeNumber(1, highestProgramNumber))
-        ->type_name("NUMBER")
-        ->excludes(valueOption);
+    auto* const programOption =
+        app.add_option("--program", program,
+                       "The program of pgmDetail by its number; its index is asked of the PAT")
+            ->transform(companions::wholeNumber(1, highestProgramNumber))
+            ->type_name("NUMBER")
+            ->excludes(valueOption);
     auto* const tableFlag = app.add_flag("--table", table, "Print documents as tables for people");
-    app.add_flag("--json", json, "Print documents as JSON for scripts, one a line")->excludes(tableFlag);
+    auto* const jsonFlag =
+        app.add_flag("--json", json, "Print documents as JSON for scripts, one a line")->excludes(tableFlag);
     auto* const watchOption =
         app.add_option(
                "--watch", watchPeriod,
@@ -67,22 +69,26 @@ std::optional<Options> parseCommandLine(int argumentCount, const char* const* ar
             ->default_str("1")
             ->transform(companions::wholeNumber(1, static_cast<int>(tunables::longestTimeout.count())))
             ->type_name("[SECONDS]");
-    app.add_option("--documents", documents, "Documents to wait for (1, and 0 for \"off\")")
-        ->transform(companions::wholeNumber(0, tunables::mostDocuments))
-        ->type_name("N")
-        ->excludes(watchOption);
-    app.add_option("--timeout", timeout,
-                   "How long to wait for each message (" + defaultOf(tunables::timeout) + ')')
-        ->transform(companions::wholeNumber(1, static_cast<int>(tunables::longestTimeout.count())))
-        ->type_name("SECONDS")
-        ->excludes(watchOption);
+    auto* const documentsOption =
+        app.add_option("--documents", documents, "Documents to wait for (1, and 0 for \"off\")")
+            ->transform(companions::wholeNumber(0, tunables::mostDocuments))
+            ->type_name("N")
+            ->excludes(watchOption);
+    auto* const timeoutOption =
+        app.add_option("--timeout", timeout,
+                       "How long to wait for each message (" + defaultOf(tunables::timeout) + ')')
+            ->transform(companions::wholeNumber(1, static_cast<int>(tunables::longestTimeout.count())))
+            ->type_name("SECONDS")
+            ->excludes(watchOption);
     auto* const webOption =
         app.add_option("--web", webAddress,
                        "Serve the page there until Ctrl-C (" + std::string(tunables::webAddress) + ')')
             ->expected(0, 1)
-            ->type_name("[ADDRESS:PORT]")
-            ->excludes(streamOption)
-            ->excludes(watchOption);
+            ->type_name("[ADDRESS:PORT]");
+    for (CLI::Option* const other : {streamOption, valueOption, programOption, tableFlag, jsonFlag,
+                                     watchOption, documentsOption, timeoutOption}) {
+        webOption->excludes(other);
+    }
     app.callback([&] {
         if (webOption->count() > 0) {
             return;

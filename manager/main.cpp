@@ -8,6 +8,7 @@
 #include "servePage.h"
 #include "watch.h"
 
+#include "companions/console.h"
 #include "companions/stopSignals.h"
 
 #include <exception>
@@ -57,6 +58,7 @@ ExitStatus run(Options options) {
 } // namespace
 
 int main(int argumentCount, char** arguments) {
+    companions::outliveReaders();
     ExitStatus status = ExitStatus::success;
     try {
         if (const auto options = parseCommandLine(argumentCount, arguments)) {

@@ -8,6 +8,7 @@
 #include "wire/endpoints.h"
 
 #include <iostream>
+#include <poll.h>
 #include <string>
 #include <unistd.h>
 #include <variant>
@@ -19,6 +20,12 @@ namespace {
 void printBytes(std::string_view bytes) {
     static const bool toTerminal = isatty(STDOUT_FILENO) == 1;
     std::cout << (toTerminal ? displayable(bytes) : std::string(bytes)) << std::endl;
+}
+
+// Whether standard output is a pipe or a terminal that nobody reads any more.
+bool isUnread() {
+    pollfd output{STDOUT_FILENO, POLLOUT, 0};
+    return poll(&output, 1, 0) == 1 && (output.revents & (POLLERR | POLLHUP)) != 0;
 }
 
 } // namespace
@@ -64,7 +71,7 @@ void Printer::showSharing() {
 }
 
 ExitStatus Printer::status() const {
-    if (!std::cout) {
+    if (!std::cout && !isUnread()) {
         say("cannot write to standard output: what was printed is incomplete");
         return ExitStatus::refused;
     }

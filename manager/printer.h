@@ -22,7 +22,7 @@ class Printer {
     void showStray(std::string_view text) const;
     static void showSharing();
 
-    // How the program ends for what was printed.
+    // How the program ends for what was printed. That its reader has gone is no failure.
     ExitStatus status() const;
 
   private:

@@ -3,6 +3,7 @@
 #include "documents/documentReader.h"
 #include "exchange/rotation.h"
 #include "tunables.h"
+#include "waiting.h"
 #include "web/api.h"
 #include "web/livePicture.h"
 #include "web/webServer.h"
@@ -11,7 +12,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <chrono>
 #include <optional>
 #include <utility>
@@ -71,7 +71,8 @@ class PageService {
             exchange.take(*off);
         }
         while (!exchange.idle() && !exchange.isLost() && now < until) {
-            poll(exchange.pollItems(), std::min(exchange.wakeUp().value_or(until), until));
+            auto items = exchange.pollItems();
+            pollUntil(items, std::min(exchange.wakeUp().value_or(until), until));
             now = Clock::now();
             exchange.step(now);
             exchange.giveUp(now); // whatever stood before the "off"
@@ -79,18 +80,6 @@ class PageService {
     }
 
   private:
-    template <std::size_t count>
-    static void poll(std::array<zmq::pollitem_t, count> items, Time until) {
-        try {
-            zmq::poll(items,
-                      std::max(milliseconds(0), std::chrono::ceil<milliseconds>(until - Clock::now())));
-        } catch (const zmq::error_t& error) {
-            if (error.num() != EINTR) {
-                throw;
-            }
-        }
-    }
-
     void wait() const {
         const auto items = exchange.pollItems();
         std::array<zmq::pollitem_t, items.size() + 3> all{};
@@ -98,7 +87,7 @@ class PageService {
         own[0] = {nullptr, companions::stopDescriptor(), ZMQ_POLLIN, 0};
         own[1] = {nullptr, server.workDescriptor(), ZMQ_POLLIN, 0};
         own[2] = {nullptr, server.goneDescriptor(), ZMQ_POLLIN, 0};
-        poll(all, wakeUp());
+        pollUntil(all, wakeUp());
     }
 
     Time wakeUp() const {

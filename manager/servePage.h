@@ -9,8 +9,8 @@
 
 namespace manager {
 
-// Serves at this address until SIGINT or SIGTERM, and asks the service while somebody looks. Says where it
-// serves, and what is wrong with the services. Throws ManagerError where it cannot serve.
+// Serves at this address until SIGINT, SIGTERM or SIGHUP, and asks the service while somebody looks. Says
+// where it serves, and what is wrong with the services. Throws ManagerError where it cannot serve.
 void servePage(Endpoints& endpoints, const std::string& address,
                const std::function<void(std::string_view line)>& say,
                const std::function<void()>& tellSharing);

@@ -46,9 +46,10 @@ inline constexpr std::size_t mostWaiting = 8;               // messages for a st
 inline constexpr int streamSendBytes = 256 * 1024;          // in the system's buffer of a stream
 inline constexpr std::size_t requestBytes = 16 * 1024;      // for a request's head, and an answer's way out
 inline constexpr seconds idleConnection{30};                // until it is closed
-inline constexpr seconds heartbeat{10};                     // of streams on which nothing is new
-inline constexpr milliseconds publishTime{1000};            // between two changes
-inline constexpr milliseconds settleTime{150};              // for what comes together
+inline constexpr milliseconds vanishedBrowser{10'000}; // has acknowledged nothing of a stream for so long
+inline constexpr seconds heartbeat{10};                // of streams on which nothing is new
+inline constexpr milliseconds publishTime{1000};       // between two changes
+inline constexpr milliseconds settleTime{150};         // for what comes together
 inline constexpr seconds openingTime{2}; // since somebody looks, in which only that is waited for
 inline constexpr seconds streamStale{5}; // without a document
 

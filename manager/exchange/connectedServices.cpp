@@ -1,5 +1,7 @@
 #include "exchange/connectedServices.h"
 
+#include "exchange/uninterrupted.h"
+
 #include <cstdint>
 #include <cstring>
 #include <utility>
@@ -41,8 +43,11 @@ ConnectedServices::~ConnectedServices() {
 bool ConnectedServices::newlyShared() {
     zmq::message_t event;
     zmq::message_t endpoint;
-    while (events.recv(event, zmq::recv_flags::dontwait)) {
-        static_cast<void>(events.recv(endpoint, zmq::recv_flags::dontwait));
+    const auto taken = [&](zmq::message_t& part) {
+        return uninterrupted([&] { return events.recv(part, zmq::recv_flags::dontwait); }).has_value();
+    };
+    while (taken(event)) {
+        static_cast<void>(taken(endpoint));
         take(numberOf(event));
     }
     return shared && !std::exchange(told, shared);

@@ -1,6 +1,7 @@
 #include "exchange/exchange.h"
 
 #include "documents/documentReader.h"
+#include "exchange/uninterrupted.h"
 #include "tunables.h"
 
 #include "companions/json.h"
@@ -12,7 +13,17 @@ namespace manager {
 namespace {
 
 bool isReady(zmq::socket_t& socket, short events) {
-    return (socket.get(zmq::sockopt::events) & events) != 0;
+    return (uninterrupted([&] { return socket.get(zmq::sockopt::events); }) & events) != 0;
+}
+
+void takePart(zmq::socket_t& socket, zmq::message_t& part) {
+    static_cast<void>(uninterrupted([&] { return socket.recv(part, zmq::recv_flags::dontwait); }));
+}
+
+// One part; ours wait for no room.
+void sendPart(zmq::socket_t& socket, std::string_view text) {
+    static_cast<void>(
+        uninterrupted([&] { return socket.send(zmq::buffer(text), zmq::send_flags::dontwait); }));
 }
 
 // The first part of a message; mpegFE sends no more than one, and what else there is must still be taken
@@ -20,9 +31,9 @@ bool isReady(zmq::socket_t& socket, short events) {
 std::string receive(zmq::socket_t& socket) {
     zmq::message_t first;
     zmq::message_t more;
-    static_cast<void>(socket.recv(first, zmq::recv_flags::dontwait));
+    takePart(socket, first);
     for (bool further = first.more(); further; further = more.more()) {
-        static_cast<void>(socket.recv(more, zmq::recv_flags::dontwait));
+        takePart(socket, more);
     }
     return first.to_string();
 }
@@ -110,7 +121,7 @@ ServiceCondition Exchange::condition(Time now) const {
 }
 
 void Exchange::send(Time now) {
-    requestSocket.send(zmq::buffer(requestText(orders.front().request)), zmq::send_flags::dontwait);
+    sendPart(requestSocket, requestText(orders.front().request));
     stage = Stage::sent;
     endingsBefore = services.ended();
     progress = now;
@@ -133,7 +144,7 @@ void Exchange::takeReply(Time now) {
 // Acknowledges first: the service stands still until it has the answer.
 void Exchange::takeDocument(Time now) {
     const std::string document = receive(documentSocket);
-    documentSocket.send(zmq::str_buffer(R"({"reply": "ack"})"), zmq::send_flags::dontwait);
+    sendPart(documentSocket, R"({"reply": "ack"})");
     starved.reset();
     if (!acknowledged() || documentStream(document) != orders.front().request.dataStream) {
         listener.strayed(document);

@@ -48,6 +48,13 @@ std::string jsonString(std::string_view text) {
     return result + '"';
 }
 
+std::string jsonNumber(double value) {
+    constexpr std::size_t longest = 400; // with all digits of the largest or the smallest
+    std::array<char, longest> number{};
+    return {number.data(),
+            std::to_chars(number.data(), number.data() + longest, value, std::chars_format::fixed).ptr};
+}
+
 JsonText& JsonText::member(std::string_view key, std::string_view value) {
     name(key);
     text += jsonString(value);
@@ -70,12 +77,7 @@ JsonText& JsonText::member(std::string_view key, double value) {
     if (!std::isfinite(value)) {
         return null(key);
     }
-    name(key);
-    constexpr std::size_t longest = 400; // with all digits of the largest or the smallest
-    std::array<char, longest> number{};
-    text.append(number.data(),
-                std::to_chars(number.data(), number.data() + longest, value, std::chars_format::fixed).ptr);
-    return *this;
+    return written(key, jsonNumber(value));
 }
 
 JsonText& JsonText::null(std::string_view key) {

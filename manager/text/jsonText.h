@@ -11,6 +11,9 @@ namespace manager {
 // A text as a JSON string. What a terminal would act on is escaped, and a byte that is not UTF-8 is U+FFFD.
 std::string jsonString(std::string_view text);
 
+// A finite number in decimal, without an exponent.
+std::string jsonNumber(double value);
+
 class JsonText {
   public:
     JsonText& member(std::string_view key, std::string_view value);

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/epoll.h>
 #include <sys/socket.h>
 #include <system_error>
@@ -21,12 +23,14 @@ EventStreams::EventStreams() : gone(epoll_create1(EPOLL_CLOEXEC)) {
 }
 
 MHD_Response* EventStreams::open(MHD_Connection* connection, EventText first) {
+    constexpr auto vanished = static_cast<unsigned>(tunables::vanishedBrowser.count());
     const auto* const info = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD);
     if (streams.size() == tunables::mostStreams || info == nullptr) {
         return nullptr;
     }
     const int descriptor = info->connect_fd;
     setsockopt(descriptor, SOL_SOCKET, SO_SNDBUF, &tunables::streamSendBytes, sizeof(int));
+    setsockopt(descriptor, IPPROTO_TCP, TCP_USER_TIMEOUT, &vanished, sizeof vanished);
     Stream& stream = streams.emplace_back(Stream{*this, connection, descriptor});
     stream.waiting.push_back(std::move(first));
     MHD_Response* const response =

@@ -19,7 +19,8 @@ using EventText = std::shared_ptr<const std::string>;
 std::string eventText(const char* event, std::int64_t id, const std::string& data);
 
 // Messages are shared by all streams; a stream has a place in a queue of them. A browser that reads too
-// slowly is disconnected, one that has gone is noticed at once.
+// slowly is disconnected, and so is one that acknowledges nothing any more; one that has gone is noticed at
+// once.
 class EventStreams {
   public:
     EventStreams();

@@ -32,7 +32,7 @@ std::string alignedTo(const std::vector<PictureTime>& times, const RateHistory& 
             rate = rates[next++].bitPerSecond;
         }
         list += i == 0 ? "" : ",";
-        list += std::isfinite(rate) ? std::to_string(std::llround(rate)) : "null";
+        list += std::isfinite(rate) ? jsonNumber(std::round(rate)) : "null";
     }
     list += ']';
     return list;

@@ -2,9 +2,13 @@
 #include "exchange/exchange.h"
 #include "tunables.h"
 
+#include <atomic>
+#include <csignal>
 #include <gtest/gtest.h>
 #include <optional>
+#include <pthread.h>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 #include <zmq.hpp>
@@ -137,6 +141,33 @@ TEST_F(ExchangeTest, sendsTheNextRequestWhenTheLastIsAnswered) {
     sendDocument(pat);
     EXPECT_EQ(takeRequest(), R"({"dataStream": "CAT", "status": "on"})");
     EXPECT_EQ(told, (std::vector<std::string>{"reply", "stray", "answer to PAT"}));
+}
+
+// A signal every few microseconds, as of a terminal whose window is being resized, only more of them.
+TEST_F(ExchangeTest, isNotHarmedBySignals) {
+    connectService();
+    std::atomic<bool> isOver = false;
+    struct sigaction ignored {};
+    ignored.sa_handler = [](int) {};
+    struct sigaction before {};
+    sigaction(SIGWINCH, &ignored, &before);
+    std::thread storm([&, target = pthread_self()] {
+        while (!isOver) {
+            pthread_kill(target, SIGWINCH);
+        }
+    });
+    std::string failure;
+    try {
+        for (int i = 0; i < 100'000; ++i) {
+            exchange.step(now);
+        }
+    } catch (const zmq::error_t& error) {
+        failure = error.what();
+    }
+    isOver = true;
+    storm.join();
+    sigaction(SIGWINCH, &before, nullptr);
+    EXPECT_EQ(failure, "");
 }
 
 TEST_F(ExchangeTest, goesOnBehindAnOrderThatIsGivenUp) {

@@ -150,6 +150,29 @@ TEST_F(Watch, printsOneDocumentAfterTheOtherWhereThereIsNoTerminal) {
     EXPECT_EQ(testSupport::describeStatus(*status), "exit code 0");
 }
 
+TEST_F(Watch, stopsTheFeedWhenNobodyReadsItsOutputAnyMore) {
+    ChildProcess manager({MPEGFE_MANAGER, "PAT", "on", "--watch", "--json"}, {});
+    ScriptedService service;
+    serve(service, patRequest, patWith("1"));
+    readUntil(manager.outputDescriptor(), "\n");
+    manager.closeOutput();
+    serve(service, patRequest, patWith("2"));
+    serveEnd(service);
+    const auto status = manager.waitFor(20s);
+    EXPECT_EQ(status ? testSupport::describeStatus(*status) : "still running", "exit code 0");
+    EXPECT_EQ(readUntil(manager.errorDescriptor(), {}), "");
+}
+
+TEST_F(Watch, stopsTheFeedWhenItsTerminalGoes) {
+    ChildProcess manager({MPEGFE_MANAGER, "PAT", "on", "--watch", "--json"}, {});
+    ScriptedService service;
+    serve(service, patRequest, patWith("1"));
+    manager.signal(SIGHUP);
+    serveEnd(service);
+    const auto status = manager.waitFor(20s);
+    EXPECT_EQ(status ? testSupport::describeStatus(*status) : "still running", "exit code 0");
+}
+
 TEST_F(Watch, saysWhatKeepsTheNextDocumentAway) {
     ChildProcess manager({MPEGFE_MANAGER, "PAT", "on", "--watch", "--json"}, {});
     pollfd readable{manager.errorDescriptor(), POLLIN, 0};

@@ -17,6 +17,7 @@
 #include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <linux/filter.h>
 #include <list>
 #include <map>
 #include <memory>
@@ -498,7 +499,7 @@ TEST_F(Web, keepsTheListsComingBesideProgramsThatTheServiceDoesNotShow) {
 }
 
 TEST_F(Web, stopsTheFeedAtTheEnd) {
-    for (const int signal : {SIGINT, SIGTERM}) {
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
         start("127.0.0.1:0");
         ScriptedService service;
         HttpConnection browser(port);
@@ -589,6 +590,24 @@ TEST_F(Web, disconnectsABrowserThatReadsTooSlowly) {
         isDropped = manager->descriptorCount() < before;
     }
     EXPECT_TRUE(isDropped);
+}
+
+// It answers nothing any more, and does not end its connection either.
+TEST_F(Web, noticesABrowserThatHasVanished) {
+    ScriptedService service;
+    HttpConnection browser(port);
+    browser.get("/api/events");
+    browser.readEvent();
+    serveUpTo(service, "pgmData");
+    sock_filter nothing{BPF_RET | BPF_K, 0, 0, 0};
+    const sock_fprog filter{1, &nothing};
+    ASSERT_EQ(setsockopt(browser.descriptor(), SOL_SOCKET, SO_ATTACH_FILTER, &filter, sizeof filter), 0);
+    const auto since = std::chrono::steady_clock::now();
+    std::string request;
+    while (request.find("\"off\"") == std::string::npos && std::chrono::steady_clock::now() < since + 60s) {
+        request = serveUpTo(service, "pgmData");
+    }
+    EXPECT_EQ(request, R"({"dataStream": "pidData", "status": "off"})");
 }
 
 TEST_F(Web, serves1000ConnectionsAnd200Streams) {
