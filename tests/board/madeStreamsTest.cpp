@@ -69,20 +69,19 @@ TEST_P(EveryMadeStream, IsPrintedAsItIs) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(, EveryMadeStream,
-                         testing::Values("atsc", "isdb", "mpeg2-422", "enhanced-ac3", "latm",
-                                         "unaligned-audio", "satellite", "partial-nit", "one-pcr", "no-pcr",
-                                         "dvb-texts", "last-day", "open-events", "network-only",
-                                         "shared-pids", "stray-maps", "separate-pcr", "many-services",
-                                         "radio", "video-types", "accompaniment", "late-pat", "churn",
-                                         "stuffing", "scrambling", "arrival-stamps", "error-protection",
-                                         "mid-packet", "one-packet", "zeros-before", "alternating",
-                                         "leftover-pcrs", "stray-pcr", "stamps-alone"),
-                         [](const auto& request) {
-                             std::string name = request.param;
-                             std::erase(name, '-');
-                             return name;
-                         });
+INSTANTIATE_TEST_SUITE_P(
+    , EveryMadeStream,
+    testing::Values("atsc", "isdb", "mpeg2-422", "enhanced-ac3", "latm", "unaligned-audio", "satellite",
+                    "partial-nit", "one-pcr", "no-pcr", "dvb-texts", "last-day", "open-events",
+                    "network-only", "shared-pids", "stray-maps", "separate-pcr", "many-services", "radio",
+                    "video-types", "accompaniment", "late-pat", "churn", "stuffing", "scrambling",
+                    "arrival-stamps", "error-protection", "mid-packet", "one-packet", "zeros-before",
+                    "alternating", "leftover-pcrs", "stray-pcr", "stamps-alone", "low-pids", "inner-lengths"),
+    [](const auto& request) {
+        std::string name = request.param;
+        std::erase(name, '-');
+        return name;
+    });
 
 // The rates of all PIDs together, of a TS-STATUS record.
 double sumOf(const Message& message) {
