@@ -630,12 +630,36 @@ Bytes zerosBefore() {
     return joined({Bytes(1'100'000), separatePcr()});
 }
 
+// Video and audio on PIDs on which DVB and ATSC have their tables, where a stream has none of those.
+Bytes lowPids() {
+    constexpr std::uint16_t psipPid = 0x1FFB;
+    return oneProgram({{{mpeg2Video, sdtPid, {}}, videoStream, standardDefinition()},
+                       {{mpeg1Audio, eitPid, languageDescriptor("eng")}, audioStream, layer2Frames(3)},
+                       {{mpeg1Audio, tdtPid, languageDescriptor("deu")}, audioStream, layer2Frames(3)},
+                       {{mpeg1Audio, psipPid, languageDescriptor("fra")}, audioStream, layer2Frames(3)}});
+}
+
+// Inner lengths that lead beyond what they are in, with right CRCs: in a PMT and in an SDT.
+Bytes innerLengths() {
+    const Bytes overlong{0x52, 9, 1};
+    return multiplex(videoPid, [=](Packets& packets, int) {
+        packets.section(patPid, pat(77, {{1, pmtPid}, {2, pmtPid + 0x10}}));
+        packets.section(pmtPid, pmt(1, videoPid, {},
+                                    {{mpeg2Video, videoPid, {}},
+                                     {mpeg1Audio, audioPid, joined({languageDescriptor("deu"), overlong})}}));
+        packets.section(sdtPid, sdt(77, 9,
+                                    {{1, false, serviceDescriptor(1, "", "First")},
+                                     {3, false, overlong},
+                                     {2, false, serviceDescriptor(1, "", "Second")}}));
+    });
+}
+
 struct Stream {
     const char* name;
     Bytes (*make)();
 };
 
-constexpr std::array<Stream, 35> streams{{
+constexpr std::array<Stream, 37> streams{{
     {"atsc", atsc},
     {"isdb", isdb},
     {"mpeg2-422", mpeg2Studio},
@@ -671,6 +695,8 @@ constexpr std::array<Stream, 35> streams{{
     {"leftover-pcrs", leftoverPcrs},
     {"stray-pcr", strayPcr},
     {"stamps-alone", stampsAlone},
+    {"low-pids", lowPids},
+    {"inner-lengths", innerLengths},
 }};
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "analysis/errorWatch.h"
 
+#include "tables/innerLengths.h"
+
 #include "wire/records.h"
 
 #include <algorithm>
@@ -165,6 +167,9 @@ bool ErrorWatch::section(std::uint16_t pid, SectionBytes bytes, Ticks now) {
     if (!sectionIsSound(bytes)) {
         badSection(pid, bytes);
         return false;
+    }
+    if (!innerLengthsFit(bytes)) {
+        errors_.countBadSection(pid);
     }
     const std::uint8_t table = bytes[0];
     if (pid == wire::patPid) {

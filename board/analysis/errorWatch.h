@@ -52,7 +52,8 @@ class ErrorWatch {
     // A packet with a payload that is scrambled.
     void scrambled(std::uint16_t pid);
 
-    // A whole section. Returns whether it is sound, so that it may be read.
+    // A whole section. Returns whether it is sound, so that it may be read: one whose inner lengths do not
+    // fit is bad, and what is whole of it is read all the same.
     bool section(std::uint16_t pid, SectionBytes bytes, Ticks now);
 
     // A packet of this number with a PCR, and with or without discontinuity_indicator.

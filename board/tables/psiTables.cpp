@@ -86,16 +86,10 @@ ElementaryStream streamOf(const std::uint8_t* entry, SectionBytes descriptors,
             description.audioType};
 }
 
-// biTStream's own check refuses a CAT of several sections, which ISO/IEC 13818-1, 2.4.4.6 allows.
-bool isCat(const std::uint8_t* section) {
-    return psi_get_syntax(section) && psi_get_tableid(section) == CAT_TABLE_ID &&
-           descl_validate(cat_get_descl_const(section), cat_get_desclength(section));
-}
-
 } // namespace
 
 std::optional<std::vector<PatEntry>> readPat(SectionBytes section) {
-    if (!pat_validate(section.data())) {
+    if (!isOfTable(section, PAT_TABLE_ID, PAT_HEADER_SIZE)) {
         return std::nullopt;
     }
     std::vector<PatEntry> entries;
@@ -107,7 +101,7 @@ std::optional<std::vector<PatEntry>> readPat(SectionBytes section) {
 }
 
 std::optional<std::vector<CaSystem>> readCat(SectionBytes section) {
-    if (!isCat(section.data())) {
+    if (!isOfTable(section, CAT_TABLE_ID, CAT_HEADER_SIZE)) {
         return std::nullopt;
     }
     std::vector<CaSystem> systems;
@@ -120,7 +114,8 @@ std::optional<std::vector<CaSystem>> readCat(SectionBytes section) {
 }
 
 std::optional<ProgramMap> readPmt(SectionBytes section) {
-    if (!pmt_validate(section.data())) {
+    const bool one = psi_get_section(section.data()) == 0 && psi_get_lastsection(section.data()) == 0;
+    if (!isOfTable(section, PMT_TABLE_ID, PMT_HEADER_SIZE) || !one) {
         return std::nullopt;
     }
     ProgramMap map{pmt_get_pcrpid(section.data()), {}, {}};

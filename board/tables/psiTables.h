@@ -11,7 +11,8 @@
 
 namespace board {
 
-// Each reads one sound section and returns nothing for one of another table or of no sense.
+// Each reads one sound section and returns nothing for one of another table. Where a length inside it
+// leads beyond what holds it, the rest of that loop is left out.
 std::optional<std::vector<PatEntry>> readPat(SectionBytes section);
 std::optional<std::vector<CaSystem>> readCat(SectionBytes section);
 std::optional<ProgramMap> readPmt(SectionBytes section);

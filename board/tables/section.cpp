@@ -12,6 +12,8 @@ namespace board {
 
 namespace {
 
+constexpr std::uint8_t totTable = 0x73;
+
 // First and last table_id.
 constexpr std::array<std::pair<std::uint8_t, std::uint8_t>, 6> crcTables{{
     {0x00, 0x02}, // PAT, CAT, PMT
@@ -19,10 +21,15 @@ constexpr std::array<std::pair<std::uint8_t, std::uint8_t>, 6> crcTables{{
     {0x46, 0x46}, // SDT of other streams
     {0x4A, 0x4A}, // BAT
     {0x4E, 0x6F}, // EIT
-    {0x73, 0x73}, // TOT
+    {totTable, totTable},
 }};
 
 constexpr std::uint8_t stuffingTable = 0x72; // may hold anything
+
+// Whether sections of this table never are without the header of section_syntax_indicator 1.
+bool hasLongHeader(std::uint8_t tableId) {
+    return isCrcTable(tableId) && tableId != totTable;
+}
 
 } // namespace
 
@@ -34,7 +41,8 @@ bool isCrcTable(std::uint8_t tableId) {
 bool sectionLengthsFit(SectionBytes section) {
     return section.size() >= PSI_HEADER_SIZE &&
            section.size() == psi_get_length(section.data()) + std::size_t{PSI_HEADER_SIZE} &&
-           (psi_get_tableid(section.data()) == stuffingTable || psi_validate(section.data()));
+           (psi_get_tableid(section.data()) == stuffingTable || psi_validate(section.data())) &&
+           (psi_get_syntax(section.data()) || !hasLongHeader(psi_get_tableid(section.data())));
 }
 
 bool sectionCrcFits(SectionBytes section) {

@@ -10,7 +10,8 @@ namespace board {
 // A whole section, from table_id to its end; or part of one.
 using SectionBytes = std::span<const std::uint8_t>;
 
-// Whether the section's lengths make sense.
+// Whether the section's lengths make sense. Tables with a CRC have the long header before it, but for the
+// TOT.
 bool sectionLengthsFit(SectionBytes section);
 
 // Whether a section whose lengths fit has the CRC that belongs to it, or is of a table without any.

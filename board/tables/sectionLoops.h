@@ -1,5 +1,5 @@
 // The loops inside sections: entries of a fixed part and descriptors, and the descriptors. A loop whose
-// lengths contradict its own ends early, and nothing behind its end is read. Only the table readers include
+// lengths contradict its own ends early, and nothing behind its end is read. Only what reads tables includes
 // this.
 #pragma once
 
@@ -18,31 +18,41 @@ inline SectionBytes sectionBody(SectionBytes section, std::size_t headerSize) {
     return section.first(size).subspan(std::min(headerSize, size));
 }
 
-// Calls onDescriptor(const std::uint8_t* descriptor) for each descriptor that is whole.
+// Whether a section is of this table and has the header of its tables, of so many bytes.
+inline bool isOfTable(SectionBytes section, std::uint8_t tableId, std::size_t headerSize) {
+    return section.size() >= headerSize + PSI_CRC_SIZE && psi_get_syntax(section.data()) &&
+           psi_get_tableid(section.data()) == tableId;
+}
+
+// Calls onDescriptor(const std::uint8_t* descriptor) for each descriptor that is whole. Returns whether all
+// of the loop is descriptors.
 template <class OnDescriptor>
-void forEachDescriptor(SectionBytes loop, OnDescriptor&& onDescriptor) {
+bool forEachDescriptor(SectionBytes loop, OnDescriptor&& onDescriptor) {
     while (loop.size() >= DESC_HEADER_SIZE) {
         const std::size_t size = DESC_HEADER_SIZE + std::size_t{desc_get_length(loop.data())};
         if (size > loop.size()) {
-            return;
+            return false;
         }
         onDescriptor(loop.data());
         loop = loop.subspan(size);
     }
+    return loop.empty();
 }
 
 // Calls onEntry(const std::uint8_t* entry, SectionBytes descriptors) for each entry that is whole. An entry
-// begins with so many fixed bytes, the last two of which hold the length of its descriptors.
+// begins with so many fixed bytes, the last two of which hold the length of its descriptors. Returns whether
+// all of the loop is entries.
 template <class OnEntry>
-void forEachEntry(SectionBytes loop, std::size_t fixedSize, OnEntry&& onEntry) {
+bool forEachEntry(SectionBytes loop, std::size_t fixedSize, OnEntry&& onEntry) {
     while (loop.size() >= fixedSize) {
         const std::size_t length = descs_get_length(loop.data() + fixedSize - DESCS_HEADER_SIZE);
         if (fixedSize + length > loop.size()) {
-            return;
+            return false;
         }
         onEntry(loop.data(), loop.subspan(fixedSize, length));
         loop = loop.subspan(fixedSize + length);
     }
+    return loop.empty();
 }
 
 // The descriptors that a length of two bytes at the beginning of these bytes belongs to.

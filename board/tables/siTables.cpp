@@ -118,7 +118,7 @@ bool isOfThisStream(std::uint8_t tableId) {
 
 std::optional<ServiceTable> readSdt(SectionBytes section) {
     const std::uint8_t* bytes = section.data();
-    if (psi_get_tableid(bytes) != SDT_TABLE_ID_ACTUAL || !sdt_validate(bytes)) {
+    if (!isOfTable(section, SDT_TABLE_ID_ACTUAL, SDT_HEADER_SIZE)) {
         return std::nullopt;
     }
     ServiceTable table{sdt_get_tsid(bytes), sdt_get_onid(bytes), {}};
@@ -132,7 +132,7 @@ std::optional<ServiceTable> readSdt(SectionBytes section) {
 
 std::optional<NitSection> readNit(SectionBytes section) {
     const std::uint8_t* bytes = section.data();
-    if (psi_get_tableid(bytes) != NIT_TABLE_ID_ACTUAL || !nit_validate(bytes)) {
+    if (!isOfTable(section, NIT_TABLE_ID_ACTUAL, NIT_HEADER_SIZE)) {
         return std::nullopt;
     }
     const SectionBytes network =
@@ -149,7 +149,8 @@ std::optional<NitSection> readNit(SectionBytes section) {
 
 std::optional<EitSection> readEit(SectionBytes section) {
     const std::uint8_t* bytes = section.data();
-    if (!isOfThisStream(psi_get_tableid(bytes)) || !eit_validate(bytes)) {
+    const std::uint8_t table = psi_get_tableid(bytes);
+    if (!isOfThisStream(table) || !isOfTable(section, table, EIT_HEADER_SIZE)) {
         return std::nullopt;
     }
     EitSection result{eit_get_tsid(bytes),

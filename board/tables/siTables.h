@@ -10,7 +10,8 @@
 
 namespace board {
 
-// Each reads one sound section and returns nothing for one of another table or of no sense. Those of another
+// Each reads one sound section and returns nothing for one of another table. Where a length inside it
+// leads beyond what holds it, the rest of that loop is left out. Those of another
 // transport stream or network are not read.
 std::optional<ServiceTable> readSdt(SectionBytes section);
 struct NitSection {

@@ -77,7 +77,8 @@ INSTANTIATE_TEST_SUITE_P(, EveryMadeStream,
                                          "many-services", "radio", "video-types", "accompaniment", "late-pat",
                                          "churn", "stuffing", "scrambling", "arrival-stamps",
                                          "error-protection", "mid-packet", "one-packet", "zeros-before",
-                                         "alternating", "leftover-pcrs", "stray-pcr", "stamps-alone"),
+                                         "alternating", "leftover-pcrs", "stray-pcr", "stamps-alone",
+                                         "low-pids", "inner-lengths"),
                          [](const auto& request) {
                              std::string name = request.param;
                              std::erase(name, '-');

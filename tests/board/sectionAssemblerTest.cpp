@@ -75,4 +75,24 @@ TEST_F(SectionAssembler, DropsASectionLongerThanAnyCanBe) {
     EXPECT_EQ(found, std::vector<Bytes>{section(20, 2)});
 }
 
+TEST_F(SectionAssembler, TakesPesPacketsForNoSections) {
+    Bytes packet{0, 0, 1, 0xE0, 0, 0, 0x80, 0x80, 5};
+    packet.resize(184, 0);
+    payload(packet, true);
+    payload(Bytes(184, 0), false);
+    EXPECT_EQ(found, std::vector<Bytes>{});
+    start(section(20, 1));
+    EXPECT_EQ(found, std::vector<Bytes>{section(20, 1)});
+}
+
+TEST_F(SectionAssembler, StopsAtPaddingWithZeros) {
+    Bytes padded = joined({{0}, section(20, 1)});
+    padded.resize(184, 0);
+    payload(padded, true);
+    payload(Bytes(184, 0), false);
+    EXPECT_EQ(found, (std::vector<Bytes>{section(20, 1), {0, 0, 0}}));
+    start(section(20, 2));
+    EXPECT_EQ(found.back(), section(20, 2));
+}
+
 } // namespace

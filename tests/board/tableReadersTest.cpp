@@ -1,4 +1,5 @@
 // Sections whose CRC is right and whose inner lengths are not.
+#include "tables/innerLengths.h"
 #include "tables/psiTables.h"
 #include "tables/psipSections.h"
 #include "tables/siTables.h"
@@ -34,6 +35,7 @@ int readings(const Bytes& section) {
     if (!board::sectionIsSound(exact)) {
         return 0;
     }
+    board::innerLengthsFit(exact);
     return board::readPat(exact).has_value() + board::readCat(exact).has_value() +
            board::readPmt(exact).has_value() + board::readSdt(exact).has_value() +
            board::readNit(exact).has_value() + board::readEit(exact).has_value() +
@@ -102,16 +104,71 @@ TEST(TableReaders, StayInsideASectionThatIsCut) {
     }
 }
 
-TEST(TableReaders, RefuseLoopsThatAreLongerThanTheirSection) {
-    Bytes services = sdt(77, 9, {{5, false, serviceDescriptor(1, "P", "N")}});
-    services[15] += 1; // descriptors_loop_length
-    EXPECT_FALSE(board::readSdt(sealed(services)));
+TEST(TableReaders, FindNothingWrongWithTheLengthsOfWholeTables) {
+    for (const Bytes& section : sections()) {
+        EXPECT_TRUE(board::innerLengthsFit(section)) << int{section[0]};
+    }
+}
+
+TEST(TableReaders, TakeWhatIsWholeOfAPatWithAStrayByte) {
+    Bytes programs = pat(77, {{1, 0x100}, {2, 0x101}});
+    programs.insert(programs.end() - PSI_CRC_SIZE, 0);
+    programs = cut(programs, programs.size());
+    EXPECT_FALSE(board::innerLengthsFit(programs));
+    const auto entries = board::readPat(programs);
+    ASSERT_TRUE(entries);
+    EXPECT_EQ(entries->size(), 2U);
+}
+
+// A descriptor that is longer than the loop that it stands in.
+const Bytes overlong{0x52, 9, 1};
+
+TEST(TableReaders, TakeWhatIsWholeOfAMapWithAnOverlongDescriptor) {
+    const Bytes section = pmt(5, 0x101, {},
+                              {{0x02, 0x101, {}},
+                               {0x03, 0x102, joined({languageDescriptor("deu"), overlong})},
+                               {0x03, 0x103, languageDescriptor("eng")}});
+    EXPECT_FALSE(board::innerLengthsFit(section));
+    const auto map = board::readPmt(section);
+    ASSERT_TRUE(map);
+    ASSERT_EQ(map->streams.size(), 3U);
+    EXPECT_EQ(map->streams[1].language, "deu");
+    EXPECT_EQ(map->streams[2].language, "eng");
+}
+
+TEST(TableReaders, TakeTheServicesBesideAnOverlongDescriptor) {
+    const Bytes section = sdt(77, 9,
+                              {{1, false, serviceDescriptor(1, "", "First")},
+                               {2, false, overlong},
+                               {3, false, serviceDescriptor(1, "", "Third")}});
+    EXPECT_FALSE(board::innerLengthsFit(section));
+    const auto table = board::readSdt(section);
+    ASSERT_TRUE(table);
+    ASSERT_EQ(table->services.size(), 3U);
+    EXPECT_EQ(table->services[0].name, "First");
+    EXPECT_EQ(table->services[2].name, "Third");
+}
+
+TEST(TableReaders, TakeNothingFromBeyondALoopThatIsLongerThanItsSection) {
+    Bytes services = sdt(77, 9, {{4, false, {}}, {5, false, serviceDescriptor(1, "P", "N")}});
+    services[20] += 1; // descriptors_loop_length of the second
+    services = sealed(services);
+    EXPECT_FALSE(board::innerLengthsFit(services));
+    ASSERT_TRUE(board::readSdt(services));
+    EXPECT_EQ(board::readSdt(services)->services.size(), 1U);
     Bytes map = pmt(5, 0x101, {}, {{0x03, 0x101, languageDescriptor("deu")}});
     map[11] = 0xFF; // program_info_length
-    EXPECT_FALSE(board::readPmt(sealed(map)));
+    map = sealed(map);
+    EXPECT_FALSE(board::innerLengthsFit(map));
+    ASSERT_TRUE(board::readPmt(map));
+    EXPECT_EQ(board::readPmt(map)->pcrPid, 0x101);
+    EXPECT_TRUE(board::readPmt(map)->streams.empty());
     Bytes network = nit(1, networkNameDescriptor("Netz"), {{77, 9, {}}});
     network[9] += 2; // network_descriptors_length
-    EXPECT_FALSE(board::readNit(sealed(network)));
+    network = sealed(network);
+    EXPECT_FALSE(board::innerLengthsFit(network));
+    ASSERT_TRUE(board::readNit(network));
+    EXPECT_TRUE(board::readNit(network)->part.streams.empty());
 }
 
 TEST(TableReaders, RefuseCountsThatAreLargerThanTheirSection) {
