@@ -29,8 +29,7 @@ const BOARD = {
   stale: { level: 'bad', text: 'Nothing new comes' },
 };
 /**
- * Figures come each second, and the manager itself says after 5 s that none do: older ones without a word of it mean that nothing comes from
- * the manager.
+ * While the stream runs figures come each second, and the manager itself says after 5 s that nothing does: a longer silence is its own.
  */
 const SILENT_MS = 6000;
 /** @type {Finding} */
@@ -49,11 +48,13 @@ const NO_STREAM = { level: 'bad', text: 'No stream' };
 export function healthOf(connection, picture, now) {
   const time = picture && figuresTime(picture);
   const ageMs = time ? Math.max(0, now - time) : null;
-  const isSilent = connection === 'open' && picture?.stream.state === 'running' && ageMs !== null && ageMs > SILENT_MS;
+  const isRunning = connection === 'open' && picture?.stream.state === 'running';
+  const isSilent = isRunning && now - picture.time > SILENT_MS;
   const manager = isSilent ? SILENT : MANAGER[connection];
   if (!picture || connection !== 'open' || isSilent) return { manager, service: UNKNOWN, board: UNKNOWN, ageMs };
   const { service, stream } = picture;
-  const board = service.state === 'noStream' ? NO_STREAM : (BOARD[stream.state] ?? UNKNOWN);
+  const isOld = isRunning && ageMs !== null && ageMs > SILENT_MS;
+  const board = service.state === 'noStream' ? NO_STREAM : (BOARD[isOld ? 'stale' : stream.state] ?? UNKNOWN);
   return { manager, service: SERVICE[service.state] ?? UNKNOWN, board, ageMs };
 }
 

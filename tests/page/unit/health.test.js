@@ -42,11 +42,8 @@ for (const [connection, service, stream, says] of /** @type {const} */ ([
   });
 }
 
-test('figures that grow old without a word from the manager are no sign that all is well', () => {
-  const picture = pictureIn('answering', 'running');
-  assert.equal(gravest(healthOf('open', picture, NOW + 3000)), null);
-  const health = healthOf('open', picture, NOW + 3001);
-  assert.equal(health.ageMs, 6001);
+test('a manager that is silent while the stream runs is no sign that all is well', () => {
+  const health = healthOf('open', pictureIn('answering', 'running'), NOW + 6001);
   assert.equal(gravest(health)?.text, 'The manager sends nothing new');
   assert.equal(health.service.text, 'Not known');
   assert.equal(health.board.text, 'Not known');
@@ -54,6 +51,15 @@ test('figures that grow old without a word from the manager are no sign that all
   for (const state of /** @type {const} */ (['stale', 'none'])) {
     assert.equal(healthOf('open', pictureIn('answering', state), NOW + 60_000).manager.level, 'good');
   }
+});
+
+test('old figures are no sign that the board publishes, whatever else comes', () => {
+  const picture = pictureIn('answering', 'running');
+  assert.equal(gravest(healthOf('open', picture, NOW + 3000)), null);
+  const health = healthOf('open', picture, NOW + 3001);
+  assert.equal(health.ageMs, 6001);
+  assert.equal(health.manager.level, 'good');
+  assert.equal(gravest(health)?.text, 'Board: nothing new comes');
 });
 
 test('without a connection nothing is known of service and board', () => {
