@@ -8,6 +8,7 @@
 #include "servePage.h"
 #include "watch.h"
 
+#include "companions/standardDescriptors.h"
 #include "companions/stopSignals.h"
 
 #include <exception>
@@ -57,6 +58,7 @@ ExitStatus run(Options options) {
 } // namespace
 
 int main(int argumentCount, char** arguments) {
+    companions::openStandardDescriptors();
     ExitStatus status = ExitStatus::success;
     try {
         if (const auto options = parseCommandLine(argumentCount, arguments)) {
