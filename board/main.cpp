@@ -2,6 +2,7 @@
 #include "options.h"
 
 #include "companions/console.h"
+#include "companions/standardDescriptors.h"
 #include "companions/stopSignals.h"
 
 #include <exception>
@@ -50,6 +51,7 @@ int run(int argumentCount, char** arguments) {
 } // namespace
 
 int main(int argumentCount, char** arguments) {
+    companions::openStandardDescriptors();
     companions::outliveReaders();
     const int status = run(argumentCount, arguments);
     sayAllThatWasLeftOut();

@@ -9,6 +9,7 @@
 #include "watch.h"
 
 #include "companions/console.h"
+#include "companions/standardDescriptors.h"
 #include "companions/stopSignals.h"
 
 #include <exception>
@@ -58,6 +59,7 @@ ExitStatus run(Options options) {
 } // namespace
 
 int main(int argumentCount, char** arguments) {
+    companions::openStandardDescriptors();
     companions::outliveReaders();
     ExitStatus status = ExitStatus::success;
     try {

@@ -31,7 +31,7 @@ ErrorWatch::ErrorWatch(bool measuresAccuracy)
 
 void ErrorWatch::begin(Ticks now) {
     errors_.pids.clear();
-    errors_.accuracyMeasured = false;
+    errors_.measuredClocks.clear();
     for (const PidWatch* watch : std::exchange(watched_, {})) {
         watches_[watch->pid].reset();
     }
@@ -231,8 +231,10 @@ void ErrorWatch::measure(PidWatch& watch, Ticks step, std::uint64_t packet) {
     }
     if (finding->varies) { // figures of a stream whose bit rate turns out to vary would mislead
         errors_.takeBack(Indicator::pcrAccuracy, watch.pid);
+        errors_.measuredClocks.erase(watch.pid);
+    } else if (finding->measured) {
+        errors_.measuredClocks.insert(watch.pid);
     }
-    errors_.accuracyMeasured = (errors_.accuracyMeasured || finding->measured) && !finding->varies;
     errors_.count(Indicator::pcrAccuracy, watch.pid, finding->inaccurate);
 }
 

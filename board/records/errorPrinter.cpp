@@ -14,19 +14,15 @@ json_int_t whole(std::uint64_t count) {
     return static_cast<json_int_t>(count);
 }
 
-bool isWithheld(const StreamErrors& errors, Indicator indicator) {
-    return indicator == Indicator::pcrAccuracy && !errors.accuracyMeasured;
-}
-
 json_t* indicatorOf(const IndicatorRow& row, const StreamErrors& errors, const IndicatorCounts* before) {
     const std::uint64_t count = errors.indicators[row.indicator];
     json_t* const object =
         json_pack("{s:s, s:i, s:s}", "name", row.name, "priority", row.priority, "clause", row.clause);
     if (row.indicator == Indicator::pcrAccuracy) {
-        json_object_set_new(object, "measured", json_boolean(errors.accuracyMeasured));
-    }
-    if (isWithheld(errors, row.indicator)) {
-        return object;
+        json_object_set_new(object, "measured", json_boolean(errors.accuracyMeasured()));
+        if (!errors.accuracyMeasured()) {
+            return object;
+        }
     }
     json_object_set_new(object, "count", json_integer(whole(count)));
     if (before != nullptr) { // figures may have been withdrawn in between
@@ -36,10 +32,10 @@ json_t* indicatorOf(const IndicatorRow& row, const StreamErrors& errors, const I
     return object;
 }
 
-json_t* shownIndicators(const StreamErrors& errors, const IndicatorCounts& counts) {
+json_t* shownIndicators(const IndicatorCounts& counts) {
     json_t* const object = json_object();
     for (const IndicatorRow& row : indicatorRows) {
-        if (counts[row.indicator] > 0 && !isWithheld(errors, row.indicator)) {
+        if (counts[row.indicator] > 0) {
             json_object_set_new(object, row.name, json_integer(whole(counts[row.indicator])));
         }
     }
@@ -61,7 +57,7 @@ json_t* pidOf(const PidState& state, const StreamErrors& errors, const float* ra
                   "scrambledPackets", whole(state.scrambledPayloads), "scrambledShare", share,
                   "continuityErrors", whole(own.indicators[Indicator::continuity]), "transportErrors",
                   whole(own.indicators[Indicator::transport]), "badSections", whole(own.badSections),
-                  "indicators", shownIndicators(errors, own.indicators)));
+                  "indicators", shownIndicators(own.indicators)));
     json_object_update(object, rest.get());
     return object;
 }
@@ -71,12 +67,6 @@ double bitRate(const RateWindow& window) {
     const double seconds = std::chrono::duration<double>(window.elapsed).count();
     return seconds > 0 ? static_cast<double>(window.endPacket - window.firstPacket) * packetBits / seconds
                        : 0;
-}
-
-bool isAny(const StreamErrors& errors, const PidErrors& own) {
-    return own.badSections > 0 || std::ranges::any_of(indicatorRows, [&](const IndicatorRow& row) {
-               return own.indicators[row.indicator] > 0 && !isWithheld(errors, row.indicator);
-           });
 }
 
 } // namespace
@@ -100,7 +90,7 @@ json_t* pidErrorsAsJson(const StreamErrors& errors, const std::vector<PidState>&
     std::ranges::transform(pids, listed.begin(), &PidState::pid);
     std::ranges::sort(listed);
     for (const auto& [pid, own] : errors.pids) {
-        if (isAny(errors, own) && !std::ranges::binary_search(listed, pid)) {
+        if (own.any() && !std::ranges::binary_search(listed, pid)) {
             PidState absent;
             absent.pid = pid;
             const float none = 0;
@@ -127,8 +117,7 @@ std::string errorsInWords(const StreamErrors& errors) {
     std::string words;
     const char* separator = "; ";
     for (const IndicatorRow& row : indicatorRows) {
-        if (const std::uint64_t count = errors.indicators[row.indicator];
-            count > 0 && !isWithheld(errors, row.indicator)) {
+        if (const std::uint64_t count = errors.indicators[row.indicator]; count > 0) {
             words.append(std::exchange(separator, ", "))
                 .append(row.name)
                 .append(" ")
@@ -138,7 +127,7 @@ std::string errorsInWords(const StreamErrors& errors) {
     separator = "; PIDs with errors: ";
     std::size_t pids = 0;
     for (const auto& [pid, own] : errors.pids) {
-        if (isAny(errors, own) && ++pids <= mostNamed) {
+        if (own.any() && ++pids <= mostNamed) {
             words.append(std::exchange(separator, ", ")).append(std::to_string(pid));
         }
     }

@@ -24,7 +24,20 @@ std::uint16_t pidOrNone(std::uint16_t pid) {
 // replaced.
 char harmless(char c) {
     const auto code = static_cast<unsigned char>(c);
-    return c == '"' ? '\'' : c == '\\' ? '/' : code < 0x20 || code == 0x7F ? ' ' : c;
+    return c == '"' ? '\'' : c == '\\' ? '/' : (code < 0x20 && c != '\0') || code == 0x7F ? ' ' : c;
+}
+
+// The same of UTF-8, in which U+0080 to U+009F, control characters too, have two bytes.
+std::string harmless(const std::string& text) {
+    constexpr char lead = '\xC2';
+    std::string result;
+    for (std::size_t k = 0; k < text.size(); ++k) {
+        const bool control = text[k] == lead && k + 1 < text.size() &&
+                             (static_cast<unsigned char>(text[k + 1]) & 0xE0) == 0x80;
+        result += control ? ' ' : harmless(text[k]);
+        k += control ? 1 : 0;
+    }
+    return result;
 }
 
 // Bytes of the whole UTF-8 characters that a text begins with, as far as there is room.
@@ -45,10 +58,9 @@ std::size_t wholeCharacters(const std::string& text, std::size_t room) {
 
 // Writes UTF-8 text into a field, cut at a character boundary, with a terminating zero inside the field.
 void putText(std::span<char> field, const std::string& text) {
-    const std::size_t length = wholeCharacters(text, field.size() - 1);
-    for (std::size_t k = 0; k < length; ++k) {
-        field[k] = harmless(text[k]);
-    }
+    const std::string shown = harmless(text);
+    const std::size_t length = wholeCharacters(shown, field.size() - 1);
+    std::copy_n(shown.begin(), length, field.begin());
     field[length] = '\0';
 }
 

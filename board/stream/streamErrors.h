@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <set>
 #include <string_view>
 #include <utility>
 
@@ -77,12 +78,21 @@ class IndicatorCounts {
 struct PidErrors {
     IndicatorCounts indicators;
     std::uint64_t badSections = 0;
+
+    bool any() const {
+        return badSections > 0 || indicators.any(indicatorRows.back().priority);
+    }
 };
 
 struct StreamErrors {
     IndicatorCounts indicators;
-    std::uint64_t badSections = 0; // with a wrong CRC or impossible lengths
-    bool accuracyMeasured = false; // Indicator::pcrAccuracy: of streams of constant bit rate alone
+    std::uint64_t badSections = 0;          // with a wrong CRC or impossible lengths
+    std::set<std::uint16_t> measuredClocks; // PIDs whose PCRs' accuracy is measured; the others have no count
+
+    // Whether Indicator::pcrAccuracy says anything: of this stream, or of one before.
+    bool accuracyMeasured() const {
+        return !measuredClocks.empty() || indicators[Indicator::pcrAccuracy] > 0;
+    }
 
     // By PID, since the stream began that there is now; those alone that have any. Its sync and the packets
     // of PIDs that have never been there are nobody's.

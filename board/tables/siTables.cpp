@@ -32,10 +32,20 @@ Clock clockOf(std::uint64_t bcd) {
     return clock;
 }
 
+bool isDecimal(std::uint64_t bcd, int digits) {
+    constexpr int bitsPerDigit = 4;
+    for (; digits > 0; --digits, bcd >>= bitsPerDigit) {
+        if ((bcd & 0xF) > 9) {
+            return false;
+        }
+    }
+    return true;
+}
+
 // So many seconds, of no more hours than these; nothing where it is no time, as in one that is undefined.
 std::optional<std::uint32_t> secondsOf(std::uint64_t bcd, int mostHours) {
     const Clock clock = clockOf(bcd);
-    if (clock.hours > mostHours || clock.minutes > 59 || clock.seconds > 59) {
+    if (!isDecimal(bcd, 6) || clock.hours > mostHours || clock.minutes > 59 || clock.seconds > 59) {
         return std::nullopt;
     }
     return static_cast<std::uint32_t>(clock.inSeconds);

@@ -28,7 +28,7 @@ struct Row {
 
 // Streams that are not listed carry data. Enhanced AC-3, DTS and others are audio of a coding that the PMT
 // record has no code for.
-constexpr std::array<Row<std::uint8_t>, 29> byStreamType{{
+constexpr std::array<Row<std::uint8_t>, 30> byStreamType{{
     {0x01, {StreamKind::video, 0}},             // MPEG-1 video
     {0x02, {StreamKind::video, 0}},             // MPEG-2 video
     {0x03, {StreamKind::audio, mpeg1Audio}},    //
@@ -47,6 +47,7 @@ constexpr std::array<Row<std::uint8_t>, 29> byStreamType{{
     {0x33, {StreamKind::video, 0}},             // H.266
     {0x35, {StreamKind::video, 0}},             // EVC
     {0x42, {StreamKind::video, 0}},             // AVS
+    {0x43, {StreamKind::audio, unknownCoding}}, // AVS
     {0x81, {StreamKind::audio, ac3}},           // ATSC A/53
     {0x87, {StreamKind::audio, unknownCoding}}, // ATSC A/53, Enhanced AC-3
     {0x88, {StreamKind::audio, unknownCoding}}, // ANSI/SCTE 194-2, DTS-HD
@@ -67,9 +68,11 @@ constexpr std::array<Row<std::uint8_t>, 4> byDescriptor{{
     {0x7B, {StreamKind::audio, unknownCoding}}, // DTS
     {0x7C, {StreamKind::audio, aac}},           // AAC
 }};
-constexpr std::array<Row<std::uint8_t>, 2> byExtensionDescriptor{{
+constexpr std::array<Row<std::uint8_t>, 4> byExtensionDescriptor{{
     {0x0E, {StreamKind::audio, unknownCoding}}, // DTS-HD
+    {0x0F, {StreamKind::audio, unknownCoding}}, // DTS Neural
     {0x15, {StreamKind::audio, unknownCoding}}, // AC-4
+    {0x21, {StreamKind::audio, unknownCoding}}, // DTS-UHD
 }};
 
 // Stream types of programs and streams that are registered as HDMV. Elsewhere 0x82 is a subtitle, for

@@ -149,8 +149,32 @@ TEST_F(BoardProcess, SaysWhatIsWrongWithTheAddressToPublishOn) {
               refusal("192.0.2.1", "Cannot assign requested address"));
 }
 
+// The board behind this shell's closing of descriptors.
+std::vector<std::string> without(const std::string& closing, std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), {"/bin/sh", "-c", "exec \"$0\" \"$@\" " + closing, MPEGFE_BOARD});
+    return arguments;
+}
+
+TEST_F(BoardProcess, FindsNothingInAStandardInputThatIsClosed) {
+    board.emplace(without("<&-", {"--print", "-"}), std::vector<std::string>{});
+    EXPECT_EQ(end(),
+              "mpegfe-board: cannot play -: expected a transport stream: packets of 188 bytes that start "
+              "with 0x47, got nothing; name a transport stream\nexit code 1");
+}
+
+TEST_F(BoardProcess, WritesItsConsoleIntoNoOtherFileWhereStandardErrorIsClosed) {
+    const std::string lock = WIRE_DIRECTORY "/mpegfe-board.lock";
+    std::filesystem::remove(lock); // of a test before
+    board.emplace(without("<&- >&- 2>&-", {"--once", "--fast", sample}), std::vector<std::string>{});
+    EXPECT_EQ(end(), "exit code 0");
+    std::ifstream held(lock);
+    const std::string text{std::istreambuf_iterator<char>(held), {}};
+    EXPECT_EQ(text.find("mpegfe-board:"), std::string::npos) << text;
+}
+
 TEST_F(BoardProcess, FollowsNoLinkToAnotherFile) {
     const std::string lock = WIRE_DIRECTORY "/mpegfe-board.lock";
+    std::filesystem::remove(lock); // of a test before
     std::filesystem::create_symlink("/nowhere", lock);
     EXPECT_EQ(outcome({sample}),
               "mpegfe-board: cannot use the lock " + lock +

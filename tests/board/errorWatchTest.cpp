@@ -127,7 +127,7 @@ Change nextAt(int ms, bool Slot::*thing) {
 
 TEST_F(Indicators, ShowNothingOfASoundStream) {
     EXPECT_EQ(shownOf(stream(12'000)), "");
-    EXPECT_TRUE(analyser.errors().accuracyMeasured);
+    EXPECT_TRUE(analyser.errors().accuracyMeasured());
     EXPECT_FALSE(analyser.errors().any());
     EXPECT_TRUE(analyser.errors().pids.empty());
 }
@@ -397,13 +397,13 @@ TEST_F(Indicators, CountPcrsThatAreWrongByMoreThan500Nanoseconds) {
         << "74 us";
     analyser = board::Analyser(1s);
     EXPECT_EQ(shownOf(stream(9200, inaccurateBy(11))), "") << "407 ns";
-    EXPECT_TRUE(analyser.errors().accuracyMeasured);
+    EXPECT_TRUE(analyser.errors().accuracyMeasured());
 }
 
 TEST_F(Indicators, SayNothingOfTheAccuracyOfPcrsInAStreamOfVariableBitRate) {
     const auto variable = [](int ms, Slot& slot) { slot.room = ms / 500 % 2 == 0 ? 10 : 30; };
     EXPECT_EQ(shownOf(stream(10'000, variable)), "");
-    EXPECT_FALSE(analyser.errors().accuracyMeasured);
+    EXPECT_FALSE(analyser.errors().accuracyMeasured());
 }
 
 TEST_F(Indicators, TakeBackWhatTheySaidOfAccuracyWhenTheBitRateTurnsOutToVary) {
@@ -412,13 +412,13 @@ TEST_F(Indicators, TakeBackWhatTheySaidOfAccuracyWhenTheBitRateTurnsOutToVary) {
         slot.room = ms >= 8000 && ms / 500 % 2 == 0 ? 30 : 10;
     };
     EXPECT_EQ(shownOf(stream(12'000, later)), "");
-    EXPECT_FALSE(analyser.errors().accuracyMeasured);
+    EXPECT_FALSE(analyser.errors().accuracyMeasured());
 }
 
 TEST_F(Indicators, MeasureNoAccuracyOfALiveSource) {
     analyser = board::Analyser(1s, board::SourceKind::live);
     EXPECT_EQ(shownOf(stream(8000, inaccurateBy(50))), "");
-    EXPECT_FALSE(analyser.errors().accuracyMeasured);
+    EXPECT_FALSE(analyser.errors().accuracyMeasured());
 }
 
 TEST_F(Indicators, MeasureAccuracyBetweenLostPackets) {
@@ -430,7 +430,7 @@ TEST_F(Indicators, MeasureAccuracyBetweenLostPackets) {
     bytes.erase(bytes.begin() + static_cast<std::ptrdiff_t>(lost),
                 bytes.begin() + static_cast<std::ptrdiff_t>(lost + board::tsPacketSize));
     EXPECT_EQ(shownOf(bytes), "Continuity_count_error 1;") << "where packets stand is no fault of the PCRs";
-    EXPECT_TRUE(analyser.errors().accuracyMeasured);
+    EXPECT_TRUE(analyser.errors().accuracyMeasured());
 }
 
 TEST_F(Indicators, WaitSevenTenthsOfASecondForATimeStamp) {
@@ -546,6 +546,32 @@ TEST_F(Indicators, TellHowManyPacketsAreScrambled) {
     ASSERT_NE(audio, pids.end());
     EXPECT_EQ(audio->payloads, 20U);
     EXPECT_EQ(audio->scrambledPayloads, 10U);
+}
+
+TEST(ErrorWatch, MeasuresTheAccuracyOfEachClockByItself) {
+    constexpr std::uint16_t steady = 0x101;
+    constexpr std::uint16_t varying = 0x201;
+    constexpr board::Ticks step = 40ms;
+    board::StreamModel model;
+    model.programs = {{1, 0x100, board::ProgramMap{steady, {}, {}}},
+                      {2, 0x200, board::ProgramMap{varying, {}, {}}}};
+    board::ErrorWatch watch(true);
+    watch.follow(model, board::Ticks::zero());
+    board::Ticks other{0};
+    for (int k = 0; k < 500; ++k) {
+        const board::Ticks now = k * step;
+        const auto packet = static_cast<std::uint64_t>(k) * 20;
+        watch.pcr(steady, now + 1s + board::Ticks(k * 7919 % 2001 - 1000), false, packet, now);
+        other += step + board::Ticks(k / 35 % 2 == 0 ? 0 : 27'000);
+        watch.pcr(varying, other, false, packet + 10, now);
+    }
+    using board::Indicator;
+    const board::StreamErrors& errors = watch.errors();
+    EXPECT_EQ(errors.measuredClocks, std::set<std::uint16_t>{steady});
+    ASSERT_TRUE(errors.pids.contains(steady));
+    const std::uint64_t inaccurate = errors.pids.at(steady).indicators[Indicator::pcrAccuracy];
+    EXPECT_GT(inaccurate, 0U);
+    EXPECT_EQ(errors.indicators[Indicator::pcrAccuracy], inaccurate) << "those of the varying one are none";
 }
 
 } // namespace

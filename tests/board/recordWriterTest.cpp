@@ -186,6 +186,14 @@ TEST_F(RecordWriter, ReplacesWhatWouldBreakADocument) {
     EXPECT_STREQ(records->sdt.services[0].providerName, "");
 }
 
+TEST_F(RecordWriter, ReplacesControlCharactersOfTwoBytesToo) {
+    pidList({0});
+    board::ServiceTable services{1, 1, {{5, 1, false, "a\xC2\x80z\xC2\x9F\xC2\xA0\xC3\x80", {}}}};
+    model.services = services;
+    write();
+    EXPECT_STREQ(records->sdt.services[0].serviceName, "a z \xC2\xA0\xC3\x80");
+}
+
 TEST_F(RecordWriter, ListsPresentAndFollowingThenTheScheduleFromThereOn) {
     model.programs = {{1, 100, {}}, {2, 200, {}}};
     board::EventTable& table = model.events[2];

@@ -107,6 +107,15 @@ TEST(StreamTypes, KnowsHdmvTypesWhereTheyAreRegistered) {
     EXPECT_EQ(classOf(0x90, program), "data 0"); // presentation graphics
 }
 
+TEST(StreamTypes, KnowsAudioOfAvsAndOfTheNewerDts) {
+    EXPECT_EQ(classOf(0x43), "audio 0");
+    for (const int tag : {0x0F, 0x21}) {
+        StreamHints extended;
+        extended.extensionTags = {static_cast<std::uint8_t>(tag)};
+        EXPECT_EQ(classOf(0x06, extended), "audio 0") << tag;
+    }
+}
+
 TEST(StreamTypes, TellsHeAacByItsProfile) {
     EXPECT_EQ(classOf(0x11, profiled(0x51)), "audio 1");
     EXPECT_EQ(classOf(0x11, profiled(0x58)), "audio 5");

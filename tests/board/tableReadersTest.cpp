@@ -245,4 +245,13 @@ TEST(TableReaders, ReadAsManyProgramsAsASectionHolds) {
     EXPECT_EQ(programs->back().program, 999);
 }
 
+TEST(TableReaders, TakeDigitsThatAreNotDecimalForNoTime) {
+    Bytes time = tdt(60000, 10);
+    ASSERT_TRUE(board::readTime(time));
+    time[5] = 0x1A;
+    time[6] = 0x2B;
+    time[7] = 0x3C;
+    EXPECT_FALSE(board::readTime(time));
+}
+
 } // namespace
