@@ -6,6 +6,7 @@
 #include "waiting.h"
 #include "web/api.h"
 #include "web/livePicture.h"
+#include "web/wallClock.h"
 #include "web/webServer.h"
 
 #include "companions/stopSignals.h"
@@ -21,18 +22,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
-
-// Times of the wall clock that never go back: what it said at the beginning, and what has passed since.
-class WallClock {
-  public:
-    PictureTime at(Time now) const {
-        return std::chrono::floor<milliseconds>(wallBegin.time_since_epoch() + (now - begin));
-    }
-
-  private:
-    std::chrono::system_clock::time_point wallBegin = std::chrono::system_clock::now();
-    Time begin = Clock::now();
-};
 
 class PageService {
   public:
@@ -53,6 +42,7 @@ class PageService {
     void waitAndStep() {
         wait();
         now = Clock::now();
+        live.setForward(wall.follow(std::chrono::system_clock::now(), now));
         server.step();
         watch();
         exchange.step(now);
@@ -202,8 +192,8 @@ class PageService {
         return first;
     }
 
-    WallClock wall;
     Time now = Clock::now();
+    WallClock wall{std::chrono::system_clock::now(), now};
     LivePicture live{wall.at(now)};
     Rotation rotation{now};
     Exchange exchange;

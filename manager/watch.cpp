@@ -3,6 +3,7 @@
 #include "waiting.h"
 
 #include "documents/documentReader.h"
+#include "terminal/terminalKind.h"
 #include "terminal/watchScreen.h"
 #include "text/displayText.h"
 
@@ -161,7 +162,7 @@ void watchOnScreen(Endpoints& endpoints, const Options& options) {
 
 void watch(Endpoints& endpoints, const Options& options, Printer& printer) {
     const bool onScreen = isatty(STDIN_FILENO) == 1 && isatty(STDOUT_FILENO) == 1;
-    if (onScreen && options.output != Output::json) {
+    if (onScreen && options.output != Output::json && canPlaceText()) {
         watchOnScreen(endpoints, options);
     } else {
         watchInLines(endpoints, options, printer);

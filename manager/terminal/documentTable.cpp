@@ -56,10 +56,14 @@ std::string inHeading(const std::string& text) {
 
 // EN 300 468, service_type of the service descriptor; a type without a row is shown as its number.
 std::string serviceType(int code) {
-    constexpr std::array<std::pair<int, const char*>, 12> names{{
+    constexpr std::array<std::pair<int, const char*>, 16> names{{
         {1, "TV"},
         {2, "radio"},
         {3, "teletext"},
+        {4, "NVOD reference"},
+        {5, "NVOD"},
+        {6, "mosaic"},
+        {7, "FM radio"},
         {10, "radio"},
         {12, "data"},
         {16, "DVB MHP"},

@@ -5,9 +5,11 @@
 #include <algorithm>
 #include <clocale>
 #include <cstdio>
+#include <langinfo.h>
 #include <ncurses.h>
 #include <span>
 #include <stdexcept>
+#include <string_view>
 #include <vector>
 
 namespace manager {
@@ -79,7 +81,11 @@ void showRow(int place, const WatchedRow& row, const WatchedTable& table,
 } // namespace
 
 WatchScreen::WatchScreen() {
-    std::setlocale(LC_CTYPE, ""); // for the terminal's characters
+    // For the terminal's characters, which are taken for UTF-8 whatever the locale says.
+    std::setlocale(LC_CTYPE, "");
+    if (std::string_view(nl_langinfo(CODESET)) != "UTF-8") {
+        std::setlocale(LC_CTYPE, "C.UTF-8");
+    }
     if (newterm(nullptr, stdout, stdin) == nullptr) {
         throw std::runtime_error("the terminal is of no known type");
     }

@@ -18,6 +18,16 @@ bool changesDirection(utf8proc_int32_t codePoint) {
     return std::find(classes.begin(), classes.end(), bidiClass) != classes.end();
 }
 
+// Shown as nothing, or as a blank that is none: Default_Ignorable_Code_Point, the empty pattern of Braille,
+// and the marks of annotations.
+bool isInvisible(utf8proc_int32_t codePoint) {
+    constexpr utf8proc_int32_t noDots = 0x2800;
+    constexpr utf8proc_int32_t firstMark = 0xFFF9;
+    constexpr utf8proc_int32_t lastMark = 0xFFFB;
+    return utf8proc_get_property(codePoint)->ignorable != 0 || codePoint == noDots ||
+           (codePoint >= firstMark && codePoint <= lastMark);
+}
+
 std::string hexadecimal(const char* format, unsigned value) {
     std::array<char, 16> text{};
     std::snprintf(text.data(), text.size(), format, value);
@@ -47,7 +57,7 @@ bool isDisplayable(const Character& character) {
     const utf8proc_int32_t codePoint = character.codePoint;
     return codePoint >= 0 &&
            std::find(hidden.begin(), hidden.end(), utf8proc_category(codePoint)) == hidden.end() &&
-           !changesDirection(codePoint);
+           !changesDirection(codePoint) && !isInvisible(codePoint);
 }
 
 std::size_t displayWidth(std::string_view text) {

@@ -25,8 +25,9 @@ bool isDisplayable(const Character& character);
 std::size_t displayWidth(std::string_view text);
 
 // The text with everything that a terminal would act on or not show written out: a byte that is not UTF-8 as
-// \xE9; control characters, line and paragraph separators, characters that change the writing direction, and
-// characters for private use (the emphasis marks of DVB text, EN 300 468 annex A, are among them) as \u{9B}.
+// \xE9; control characters, line and paragraph separators, characters that change the writing direction or
+// show nothing (a zero-width space), and characters for private use (the emphasis marks of DVB text, EN 300
+// 468 annex A, are among them) as \u{9B}.
 std::string displayable(std::string_view text);
 
 // A displayable text cut to this many columns, with an ellipsis in place of what is left out.

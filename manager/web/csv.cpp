@@ -42,7 +42,7 @@ class CsvText {
 
   private:
     void add(const std::string& value) {
-        constexpr std::string_view formulas = "=+-@\t\r";
+        constexpr std::string_view formulas = "=+-@\t\r\n";
         const bool isFormula = !value.empty() && formulas.find(value.front()) != std::string_view::npos;
         std::string quoted = isFormula ? "\"'" : "\"";
         std::string_view rest = value;

@@ -43,6 +43,11 @@ class LivePicture {
     void observe(ServiceState state, std::chrono::milliseconds lasting,
                  std::optional<PictureTime> watchedSince, PictureTime now);
 
+    // The clock of these times has been set forward by so much: nobody has waited for that long.
+    void setForward(std::chrono::milliseconds step) {
+        lastDocument += step;
+    }
+
     // Whether a change would tell anything.
     bool hasNews() const;
 

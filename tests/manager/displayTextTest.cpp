@@ -39,6 +39,13 @@ TEST(Displayable, writesOutLineSeparatorsAndChangesOfDirection) {
     EXPECT_EQ(displayable("a\u2028b\u202Ec"), R"(a\u{2028}b\u{202E}c)");
 }
 
+TEST(Displayable, writesOutWhatShowsNothing) {
+    EXPECT_EQ(displayable("a\u00AD\u034F\u115F\u17B4\u180E\u200B\u2800"),
+              R"(a\u{AD}\u{34F}\u{115F}\u{17B4}\u{180E}\u{200B}\u{2800})");
+    EXPECT_EQ(displayable("\u3164\uFE0F\uFEFF\uFFA0\uFFF9\U0001D173\U000E0001\U000E0041\U000E0100"),
+              R"(\u{3164}\u{FE0F}\u{FEFF}\u{FFA0}\u{FFF9}\u{1D173}\u{E0001}\u{E0041}\u{E0100})");
+}
+
 TEST(Displayable, writesOutBytesThatAreNotUtf8) {
     EXPECT_EQ(displayable("T\xE9l\xE9"), R"(T\xE9l\xE9)");
     EXPECT_EQ(displayable("cut \xD0"), R"(cut \xD0)");

@@ -5,6 +5,7 @@
 #include "exchange/rotation.h"
 #include "web/csv.h"
 #include "web/rateTable.h"
+#include "web/wallClock.h"
 
 #include <gtest/gtest.h>
 #include <optional>
@@ -200,6 +201,34 @@ TEST_F(LivePictureTest, setsRatesSideBySide) {
     EXPECT_EQ(rateTable(live.picture(), 1s, now),
               R"({"times":[1001030,1002030],"total":[9000,9000],)"
               R"("pids":{"256":[1000,null],"257":[null,7000]},"programs":{"1":[null,null]}})");
+}
+
+TEST_F(LivePictureTest, writesRatesOfAnySize) {
+    take("pidData", pidList({pid(256, 1, "VIDEO", "99999999999999.999Mbps")}));
+    EXPECT_EQ(rateTable(live.picture(), 900s, now),
+              R"({"times":[1000000],"total":[9000],"pids":{"256":[100000002004087734272]},"programs":{}})");
+}
+
+TEST(WallClockTest, followsAClockThatIsSetForward) {
+    const std::chrono::system_clock::time_point wall(1000s);
+    const manager::Time begin(5s);
+    manager::WallClock clock(wall, begin);
+    EXPECT_EQ(clock.at(begin + 2s), PictureTime(1002s));
+    EXPECT_EQ(clock.follow(wall + 2900ms, begin + 2s), 0ms);
+    EXPECT_EQ(clock.at(begin + 2s), PictureTime(1002s));
+    EXPECT_EQ(clock.follow(wall + 1h, begin + 2s), 1h - 2s);
+    EXPECT_EQ(clock.at(begin + 2s), PictureTime(1000s + 1h));
+    EXPECT_EQ(clock.follow(wall, begin + 3s), 0ms) << "times never go back";
+    EXPECT_EQ(clock.at(begin + 3s), PictureTime(1001s + 1h));
+}
+
+TEST_F(LivePictureTest, missesNoStreamWhenTheClockIsSetForward) {
+    take("pidData", pidList({pid(256, 1)}));
+    observe(ServiceState::answering);
+    now += 1h;
+    live.setForward(1h);
+    observe(ServiceState::answering);
+    EXPECT_NE(live.everything(now)->find(R"("state":"running")"), std::string::npos);
 }
 
 TEST_F(LivePictureTest, writesTablesThatASpreadsheetTakesForText) {

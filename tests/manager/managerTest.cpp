@@ -418,6 +418,22 @@ TEST_F(Manager, takesAProgramsNumberForItsDetailOnlyAndNotBesideAnIndex) {
               "exit code 2\n");
 }
 
+TEST_F(Manager, takesNothingBesideThePageThatItWouldIgnore) {
+    const std::vector<std::vector<std::string>> others{
+        {"--table"}, {"--json"}, {"--timeout", "3"}, {"--documents", "2"}, {"--program", "501"}};
+    for (const std::vector<std::string>& other : others) {
+        std::vector<std::string> words{"--web", "127.0.0.1:0"};
+        words.insert(words.end(), other.begin(), other.end());
+        EXPECT_EQ(
+            transcript(*start(words)),
+            "mpegfe-manager: the command line is wrong: expected a data stream and its value, for example "
+            "\"pidData on --table\", got an error: " +
+                other.front() +
+                " excludes --web; see mpegfe-manager --help\n"
+                "exit code 2\n");
+    }
+}
+
 TEST_F(Manager, takesAnIndexBelowZeroForAnIndexAndNotForAnOption) {
     EXPECT_EQ(transcript(*start({"pgmDetail", "-1"})),
               "mpegfe-manager: the request is incomplete: expected a program index from 0 to 58 after "

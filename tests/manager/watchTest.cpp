@@ -73,7 +73,8 @@ std::string readUntil(int descriptor, const std::string& wanted) {
 // The program on a terminal of its own.
 class OnTerminal {
   public:
-    explicit OnTerminal(const std::vector<std::string>& arguments) {
+    explicit OnTerminal(const std::vector<std::string>& arguments, const char* kind = "xterm",
+                        const char* locale = "C.UTF-8") {
         winsize size{.ws_row = 12, .ws_col = 80, .ws_xpixel = 0, .ws_ypixel = 0};
         std::vector<const char*> words{MPEGFE_MANAGER};
         for (const std::string& argument : arguments) {
@@ -82,8 +83,8 @@ class OnTerminal {
         words.push_back(nullptr);
         pid = forkpty(&terminal, nullptr, nullptr, &size);
         if (pid == 0) {
-            setenv("TERM", "xterm", 1);
-            setenv("LC_ALL", "C.UTF-8", 1);
+            setenv("TERM", kind, 1);
+            setenv("LC_ALL", locale, 1);
             execv(words[0], const_cast<char* const*>(words.data()));
             _exit(127);
         }
@@ -200,6 +201,30 @@ TEST_F(Watch, showsATableInPlaceUntilItIsQuit) {
     EXPECT_NE(manager.readUntil("4321").find("4321"), std::string::npos);
     manager.resize(6, 20);
     manager.press("q");
+    serveEnd(service);
+    EXPECT_EQ(manager.ending(), "exit code 0");
+}
+
+TEST_F(Watch, showsUtf8WhateverTheLocaleSays) {
+    OnTerminal manager({"PAT", "on", "--watch"}, "xterm", "C");
+    manager.resize(12, 20);
+    ScriptedService service;
+    serve(service, patRequest, patWith("1"));
+    const std::string screen = manager.readUntil("q quit");
+    EXPECT_NE(screen.find("\u2026"), std::string::npos) << screen;
+}
+
+TEST_F(Watch, showsOneTableAfterTheOtherWhereNothingCanBePlaced) {
+    OnTerminal manager({"PAT", "on", "--watch"}, "dumb");
+    ScriptedService service;
+    serve(service, patRequest, patWith("1"));
+    const std::string screen = manager.readUntil("0x0100");
+    EXPECT_NE(screen.find("PAT: 1 program, 1.500Kbps"), std::string::npos) << screen;
+    EXPECT_EQ(screen.find("q quit"), std::string::npos) << screen;
+    EXPECT_EQ(screen.find('\x1b'), std::string::npos) << screen;
+    serve(service, patRequest, patWith("4321"));
+    manager.readUntil("4321");
+    manager.press("\x03");
     serveEnd(service);
     EXPECT_EQ(manager.ending(), "exit code 0");
 }
