@@ -9,6 +9,7 @@
 #include <sys/epoll.h>
 #include <sys/socket.h>
 #include <system_error>
+#include <utility>
 
 namespace manager {
 
@@ -55,6 +56,10 @@ void EventStreams::publish(const EventText& message) {
     }
 }
 
+bool EventStreams::haveMoved() {
+    return std::exchange(moved, false);
+}
+
 void EventStreams::dropGone() {
     epoll_event event{};
     while (epoll_wait(gone.get(), &event, 1, 0) == 1) {
@@ -79,6 +84,7 @@ ssize_t EventStreams::read(void* closure, std::uint64_t /*position*/, char* buff
     const std::string& message = *stream.waiting.front();
     const std::size_t length = message.copy(buffer, room, stream.sent);
     stream.sent += length;
+    stream.all.moved = true;
     if (stream.sent == message.size()) {
         stream.waiting.pop_front();
         stream.sent = 0;
@@ -97,6 +103,7 @@ void EventStreams::close(void* closure) {
 void EventStreams::wake(Stream& stream) {
     if (stream.isSuspended) {
         stream.isSuspended = false;
+        stream.all.moved = true;
         MHD_resume_connection(stream.connection);
     }
 }

@@ -39,6 +39,9 @@ class EventStreams {
 
     void dropAll();
 
+    // Whether a stream has been taken up again or has handed on a piece since this was last asked.
+    bool haveMoved();
+
     std::size_t size() const {
         return streams.size();
     }
@@ -61,6 +64,7 @@ class EventStreams {
 
     Descriptor gone; // epoll
     std::list<Stream> streams;
+    bool moved = false;
 };
 
 } // namespace manager

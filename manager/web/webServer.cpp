@@ -219,7 +219,11 @@ std::optional<std::chrono::milliseconds> WebServer::patience() const {
 
 void WebServer::step() {
     eventStreams.dropGone();
-    MHD_run(daemon.get());
+    // A run takes a stream up again, and only the next ones send, a piece each; the library does not ask for
+    // them.
+    do {
+        MHD_run(daemon.get());
+    } while (eventStreams.haveMoved());
 }
 
 bool WebServer::adopt(Descriptor connection) {

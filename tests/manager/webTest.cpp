@@ -5,10 +5,13 @@
 #include "support/childProcess.h"
 #include "support/isolation.h"
 
+#include "web/webServer.h"
+
 #include "companions/json.h"
 
 #include <algorithm>
 #include <arpa/inet.h>
+#include <array>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
@@ -203,6 +206,34 @@ class Web : public testing::Test {
     std::unique_ptr<ChildProcess> manager;
     std::uint16_t port = 0;
 };
+
+// Otherwise it would wait for whatever comes next.
+TEST(WebServerStep, sendsWhatHasBeenPublishedAtOnce) {
+    const auto message = [](const char* text) { return std::make_shared<const std::string>(text); };
+    manager::ServedAddress address("127.0.0.1:0");
+    manager::WebServer server(address, {.answer = [](const auto&) { return manager::WebAnswer{}; },
+                                        .firstEvent = [&] { return message("first\n\n"); }});
+    std::array<int, 2> ends{};
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends.data()), 0);
+    const manager::Descriptor browser(ends[0]);
+    ASSERT_TRUE(server.adopt(manager::Descriptor(ends[1])));
+    const std::string url = address.url();
+    const std::string request =
+        "GET /api/events HTTP/1.1\r\nHost: " + url.substr(7, url.size() - 8) + "\r\n\r\n";
+    ASSERT_GT(::send(browser.get(), request.data(), request.size(), MSG_NOSIGNAL), 0);
+    const auto received = [&] {
+        std::array<char, 4096> buffer{};
+        const ssize_t length = recv(browser.get(), buffer.data(), buffer.size(), 0);
+        return std::string(buffer.data(), length > 0 ? static_cast<std::size_t>(length) : 0);
+    };
+    for (int i = 0; i < 5; ++i) {
+        server.step();
+    }
+    EXPECT_THAT(received(), HasSubstr("first\n\n"));
+    server.publish(message("second\n\n"));
+    server.step();
+    EXPECT_THAT(received(), HasSubstr("second\n\n"));
+}
 
 // Whether each line of a module is as it was, or is empty and was nothing but a comment.
 bool isWithoutComments(const std::string& served, const std::string& source) {

@@ -16,7 +16,7 @@ export const pathOf = (name) => join(BUILD, PROGRAMS[name]);
 /**
  * @typedef {object} Program
  * @property {(pattern: RegExp) => Promise<RegExpExecArray>} said waits until its console says this; rejects when it ends before
- * @property {() => Promise<void>} kill as a crash would end it
+ * @property {(signal?: NodeJS.Signals) => Promise<void>} kill as a crash would end it, unless another signal is given
  */
 
 /**
@@ -57,9 +57,9 @@ export function startProgram(name, ...words) {
         ended.then(() => reject(new Error(`the ${name} has ended and not said ${pattern}: ${said.slice(-2000)}`)));
         look();
       }),
-    async kill() {
+    async kill(signal = 'SIGKILL') {
       isKilled = true;
-      child.kill('SIGKILL');
+      child.kill(signal);
       await ended;
     },
   };
