@@ -22,8 +22,6 @@ using Milliseconds = std::chrono::milliseconds;
 constexpr Milliseconds graceForRetry{250};
 // Between two renewals: about what libzmq itself waits between two attempts.
 constexpr Milliseconds renewalInterval{100};
-// For a handshake. libzmq has 30 s for it, in which another peer may have come to the endpoint.
-constexpr Milliseconds handshakePatience{1000};
 // For the reply of a peer that has come in the place of the one that had the request. It may have the request
 // too, when libzmq had not sent all of it.
 constexpr Milliseconds nextPeerPatience{1000};
@@ -36,7 +34,7 @@ constexpr std::size_t maxConnections = 6;
 constexpr int noDescriptor = -1;
 
 constexpr int watchedEvents =
-    ZMQ_EVENT_CONNECTED | ZMQ_EVENT_HANDSHAKE_SUCCEEDED | ZMQ_EVENT_DISCONNECTED | ZMQ_EVENT_CONNECT_RETRIED;
+    ZMQ_EVENT_HANDSHAKE_SUCCEEDED | ZMQ_EVENT_DISCONNECTED | ZMQ_EVENT_CONNECT_RETRIED;
 
 constexpr Clock::time_point never = Clock::time_point::max();
 
@@ -59,8 +57,6 @@ struct Connection {
     // Readable when libzmq has something for the socket to do. None until the connection has been made anew:
     // the socket does it in its own waits.
     int commandDescriptor = noDescriptor;
-    Clock::time_point greeted = never; // when there came a connection, without its handshake so far
-    bool patient = false;              // libzmq leaves a handshake more time than there is for it
     bool established = false;          // a peer is there
     Clock::time_point since;           // then
     Clock::time_point doubted = never; // when the peer was first missed that may have gone without a word
@@ -126,11 +122,7 @@ void doubt(void* socket, Clock::time_point loss) {
 
 void noteEvent(Connection& connection, std::uint16_t event) {
     switch (event) {
-    case ZMQ_EVENT_CONNECTED:
-        connection.greeted = Clock::now();
-        break;
     case ZMQ_EVENT_HANDSHAKE_SUCCEEDED:
-        connection.greeted = never;
         connection.established = true;
         connection.ended = false;
         connection.since = Clock::now();
@@ -145,7 +137,6 @@ void noteEvent(Connection& connection, std::uint16_t event) {
         break;
     case ZMQ_EVENT_DISCONNECTED:
         connection.lost = connection.lost || isOpen(connection.request);
-        connection.greeted = never;
         connection.established = false;
         connection.ended = true;
         connection.when = Clock::now();
@@ -169,9 +160,6 @@ Clock::time_point renewalTime(const Connection& connection, const void* requeste
     if (connection.doubted != never) {
         due = connection.doubted + recordPatience;
     }
-    if (connection.patient && connection.greeted != never) {
-        due = std::min(due, connection.greeted + handshakePatience);
-    }
     if (connection.ended) {
         due = connection.when + graceForRetry;
     }
@@ -185,10 +173,6 @@ void setInt(void* socket, int option, int value) {
     zmq_setsockopt(socket, option, &value, sizeof value);
 }
 
-void limitHandshakes(void* socket) {
-    setInt(socket, ZMQ_HANDSHAKE_IVL, static_cast<int>(handshakePatience.count()));
-}
-
 // The REQ socket waits for a reply that does not come any more.
 void sendAgain(Connection& connection) {
     setInt(connection.socket, ZMQ_REQ_RELAXED, 1);
@@ -199,7 +183,6 @@ void sendAgain(Connection& connection) {
 }
 
 void forgetPeer(Connection& connection) {
-    connection.greeted = never;
     connection.doubted = never;
     connection.established = false;
     connection.ended = false;
@@ -216,9 +199,6 @@ void renew(Connection& connection, const void* requester) {
     std::size_t size = sizeof connection.commandDescriptor;
     zmq_getsockopt(connection.socket, ZMQ_FD, &connection.commandDescriptor, &size);
     setInt(connection.socket, ZMQ_LINGER, 0);
-    // libzmq knows better when a handshake is over: of a peer with an older protocol it does not tell.
-    limitHandshakes(connection.socket);
-    connection.patient = false;
     forgetPeer(connection);
     zmq_disconnect(connection.socket, connection.endpoint);
     zmq_connect(connection.socket, connection.endpoint);
@@ -302,17 +282,13 @@ long shorter(long limit, long other) {
 
 } // namespace
 
-int connectSocket(void* context, void* socket, const char* endpoint, Handshakes handshakes) {
-    if (handshakes == Handshakes::limited) {
-        limitHandshakes(socket);
-    }
+int connectSocket(void* context, void* socket, const char* endpoint) {
     auto* const place = std::find_if(connections.begin(), connections.end(),
                                      [](const Connection& candidate) { return candidate.socket == nullptr; });
     if (place != connections.end()) {
         *place = {};
         place->socket = socket;
         place->endpoint = endpoint;
-        place->patient = handshakes == Handshakes::unlimited;
         watch(*place, context);
     }
     return zmq_connect(socket, endpoint);
@@ -365,7 +341,6 @@ bool replyIsOwed(void* socket) {
 void noteReply(void* socket) {
     if (Connection* connection = connectionOf(socket); connection != nullptr) {
         connection->request.owed = false;
-        connection->greeted = never;
     }
 }
 

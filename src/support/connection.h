@@ -1,9 +1,8 @@
 // Connections that outlive their peers. libzmq connects again when a peer goes, but never after one has
 // broken the protocol: of the wrong socket type or mechanism, with a malformed greeting or command, with a
-// frame that is too large. It says neither. For one that accepts a connection and stays mute it has 30 s. So
-// every connection is watched through libzmq's monitor, and made anew when libzmq has given it up, or is too
-// patient. The monitor's events are read in every wait of the service, because one whose queue is full stops
-// libzmq's I/O thread.
+// frame that is too large. It says neither. So every connection is watched through libzmq's monitor, and made
+// anew when libzmq has given it up. The monitor's events are read in every wait of the service, because one
+// whose queue is full stops libzmq's I/O thread.
 //
 // Sockets that were not connected here (a test's own) are used as they are.
 #pragma once
@@ -18,17 +17,9 @@ enum class RequestLife {
     untilReplaced, // each new peer is told, once somebody waits for what it asks for
 };
 
-// Who ends a handshake that takes more than a second.
-enum class Handshakes {
-    limited,   // libzmq, by an option of the socket
-    unlimited, // whoever waits, as no option may be set before the first connection. It is made anew once
-               // also when the peer has an older protocol, of whose handshakes libzmq does not tell
-};
-
 // Connects the socket, which has no connection yet, and watches the connection. endpoint lives as long as the
 // socket. Returns what zmq_connect does. Without a descriptor left for the watching it is done without.
-int connectSocket(void* context, void* socket, const char* endpoint,
-                  Handshakes handshakes = Handshakes::unlimited);
+int connectSocket(void* context, void* socket, const char* endpoint);
 
 // Ends the watching. The connection itself stays.
 void stopWatching(void* socket);

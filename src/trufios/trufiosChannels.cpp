@@ -50,7 +50,7 @@ void initMPEGsideofMLC_MPEG_CTX(TrufiosChannels* vtx) {
     require(vtx->mpegMstmlc != nullptr, "vtx->mpegMstmlc != ((void *)0)", 102);
     allowAbandoning(vtx->mpegMstmlc);
     limitWhatIsHeld(vtx->mpegMstmlc);
-    int rc = connectSocket(vtx->context, vtx->mpegMstmlc, wire::documentEndpoint, Handshakes::limited);
+    int rc = connectSocket(vtx->context, vtx->mpegMstmlc, wire::documentEndpoint);
     if (rc != 0) {
         std::printf("mpegFE to IntermediateMR connect failed %d %s\n", rc, zmq_strerror(errno));
     }
@@ -60,7 +60,7 @@ void initMPEGsideofMLC_MPEG_CTX(TrufiosChannels* vtx) {
     vtx->mlcMstmpeg = zmq_socket(vtx->context, ZMQ_REP);
     require(vtx->mlcMstmpeg != nullptr, "vtx->mlcMstmpeg != ((void *)0)", 109);
     limitWhatIsHeld(vtx->mlcMstmpeg);
-    rc = connectSocket(vtx->context, vtx->mlcMstmpeg, wire::requestEndpoint, Handshakes::limited);
+    rc = connectSocket(vtx->context, vtx->mlcMstmpeg, wire::requestEndpoint);
     if (rc != 0) {
         std::printf("Trufios to mpegFE connect failed %d %s\n", rc, zmq_strerror(errno));
     }

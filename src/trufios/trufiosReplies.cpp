@@ -16,8 +16,10 @@ namespace mpegfe {
 namespace {
 
 constexpr unsigned waitStepMicroseconds = 10000;
-constexpr int retriesPerUpkeep = 10; // of the connections; whoever can reply is looked for then
-constexpr int maxRetries = 500;      // after the first try: about 5 s in all
+// Of the connections; whoever can reply is looked for then. libzmq connects again 100 ms after an end at the
+// earliest: until then the end has been seen, and what went with a peer that was none is for the next.
+constexpr int retriesPerUpkeep = 2;
+constexpr int maxRetries = 500; // after the first try: about 5 s in all
 
 // Sends the object as one message without a terminator, and releases it. It never waits for a peer.
 void sendObject(void* socket, json_t* object) {

@@ -14,10 +14,43 @@ std::string hugeFrame(char flags) {
     return bytes;
 }
 
+// A frame of fewer than 256 bytes, with these flags.
+std::string frame(char flags, const std::string& body) {
+    return std::string(1, flags) + static_cast<char>(body.size()) + body;
+}
+
+// The same of any length.
+std::string longFrame(char flags, const std::string& body) {
+    std::string bytes(9, '\0');
+    bytes[0] = static_cast<char>(flags | 2);
+    for (std::size_t place = 0; place < 8; ++place) {
+        bytes[8 - place] = static_cast<char>(body.size() >> 8 * place);
+    }
+    return bytes + body;
+}
+
+// ZMTP 2.0: a PULL, whose type libzmq does not look at, and its empty name.
+std::string olderGreeting() {
+    return {"\xFF\0\0\0\0\0\0\0\x01\x7F\x01\x07\0\0", 14};
+}
+
+// READY with a property of so many bytes more than there should be.
+std::string readyWithMore(const std::string& socketType, std::size_t count) {
+    std::string body = readyCommand(socketType).substr(2) + "\x06X-more";
+    for (int place = 3; place >= 0; --place) {
+        body += static_cast<char>(count >> 8 * place);
+    }
+    return longFrame(4, body + std::string(count, 'x'));
+}
+
+constexpr std::size_t manyBytes = 1'000'000;
+
 const BadKind kinds[] = {
     {"WrongSocketType",
      [](const char*) { return BadPeerScript{.says = greeting("NULL") + readyCommand("PULL")}; }},
     {"WrongMechanism", [](const char*) { return BadPeerScript{.says = greeting("CURVE")}; }},
+    {"PlainMechanism",
+     [](const char*) { return BadPeerScript{.says = greeting("PLAIN") + frame(4, "\x07WELCOME")}; }},
     {"NoZmtp", [](const char*) { return BadPeerScript{.says = "HTTP/1.1 400 Bad Request\r\n\r\n"}; }, true},
     {"NoZmtpAndCloses",
      [](const char*) { return BadPeerScript{.says = "HTTP/1.1 400 Bad Request\r\n\r\n", .closes = true}; }},
@@ -58,6 +91,28 @@ const BadKind kinds[] = {
     {"SaysNothing", [](const char*) { return BadPeerScript{}; }, true},
     {"SaysNothingAfterTheGreeting", [](const char*) { return BadPeerScript{.says = greeting("NULL")}; },
      true},
+    {"OlderProtocol", [](const char*) { return BadPeerScript{.says = olderGreeting()}; }, true},
+    {"ReadyWithAMegabyte",
+     [](const char* type) {
+         return BadPeerScript{.says = greeting("NULL") + readyWithMore(type, manyBytes)};
+     },
+     true, true},
+    {"PingsForEver",
+     [](const char* type) {
+         return BadPeerScript{.says = greeting("NULL") + readyCommand(type),
+                              .saysForEver = frame(4, std::string("\x04PING\0\x01", 7) + "context of ping")};
+     },
+     true, true},
+    {"PartsForEver",
+     [](const char* type) {
+         return BadPeerScript{.says = greeting("NULL") + readyCommand(type), .saysForEver = frame(1, "part")};
+     },
+     true, true},
+    {"ReadsNothingAfterTheHandshake",
+     [](const char* type) {
+         return BadPeerScript{.says = greeting("NULL") + readyCommand(type), .readsNothing = true};
+     },
+     true, true},
     {"ReadsNothing",
      [](const char*) { return BadPeerScript{.says = greeting("NULL"), .readsNothing = true}; }, true},
 };

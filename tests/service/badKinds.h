@@ -13,7 +13,7 @@ struct BadKind {
     const char* name;
     // goodType: the socket type that a good peer of the channel has.
     BadPeerScript (*script)(const char* goodType);
-    bool holds = false;       // it ends no connection, and never ends the handshake
+    bool holds = false;       // the service has no cause to end the connection
     bool shakesHands = false; // it is a peer, if not for long: a document that it has taken is not sent again
 };
 

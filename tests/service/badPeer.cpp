@@ -77,31 +77,25 @@ BadPeer::BadPeer(const std::string& endpoint, BadPeerScript badScript) : script(
 }
 
 BadPeer::~BadPeer() {
-    ends = true;
-    thread.join();
-    if (listens) {
-        close(listener);
+    if (thread.joinable()) {
+        stop();
     }
     for (const Client& client : clients) {
         close(client.descriptor);
     }
-    if (listens && !path.empty()) {
+}
+
+void BadPeer::stop() {
+    ends = true;
+    thread.join();
+    close(listener);
+    if (!path.empty()) {
         unlink(path.c_str());
     }
 }
 
-void BadPeer::stopListening() {
-    listens = false;
-    thread.join();
-    close(listener);
-    listener = -1; // which a poll passes over
-    thread = std::thread([this] { serve(); });
-}
-
 void BadPeer::vanish() {
-    stopListening();
-    ends = true;
-    thread.join();
+    stop();
     for (const Client& client : clients) {
         const int yes = 1;
         if (setsockopt(client.descriptor, IPPROTO_TCP, TCP_REPAIR, &yes, sizeof yes) != 0) {
@@ -110,7 +104,6 @@ void BadPeer::vanish() {
         close(client.descriptor);
     }
     clients.clear();
-    thread = std::thread([] {});
 }
 
 void BadPeer::acceptOne() {
@@ -151,8 +144,7 @@ bool BadPeer::keep(Client& client, short events) const {
 }
 
 void BadPeer::serve() {
-    const bool listening = listens;
-    while (!ends && listens == listening) {
+    while (!ends) {
         std::vector<pollfd> items{{listener, POLLIN, 0}};
         for (const Client& client : clients) {
             const bool talks = !client.unsaid.empty() || !script.saysForEver.empty();

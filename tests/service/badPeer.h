@@ -40,9 +40,6 @@ class BadPeer {
         return bytesHeard;
     }
 
-    // Keeps its connections and leaves the endpoint to another.
-    void stopListening();
-
     // Leaves the endpoint, and its TCP connections without a word, as a host does that loses its power.
     void vanish();
 
@@ -54,6 +51,7 @@ class BadPeer {
     };
 
     void serve();
+    void stop();
     void acceptOne();
     bool keep(Client& client, short events) const;
 
@@ -63,7 +61,6 @@ class BadPeer {
     std::atomic<int> accepted = 0;
     mutable std::atomic<std::size_t> bytesHeard = 0;
     std::atomic<bool> ends = false;
-    std::atomic<bool> listens = true;
     std::vector<Client> clients;
     std::thread thread;
 };

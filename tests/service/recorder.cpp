@@ -90,9 +90,8 @@ constexpr std::array<Option, 4> intOptions{{
     {ZMQ_RCVTIMEO, "receive timeout"},
 }};
 
-// Limits on what the service holds of what comes in, and for how long it waits: no peer that keeps to them
-// notices.
-constexpr std::array<int, 3> limits{ZMQ_MAXMSGSIZE, ZMQ_RCVHWM, ZMQ_HANDSHAKE_IVL};
+// Limits on what the service holds of what comes in: no peer that keeps to them notices.
+constexpr std::array<int, 2> limits{ZMQ_MAXMSGSIZE, ZMQ_RCVHWM};
 
 bool isLimit(int option) {
     return std::find(limits.begin(), limits.end(), option) != limits.end();

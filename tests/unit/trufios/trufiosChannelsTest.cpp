@@ -68,9 +68,8 @@ TEST_F(TrufiosChannelsTest, WhatAPeerCanMakeThemHoldIsLimitedBeforeTheyConnect) 
     consoleOf([&] { initMPEGsideofMLC_MPEG_CTX(&channels); });
     EXPECT_THAT(optionsSet(),
                 ElementsAre(OptionSet{ZMQ_REQ_RELAXED, 1, false}, OptionSet{ZMQ_MAXMSGSIZE, 65536, false},
-                            OptionSet{ZMQ_RCVHWM, 64, false}, OptionSet{ZMQ_HANDSHAKE_IVL, 1000, false},
-                            OptionSet{ZMQ_MAXMSGSIZE, 65536, false}, OptionSet{ZMQ_RCVHWM, 64, false},
-                            OptionSet{ZMQ_HANDSHAKE_IVL, 1000, false}));
+                            OptionSet{ZMQ_RCVHWM, 64, false}, OptionSet{ZMQ_MAXMSGSIZE, 65536, false},
+                            OptionSet{ZMQ_RCVHWM, 64, false}));
 }
 
 TEST_F(TrufiosChannelsTest, ALateAcknowledgementIsDroppedWithTheNextDocument) {
