@@ -16,12 +16,12 @@ struct Standing {
     seconds often;
 };
 
-// A detail is of any program: all of them have their kinds from it. It comes first, so that the first list
-// has them too.
+// First of all figures, whatever the PIDs carry. A detail is of any program: all of them have their kinds
+// from it, and the list of programs knows by then which are scrambled.
 constexpr std::array<Standing, 4> standing{{
+    {"pidData", tunables::listTime},
     {"pgmDetail:0", tunables::kindsTime},
     {"CAT", tunables::emmTime},
-    {"pidData", tunables::listTime},
     {"pgmData", tunables::listTime},
 }};
 

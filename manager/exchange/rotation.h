@@ -20,11 +20,11 @@ std::optional<Request> requestNamed(std::string_view name);
 // The same of what can be looked at: nothing for a list, too.
 std::optional<Request> requestLookedAt(std::string_view name);
 
-// Asks for the lists again and again while they are watched, beside them now and then for a program's detail
-// and the CAT, without which the lists do not learn what is scrambled and which PIDs carry EMMs; and for
-// whatever else is looked at. While something is due for the lists it has every second turn, however much is
-// looked at; beyond that, what has been due for the longest time comes first. So nothing keeps anything else
-// from its turn, and what the service does not answer is asked for less and less often.
+// Asks for the lists again and again while they are watched, behind the first and now and then for a
+// program's detail and the CAT, without which the lists do not learn what is scrambled and which PIDs carry
+// EMMs; and for whatever else is looked at. While something is due for the lists it has every second turn,
+// however much is looked at; beyond that, what has been due for the longest time comes first. So nothing
+// keeps anything else from its turn, and what the service does not answer is asked for less and less often.
 class Rotation {
   public:
     // Asks no clock: `now` is when it begins.

@@ -20,6 +20,7 @@ struct Kind {
     int Listed::*number;
     std::string Listed::*name;
     int Listed::*scrambling; // not 0
+    bool learned;            // from a program's detail, behind the first list
 };
 
 template <typename Listed>
@@ -27,14 +28,15 @@ constexpr Kind<Listed> kindOf;
 
 template <>
 constexpr Kind<ListedPid> kindOf<ListedPid>{
-    Picture::mostPids,     EventKind::pidCame, EventKind::pidWent,      EventKind::pidScrambled,
-    EventKind::pidCleared, &ListedPid::pid,    &ListedPid::description, &ListedPid::scrambled};
+    Picture::mostPids,       EventKind::pidCame,    EventKind::pidWent,
+    EventKind::pidScrambled, EventKind::pidCleared, &ListedPid::pid,
+    &ListedPid::description, &ListedPid::scrambled, true};
 
 template <>
-constexpr Kind<ListedProgram> kindOf<ListedProgram>{Picture::mostServices,     EventKind::serviceCame,
-                                                    EventKind::serviceWent,    EventKind::serviceScrambled,
-                                                    EventKind::serviceCleared, &ListedProgram::programNumber,
-                                                    &ListedProgram::name,      &ListedProgram::allScrambled};
+constexpr Kind<ListedProgram> kindOf<ListedProgram>{
+    Picture::mostServices,       EventKind::serviceCame,       EventKind::serviceWent,
+    EventKind::serviceScrambled, EventKind::serviceCleared,    &ListedProgram::programNumber,
+    &ListedProgram::name,        &ListedProgram::allScrambled, false};
 
 // Makes room for one more, at the cost of what has been gone for the longest time. False when all are
 // present.
@@ -71,6 +73,9 @@ void Picture::take(const Document& document, PictureTime time) {
 
 void Picture::note(EventKind kind, PictureTime time) {
     now = time;
+    if (kind == EventKind::peerWent) {
+        kinds = Kinds::unknown;
+    }
     tell(kind, 0, {}, {});
 }
 
@@ -88,6 +93,9 @@ void Picture::takeBody(const PidList& list) {
     allRates.add(now, list.rateBitPerSecond);
     tellNewStream(list);
     takeEntries(knownPids, list.pids, list.pidCount);
+    if (kinds == Kinds::learned) {
+        kinds = Kinds::known;
+    }
 }
 
 void Picture::takeBody(const ProgramList& list) {
@@ -102,6 +110,9 @@ void Picture::takeBody(const ProgramDetail& detail) {
                                                     [](const auto& entry) { return entry.second.version; }));
     }
     knownDetails[number] = {detail, now, ++newestVersion};
+    if (kinds == Kinds::unknown) {
+        kinds = Kinds::learned;
+    }
 }
 
 void Picture::takeBody(const Pat& pat) {
@@ -162,7 +173,8 @@ void Picture::takeEntry(std::map<int, Known<Listed>>& known, const Listed& liste
     } else {
         tellChange(entry.newest, listed);
     }
-    if (!isNew && (entry.newest.*of.scrambling != 0) != isScrambled) {
+    const bool isTold = !of.learned || kinds == Kinds::known;
+    if (!isNew && isTold && (entry.newest.*of.scrambling != 0) != isScrambled) {
         tell(isScrambled ? of.scrambled : of.cleared, number, {}, name);
     }
     entry.newest = listed;
@@ -207,7 +219,9 @@ void Picture::tellNewStream(const PidList& list) {
 
 void Picture::tellChange(const ListedPid& before, const ListedPid& after) {
     if (before.description != after.description) {
-        tell(EventKind::pidChanged, after.pid, before.description, after.description);
+        if (kinds == Kinds::known) {
+            tell(EventKind::pidChanged, after.pid, before.description, after.description);
+        }
     } else if (before.programNumber != after.programNumber) {
         tell(EventKind::pidChanged, after.pid, "program " + std::to_string(before.programNumber),
              "program " + std::to_string(after.programNumber));

@@ -141,7 +141,12 @@ class Picture {
     void keep(const Body& body);
     void tell(EventKind kind, int about, const std::string& before, const std::string& after);
 
+    // Whether lists tell what PIDs carry and which are scrambled: the service learns it with a program's
+    // detail, so before the list behind the first one they only seem to change.
+    enum class Kinds { unknown, learned, known };
+
     PictureTime now{};
+    Kinds kinds = Kinds::unknown;
     Version newestVersion = 0;
     std::uint64_t eventCount = 0;
     std::map<int, KnownPid> knownPids;

@@ -12,6 +12,7 @@ using manager::EventKind;
 using manager::ListedPid;
 using manager::ListedProgram;
 using manager::Picture;
+using manager::PictureTime;
 using manager::PidList;
 using manager::ProgramList;
 using manager::RateHistory;
@@ -118,6 +119,7 @@ TEST(Picture, takesNoPidForGoneThatItsDocumentHadNoRoomFor) {
 
 TEST(Picture, tellsWhatAPidTurnsInto) {
     Picture picture;
+    picture.take(manager::ProgramDetail{}, 1s);
     picture.take(pidList({pid(256, 0, "Unk")}), 1s);
     picture.take(pidList({pid(256, 0, "VIDEO", 1)}), 2s);
     picture.take(pidList({pid(256, 0, "VIDEO", 0)}), 3s);
@@ -125,6 +127,24 @@ TEST(Picture, tellsWhatAPidTurnsInto) {
                                              EventKind::pidScrambled, EventKind::pidCleared}));
     EXPECT_EQ(picture.events()[1].before, "Unk");
     EXPECT_EQ(picture.events()[1].after, "VIDEO");
+}
+
+TEST(Picture, tellsNothingOfWhatTheServiceLearnsBehindTheFirstList) {
+    Picture picture;
+    const auto learn = [&](PictureTime time) {
+        picture.take(pidList({pid(256, 0, "Unk")}), time);
+        picture.take(pidList({pid(256, 0, "PCR")}), time);
+        picture.take(manager::ProgramDetail{}, time);
+        picture.take(pidList({pid(256, 0, "VID+PCR", 1)}), time);
+    };
+    learn(1s);
+    EXPECT_EQ(kindsOf(picture), std::vector{EventKind::pidCame});
+    picture.note(EventKind::peerWent, 2s);
+    picture.note(EventKind::peerCame, 3s);
+    learn(4s);
+    EXPECT_EQ(kindsOf(picture), (std::vector{EventKind::pidCame, EventKind::peerWent, EventKind::peerCame}));
+    picture.take(pidList({pid(256, 0, "AUDIO", 1)}), 5s);
+    EXPECT_EQ(picture.events().back().kind, EventKind::pidChanged);
 }
 
 TEST(Picture, tellsWhatBecomesOfServices) {

@@ -63,9 +63,9 @@ TEST_F(RotationTest, asksForNothingWhileNobodyLooks) {
     EXPECT_FALSE(rotation.last());
 }
 
-TEST_F(RotationTest, asksForTheListsEachSecondBehindTheKindsOfTheirPids) {
+TEST_F(RotationTest, asksForTheListsEachSecondAndBehindTheFirstForTheKindsOfPids) {
     rotation.watch(true, now);
-    EXPECT_EQ(askedWithin(1s), (std::vector<std::string>{"pgmDetail:0", "CAT", "pidData", "pgmData"}));
+    EXPECT_EQ(askedWithin(1s), (std::vector<std::string>{"pidData", "pgmDetail:0", "CAT", "pgmData"}));
     const auto names = askedWithin(59s);
     EXPECT_EQ(count(names, "pidData"), 59);
     EXPECT_EQ(count(names, "pgmData"), 59);
@@ -77,11 +77,11 @@ TEST_F(RotationTest, asksAgainASecondBehindTheAnswer) {
     rotation.watch(true, now);
     for (int i = 0; i < 4; ++i) {
         next();
-        answer(400ms);
+        answer(200ms);
     }
     EXPECT_EQ(next(), "nothing");
-    EXPECT_EQ(rotation.wakeUp(now), now + 600ms) << "the PID list was answered 400 ms ago";
-    now += 600ms;
+    EXPECT_EQ(rotation.wakeUp(now), now + 400ms) << "the PID list was answered 600 ms ago";
+    now += 400ms;
     EXPECT_EQ(next(), "pidData");
     answer(5s);
     EXPECT_EQ(next(), "pgmData");
@@ -108,7 +108,7 @@ TEST_F(RotationTest, gives59ProgramsTheirTurnsBesideTheLists) {
         answer(50ms);
     }
     EXPECT_GE(count(names, "pgmDetail:58"), 1);
-    EXPECT_EQ(count(names, "pidData"), 6) << "one a second";
+    EXPECT_EQ(count(names, "pidData"), 7) << "one a second";
     EXPECT_EQ(count(names, "pgmData"), 6);
 }
 
@@ -122,7 +122,7 @@ TEST_F(RotationTest, givesTheListsEverySecondTurn) {
         names.push_back(next());
         answer(700ms);
     }
-    EXPECT_EQ(names, (std::vector<std::string>{"pgmDetail:0", "pgmDetail:1", "CAT", "pgmDetail:10", "pidData",
+    EXPECT_EQ(names, (std::vector<std::string>{"pidData", "pgmDetail:1", "pgmDetail:0", "pgmDetail:10", "CAT",
                                                "pgmDetail:11", "pgmData", "pgmDetail:12", "pidData",
                                                "pgmDetail:13", "pgmData", "pgmDetail:14"}));
 }
@@ -139,6 +139,8 @@ TEST_F(RotationTest, knowsNoOtherNames) {
 
 TEST_F(RotationTest, asksLessAndLessOftenForWhatIsNotAnswered) {
     rotation.watch(true, now);
+    EXPECT_EQ(next(), "pidData");
+    answer(1ms);
     EXPECT_EQ(next(), "pgmDetail:0");
     std::vector<std::chrono::seconds> pauses;
     for (int i = 0; i < 8; ++i) {
@@ -180,7 +182,7 @@ TEST_F(RotationTest, leavesTheFeedOnForWhoComesBackAtOnce) {
     now += 1s;
     rotation.watch(true, now);
     now += 1min;
-    EXPECT_EQ(next(), "CAT");
+    EXPECT_EQ(next(), "pgmDetail:0");
     const auto off = rotation.last();
     ASSERT_TRUE(off);
     EXPECT_EQ(off->request.value, "off");
