@@ -549,16 +549,15 @@ TEST_F(Web, tellsWhatTheServiceDoes) {
     browser.get("/api/events");
     EXPECT_EQ(stateOfService(), "absent");
     auto service = std::make_unique<ScriptedService>();
-    EXPECT_EQ(streamOf(service->takeRequest()), "pgmDetail");
+    EXPECT_EQ(streamOf(service->takeRequest()), "pidData");
     EXPECT_TRUE(becomes([&] { return stateOfService() == "unanswered"; }));
     service->reply(ack);
     EXPECT_TRUE(becomes([&] { return stateOfService() == "waiting"; }));
     EXPECT_TRUE(becomes([&] { return stateOfService() == "noStream"; }));
     // The stream has come: the document that was waited for, and the request behind it.
-    service->sendDocument({smallStream.at("pgmDetail")});
+    service->sendDocument({smallStream.at("pidData")});
     EXPECT_EQ(service->takeAcknowledgement(), ack);
-    EXPECT_TRUE(
-        becomes([&] { return bodyOf(get("/api/document/pgmDetail:0")) == smallStream.at("pgmDetail"); }));
+    EXPECT_TRUE(becomes([&] { return bodyOf(get("/api/document/pidData")) == smallStream.at("pidData"); }));
     serveUpTo(*service, "pgmData");
     EXPECT_TRUE(becomes([&] { return stateOfService() == "answering"; }));
 

@@ -7,6 +7,7 @@ import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { after, test } from 'node:test';
 import { isDeepStrictEqual } from 'node:util';
+import { visibleLines } from '../../../page/parts/format.js';
 import { goTo, openAt, PATIENCE_MS, rowsOf, seeText } from '../support/browser.js';
 import { bodyOf, componentsOf, pidRows, programRows, rateOf, TABLES } from '../support/documents.js';
 import { BUILD, ROOT, startProgram, startWebManager } from '../support/realPrograms.js';
@@ -189,7 +190,7 @@ async function checkRates() {
 async function checkRaw(name) {
   await goTo(page, `raw/${name}`);
   await seeEqual(
-    () => documentText(name),
+    async () => visibleLines(await documentText(name)),
     async () => (await page.locator('pre').textContent()) ?? '',
   );
   const size = Buffer.byteLength(await documentText(name)).toLocaleString('en-GB');
