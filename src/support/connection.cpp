@@ -22,9 +22,6 @@ using Milliseconds = std::chrono::milliseconds;
 constexpr Milliseconds graceForRetry{250};
 // Between two renewals: about what libzmq itself waits between two attempts.
 constexpr Milliseconds renewalInterval{100};
-// For the reply of a peer that has come in the place of the one that had the request. It may have the request
-// too, when libzmq had not sent all of it.
-constexpr Milliseconds nextPeerPatience{1000};
 // For what a parser sends that has come again and has been told what to send.
 constexpr Milliseconds recordPatience{3000};
 
@@ -42,11 +39,10 @@ struct Request {
     const void* bytes = nullptr; // none
     std::size_t size = 0;
     RequestLife life = RequestLife::oncePeer;
-    bool taken = false;                 // there has been a peer for it
-    bool owed = false;                  // its reply
-    bool repeated = false;              // sent again, to a peer that has not come yet
-    void* arrivesOn = nullptr;          // what it asks for, besides the reply
-    Clock::time_point passedOn = never; // another peer came in the place of the one that had taken it
+    bool taken = false;        // there has been a peer for it
+    bool owed = false;         // its reply
+    bool repeated = false;     // sent again, to a peer that has not come yet
+    void* arrivesOn = nullptr; // what it asks for, besides the reply
 };
 
 struct Connection {
@@ -129,9 +125,6 @@ void noteEvent(Connection& connection, std::uint16_t event) {
         connection.doubted = never;
         if (std::exchange(connection.request.repeated, false)) {
             doubt(connection.request.arrivesOn, connection.when);
-        }
-        if (connection.request.taken) {
-            connection.request.passedOn = std::min(connection.request.passedOn, Clock::now());
         }
         connection.request.taken = true;
         break;
@@ -323,7 +316,7 @@ void sendRequest(void* socket, const void* bytes, std::size_t size, RequestLife 
     if (connection != nullptr) {
         readEvents(*connection);
         connection->lost = false;
-        connection->request = {bytes, size, life, connection->established, true, false, arrivesOn, never};
+        connection->request = {bytes, size, life, connection->established, true, false, arrivesOn};
     }
     const bool noPlace = zmq_send(socket, bytes, size, ZMQ_DONTWAIT) < 0 && errno == EAGAIN;
     if (noPlace && connection != nullptr) {
@@ -342,12 +335,6 @@ void noteReply(void* socket) {
     if (Connection* connection = connectionOf(socket); connection != nullptr) {
         connection->request.owed = false;
     }
-}
-
-bool nobodyWillReply(void* socket) {
-    const Connection* connection = connectionOf(socket);
-    return connection != nullptr && connection->request.passedOn != never &&
-           Clock::now() - connection->request.passedOn >= nextPeerPatience;
 }
 
 void settleRequest(void* socket) {

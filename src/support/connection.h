@@ -39,10 +39,6 @@ void sendRequest(void* socket, const void* bytes, std::size_t size, RequestLife 
 bool replyIsOwed(void* socket);
 void noteReply(void* socket);
 
-// Whether the peer that took the request has gone, and for a second there has been another, which has nothing
-// to reply to.
-bool nobodyWillReply(void* socket);
-
 // Forgets the request.
 void settleRequest(void* socket);
 

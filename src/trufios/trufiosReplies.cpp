@@ -16,7 +16,7 @@ namespace mpegfe {
 namespace {
 
 constexpr unsigned waitStepMicroseconds = 10000;
-// Of the connections; whoever can reply is looked for then. libzmq connects again 100 ms after an end at the
+// Of the connections. libzmq connects again 100 ms after an end at the
 // earliest: until then the end has been seen, and what went with a peer that was none is for the next.
 constexpr int retriesPerUpkeep = 2;
 constexpr int maxRetries = 500; // after the first try: about 5 s in all
@@ -48,9 +48,6 @@ bool receiveReply(void* socket, ReplyText& text) {
         }
         if (retry % retriesPerUpkeep == 0) {
             keepConnectionsUp(nullptr);
-            if (nobodyWillReply(socket)) {
-                break;
-            }
         }
     }
     std::puts("5s Abort");

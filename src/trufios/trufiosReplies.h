@@ -27,9 +27,8 @@ void sendReplyAckText(void* socket, const char* text);
 // Sends {"reply": "nak", "reason": reason}.
 void sendReplyNak(void* socket, const char* reason);
 
-// Waits for Trufios's reply on the socket: 501 tries, 10 ms apart, about 5 s in all, and fewer when Trufios
-// has gone with what it is to reply to and another has come in its place. Prints why when it is no "ack": "5s
-// Abort", the parse error, or the reason that comes with another "reply"; nothing when it is JSON
+// Waits for Trufios's reply on the socket: 501 tries, 10 ms apart, about 5 s in all. Prints why when it is no
+// "ack": "5s Abort", the parse error, or the reason that comes with another "reply"; nothing when it is JSON
 // without a "reply" text. Returns replyAck, replyNak or replyTimeout.
 ReplyResult waitReply(void* socket);
 

@@ -265,8 +265,8 @@ TEST_F(Peers, MayFindThatTheirEndpointHasBeenSomethingElse) {
     EXPECT_EQ(exchange.service.errors(), "");
 }
 
-// The document has gone with it, and is given up when there is another Trufios to serve.
-TEST_F(Peers, ADocumentThatWentWithTrufiosHoldsUpTheNextForNoMoreThanASecond) {
+// The document has gone with it, and is waited for as long as for any other.
+TEST_F(Peers, ADocumentThatWentWithTrufiosIsGivenUpBeforeTheNextRequest) {
     Exchange exchange;
     exchange.request(R"({"dataStream":"TDT","status":"on"})");
     exchange.takeInstruction(0x025);
@@ -282,7 +282,7 @@ TEST_F(Peers, ADocumentThatWentWithTrufiosHoldsUpTheNextForNoMoreThanASecond) {
     }
     const Clock::time_point back = Clock::now();
     exchange.request(R"({"dataStream":"TDT","status":"off"})");
-    EXPECT_LT(Clock::now() - back, promptly);
+    EXPECT_LT(Clock::now() - back, std::chrono::seconds(5) + promptly);
     EXPECT_THAT(exchange.service.console(), testing::HasSubstr("\n5s Abort\nPSI Sent to Client\n"));
     exchange.takeInstruction(0x001);
     exchange.answer(0x001);
