@@ -1,5 +1,7 @@
 #include "support/connection.h"
 
+#include "wire/endpoints.h"
+
 #include <zmq.h>
 
 #include <algorithm>
@@ -29,6 +31,8 @@ constexpr Milliseconds recordPatience{3000};
 constexpr std::size_t maxConnections = 6;
 
 constexpr int noDescriptor = -1;
+
+constexpr const char* nowhere = "ipc://" WIRE_DIRECTORY "/nowhere";
 
 constexpr int watchedEvents =
     ZMQ_EVENT_HANDSHAKE_SUCCEEDED | ZMQ_EVENT_DISCONNECTED | ZMQ_EVENT_CONNECT_RETRIED;
@@ -188,18 +192,35 @@ void takePart(const Connection& connection) {
     zmq_getsockopt(connection.socket, ZMQ_EVENTS, &events, &size);
 }
 
-void renew(Connection& connection, const void* requester) {
+void letGo(Connection& connection) {
     std::size_t size = sizeof connection.commandDescriptor;
     zmq_getsockopt(connection.socket, ZMQ_FD, &connection.commandDescriptor, &size);
     setInt(connection.socket, ZMQ_LINGER, 0);
     forgetPeer(connection);
     zmq_disconnect(connection.socket, connection.endpoint);
+}
+
+// A request is an empty part and its text. A REQ socket that loses its connection between them (libzmq 4.3.4)
+// goes on with a text on the next connection, which no peer takes for a request: so that goes where nobody
+// is.
+void endMessage(void* socket) {
+    zmq_connect(socket, nowhere);
+    zmq_send(socket, nullptr, 0, ZMQ_DONTWAIT);
+    zmq_disconnect(socket, nowhere);
+}
+
+void connectAgain(Connection& connection, const void* requester) {
     zmq_connect(connection.socket, connection.endpoint);
     connection.renewed = Clock::now();
     connection.lost = isOpen(connection.request);
     if (isAwaited(connection, requester)) {
         sendAgain(connection);
     }
+}
+
+void renew(Connection& connection, const void* requester) {
+    letGo(connection);
+    connectAgain(connection, requester);
 }
 
 // Milliseconds until the next renewal, rounded up.
@@ -322,7 +343,9 @@ void sendRequest(void* socket, const void* bytes, std::size_t size, RequestLife 
     if (noPlace && connection != nullptr) {
         // libzmq has given the connection up, and taken its queue away.
         connection->request.taken = false;
-        renew(*connection, socket);
+        letGo(*connection);
+        endMessage(socket);
+        connectAgain(*connection, socket);
     }
 }
 

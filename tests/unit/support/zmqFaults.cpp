@@ -7,7 +7,10 @@
 #include <cstring>
 #include <map>
 #include <optional>
+#include <poll.h>
 #include <set>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 namespace zmqFaults {
 
@@ -39,6 +42,8 @@ struct Seen {
     std::vector<std::string> endpoints;
 };
 Seen seen;
+
+thread_local bool isSending = false;
 
 // Counts the call; the failure that was asked for at it, if any.
 std::optional<Failure> failureOf(Call call) {
@@ -143,6 +148,15 @@ using namespace zmqFaults;
 extern "C" {
 
 int __real_zmq_ctx_term(void* context);
+
+// libzmq's own calls come here too.
+int poll(pollfd* descriptors, nfds_t count, int timeout) {
+    const int result = static_cast<int>(syscall(SYS_poll, descriptors, count, timeout));
+    if (isSending && result == 0 && hooks.insideSend) {
+        hooks.insideSend();
+    }
+    return result;
+}
 
 void* __wrap_zmq_ctx_new() {
     if (const auto failure = failureOf(Call::contextNew)) {
@@ -252,7 +266,9 @@ int __wrap_zmq_getsockopt(void* socket, int option, void* value, std::size_t* si
 }
 
 int __wrap_zmq_send(void* socket, const void* bytes, std::size_t size, int flags) {
+    isSending = true;
     const int result = __real_zmq_send(socket, bytes, size, flags);
+    isSending = false;
     if (result >= 0 && hooks.afterSend) {
         hooks.afterSend(socket, endpointOf(socket), {static_cast<const char*>(bytes), size});
     }

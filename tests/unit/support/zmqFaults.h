@@ -55,6 +55,7 @@ struct Hooks {
     std::function<void(void* socket, bool subscribe, const std::string& topic)> afterSubscription;
     std::function<void(void* socket, const std::string& endpoint, const std::string& bytes)> afterSend;
     std::function<void(void* socket)> beforeClose;
+    std::function<void()> insideSend; // libzmq has looked what there is to know, and sends now
     std::function<int(zmq_pollitem_t* items, int count, long timeout)> insteadOfPoll;
     std::function<void(useconds_t microseconds)> insteadOfSleep;
 };
