@@ -12,12 +12,6 @@
 
 namespace board {
 
-namespace {
-
-constexpr std::size_t pidValues = 8192;
-
-} // namespace
-
 Analyser::Analyser(Ticks ratePeriod, SourceKind source)
     : ratePeriod_(ratePeriod), clock_(source, ratePeriod), rates_(ratePeriod),
       watch_(source == SourceKind::stored), scramblingPeriod_(ratePeriod), slots_(pidValues) {

@@ -1,6 +1,8 @@
 #include "analysis/errorWatch.h"
 
+#include "packets/packetFields.h"
 #include "tables/innerLengths.h"
+#include "tables/tableIds.h"
 
 #include "wire/records.h"
 
@@ -11,11 +13,7 @@ namespace board {
 
 namespace {
 
-constexpr std::size_t pidValues = 8192;
 constexpr Ticks clockRange{(std::int64_t{1} << 33) * 300}; // after which PCRs begin again
-constexpr std::uint8_t patTable = 0x00;
-constexpr std::uint8_t catTable = 0x01;
-constexpr std::uint8_t pmtTable = 0x02;
 
 // Whether a stream has to be there all the time. Audio for some listeners, by its audio_type, and data may
 // fall silent.

@@ -10,6 +10,7 @@
 
 namespace board {
 
+inline constexpr std::size_t pidValues = 8192;  // of 13 bits
 inline constexpr std::size_t pesFixedBytes = 9; // of a PES header, up to PES_header_data_length
 
 // The PCR of a packet of 188 bytes.

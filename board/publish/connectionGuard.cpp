@@ -20,7 +20,7 @@ namespace {
 
 // An event comes as its number, 16 bits, and a value of 32 bits, in the machine's order; a second part names
 // the endpoint.
-struct Event {
+struct SocketEvent {
     std::uint16_t number = 0;
     std::int32_t value = 0; // of these events, the connection's descriptor
 };
@@ -28,7 +28,7 @@ struct Event {
 constexpr int watchedEvents = ZMQ_EVENT_ACCEPTED | ZMQ_EVENT_DISCONNECTED;
 
 // libzmq's own functions receive here: with them a signal is a result and no exception.
-bool receive(zmq::socket_t& events, Event& event) {
+bool receive(zmq::socket_t& events, SocketEvent& event) {
     std::array<unsigned char, sizeof event.number + sizeof event.value> frame{};
     if (zmq_recv(events.handle(), frame.data(), frame.size(), ZMQ_DONTWAIT) < 0) {
         return false;
@@ -74,7 +74,7 @@ void ConnectionGuard::look() {
 }
 
 void ConnectionGuard::takeEvents() {
-    for (Event event; receive(events_, event);) {
+    for (SocketEvent event; receive(events_, event);) {
         connections_.erase(event.value);
         if (event.number == ZMQ_EVENT_ACCEPTED) {
             Connection& connection = connections_[event.value];

@@ -19,7 +19,7 @@ constexpr std::string_view schemeEnd = "://";
 constexpr std::array<std::pair<std::string_view, Scheme>, 3> schemes{
     {{"udp", Scheme::udp}, {"rtp", Scheme::rtp}, {"srt", Scheme::srt}}};
 
-std::string quoted(std::string_view text) {
+std::string inQuotes(std::string_view text) {
     return "\"" + std::string(text) + "\"";
 }
 
@@ -29,7 +29,7 @@ Scheme schemeOf(const std::string& text) {
     if (known == schemes.end()) {
         throw BoardError({"cannot open " + text,
                           "udp://ADDRESS:PORT, rtp://ADDRESS:PORT or srt://ADDRESS:PORT",
-                          quoted(std::string(name) + "://"),
+                          inQuotes(std::string(name) + "://"),
                           "check the address, and that no other program receives on it"});
     }
     return known->second;
@@ -42,7 +42,7 @@ std::uint16_t portOf(const std::string& text, std::string_view digits) {
     std::uint16_t port = 0;
     const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), port);
     if (error != std::errc{} || end != digits.data() + digits.size() || port == 0) {
-        throw wrongAddress(text, "port " + quoted(digits) + ", where ports are numbers from 1 to 65535");
+        throw wrongAddress(text, "port " + inQuotes(digits) + ", where ports are numbers from 1 to 65535");
     }
     return port;
 }
@@ -98,7 +98,7 @@ void takeQuery(std::string_view query, NetworkAddress& address) {
             continue;
         }
         if (address.scheme != Scheme::srt) {
-            throw wrongAddress(address.text, "parameter " + quoted(parameter.substr(0, equals)) +
+            throw wrongAddress(address.text, "parameter " + inQuotes(parameter.substr(0, equals)) +
                                                  ", where only srt:// has parameters");
         }
         address.parameters.emplace_back(decoded(parameter.substr(0, equals)),
@@ -126,7 +126,7 @@ NetworkAddress parseAddress(const std::string& text) {
     takeAuthority(rest.substr(0, authorityEnd), address);
     const std::size_t query = std::min(behind.find('?'), behind.size());
     if (query > 1) {
-        throw wrongAddress(text, "path " + quoted(behind.substr(0, query)));
+        throw wrongAddress(text, "path " + inQuotes(behind.substr(0, query)));
     }
     takeQuery(behind.substr(std::min(behind.size(), query + 1)), address);
     return address;
@@ -156,8 +156,8 @@ SocketAddress resolve(const NetworkAddress& address) {
                                     std::to_string(address.port).c_str(), &hints, &first);
     if (error != 0) {
         throw wrongAddress(address.text,
-                           quoted(address.host) + (numeric ? ", which is no IP address"
-                                                           : std::string(": ") + ::gai_strerror(error)));
+                           inQuotes(address.host) + (numeric ? ", which is no IP address"
+                                                             : std::string(": ") + ::gai_strerror(error)));
     }
     const std::unique_ptr<addrinfo, decltype(&::freeaddrinfo)> found(first, &::freeaddrinfo);
     SocketAddress result{};

@@ -12,7 +12,6 @@ namespace board {
 
 namespace {
 
-constexpr std::size_t languageSize = 3; // characters of a code
 constexpr std::uint8_t uncompressed = 0;
 constexpr std::uint8_t utf16Mode = 0x3F;
 

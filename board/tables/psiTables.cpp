@@ -45,7 +45,6 @@ struct StreamDescription {
 };
 
 void describe(const std::uint8_t* descriptor, StreamDescription& stream) {
-    constexpr std::size_t languageSize = 3; // characters of a code
     const std::uint8_t tag = desc_get_tag(descriptor);
     const std::uint8_t* content = descriptor + DESC_HEADER_SIZE;
     stream.hints.tags.push_back(tag);

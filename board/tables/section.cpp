@@ -1,6 +1,7 @@
 #include "tables/section.h"
 
 #include "tables/sectionCrc.h"
+#include "tables/tableIds.h"
 
 #include <bitstream/mpeg/psi.h>
 
@@ -12,8 +13,6 @@ namespace board {
 
 namespace {
 
-constexpr std::uint8_t totTable = 0x73;
-
 // First and last table_id.
 constexpr std::array<std::pair<std::uint8_t, std::uint8_t>, 6> crcTables{{
     {0x00, 0x02}, // PAT, CAT, PMT
@@ -23,8 +22,6 @@ constexpr std::array<std::pair<std::uint8_t, std::uint8_t>, 6> crcTables{{
     {0x4E, 0x6F}, // EIT
     {totTable, totTable},
 }};
-
-constexpr std::uint8_t stuffingTable = 0x72; // may hold anything
 
 // Whether sections of this table never are without the header of section_syntax_indicator 1.
 bool hasLongHeader(std::uint8_t tableId) {

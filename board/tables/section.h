@@ -1,6 +1,7 @@
 // What all sections have in common (ISO/IEC 13818-1, 2.4.4.10 and 2.4.4.11).
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -9,6 +10,8 @@ namespace board {
 
 // A whole section, from table_id to its end; or part of one.
 using SectionBytes = std::span<const std::uint8_t>;
+
+inline constexpr std::size_t languageSize = 3; // characters of an ISO 639-2 code, as descriptors give it
 
 // Whether the section's lengths make sense. Tables with a CRC have the long header before it, but for the
 // TOT.

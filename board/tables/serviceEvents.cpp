@@ -1,5 +1,7 @@
 #include "tables/serviceEvents.h"
 
+#include "tables/tableIds.h"
+
 #include "wire/records.h"
 
 #include <algorithm>
@@ -7,8 +9,6 @@
 namespace board {
 
 namespace {
-
-constexpr std::uint8_t firstScheduleTable = 0x50;
 
 bool sameSegment(std::uint8_t one, std::uint8_t other) {
     constexpr int sectionsPerSegment = 8;

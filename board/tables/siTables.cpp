@@ -89,7 +89,6 @@ Service serviceOf(const std::uint8_t* entry, SectionBytes descriptors, TextReade
 }
 
 Event eventOf(const std::uint8_t* entry, SectionBytes descriptors, TextReader read) {
-    constexpr std::size_t languageSize = 3;
     Event event;
     const std::uint64_t start = eitn_get_start_time(entry);
     event.id = eitn_get_event_id(entry);

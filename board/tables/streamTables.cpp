@@ -2,6 +2,7 @@
 
 #include "tables/psiTables.h"
 #include "tables/siTables.h"
+#include "tables/tableIds.h"
 
 #include "wire/records.h"
 
@@ -14,14 +15,6 @@ namespace board {
 namespace {
 
 constexpr std::uint16_t anyPid = 0xFFFF;
-constexpr std::uint8_t patTable = 0x00;
-constexpr std::uint8_t catTable = 0x01;
-constexpr std::uint8_t pmtTable = 0x02;
-constexpr std::uint8_t nitActualTable = 0x40;
-constexpr std::uint8_t sdtActualTable = 0x42;
-constexpr std::uint8_t firstScheduleTable = 0x50;
-constexpr std::uint8_t lastScheduleTable = 0x5F;
-constexpr std::uint8_t tdtTable = 0x70;
 
 // Whether these programs are those of a PAT already.
 bool lists(const std::vector<PatEntry>& entries, const std::vector<Program>& programs) {

@@ -18,7 +18,7 @@ namespace {
 constexpr int rowsAbove = 4; // status, heading, an empty line, titles
 constexpr int rowsBelow = 1; // the keys
 constexpr int escapeMilliseconds = 25;
-constexpr const char* gap = "  ";
+constexpr const char* blank = "  "; // where a mark might be, and between columns
 constexpr const char* keys =
     "q quit  left/right sort by  r reverse  space pause  c clear gone  up/down scroll";
 
@@ -63,7 +63,7 @@ void addClipped(const std::string& text, attr_t look) {
 void showRow(int place, const WatchedRow& row, const WatchedTable& table,
              const std::vector<std::size_t>& widths) {
     move(place, 0);
-    addClipped(row.goneAt ? "- " : row.isNew ? "+ " : gap, A_NORMAL);
+    addClipped(row.goneAt ? "- " : row.isNew ? "+ " : blank, A_NORMAL);
     for (std::size_t column = 0; column < widths.size(); ++column) {
         const WatchedCell& cell = row.cells[column];
         // The end of the line is where the cursor would go to the next one.
@@ -71,7 +71,7 @@ void showRow(int place, const WatchedRow& row, const WatchedTable& table,
             return;
         }
         addClipped(padded(cell.text, widths[column], table.alignment(column)), lookOf(row, cell));
-        addClipped(gap, A_NORMAL);
+        addClipped(blank, A_NORMAL);
     }
     if (row.goneAt && getcury(stdscr) == place) {
         addClipped("gone at " + *row.goneAt, A_DIM);
@@ -116,10 +116,10 @@ void WatchScreen::showRows(const WatchedTable& table) {
     const int count = static_cast<int>(table.rows().size());
     firstRow = std::clamp(firstRow, 0, std::max(0, count - rowsOfTable()));
     const std::vector<std::size_t> widths = widthsOf(table);
-    std::string titles = gap;
+    std::string titles = blank;
     for (std::size_t column = 0; column < widths.size(); ++column) {
         const char* mark = table.sortedBy() != column ? "" : table.isReversed() ? "^" : "v";
-        titles += padded(table.titles()[column] + mark, widths[column], table.alignment(column)) + gap;
+        titles += padded(table.titles()[column] + mark, widths[column], table.alignment(column)) + blank;
     }
     line(rowsAbove - 1, titles, A_UNDERLINE);
     const int shown = std::min(count - firstRow, rowsOfTable());

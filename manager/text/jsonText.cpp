@@ -12,7 +12,7 @@ namespace manager {
 namespace {
 
 std::string escapedUnit(unsigned unit) {
-    std::array<char, 8> text{};
+    std::array<char, sizeof "\\uFFFFFFFF"> text{};
     std::snprintf(text.data(), text.size(), "\\u%04X", unit);
     return text.data();
 }

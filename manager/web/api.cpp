@@ -14,19 +14,19 @@
 namespace manager {
 namespace {
 
-constexpr const char* json = "application/json";
-constexpr const char* plainText = "text/plain; charset=utf-8";
+constexpr const char* jsonType = "application/json";
+constexpr const char* textType = "text/plain; charset=utf-8";
 
 SharedText shared(std::string text) {
     return std::make_shared<const std::string>(std::move(text));
 }
 
 WebAnswer notFound() {
-    return {404, plainText, shared("There is nothing here.\n"), {}};
+    return {404, textType, shared("There is nothing here.\n"), {}};
 }
 
 WebAnswer wrong(const char* why) {
-    return {400, plainText, shared(why), {}};
+    return {400, textType, shared(why), {}};
 }
 
 std::optional<std::string_view> behind(std::string_view prefix, std::string_view path) {
@@ -47,7 +47,7 @@ WebAnswer history(const WebRequest& request, const LivePicture& live, PictureTim
         return wrong("seconds=N, a number from 1 on.\n");
     }
     const auto span = std::min(std::chrono::seconds(seconds), longest);
-    return {200, json, shared(rateTable(live.picture(), span, now)), {}};
+    return {200, jsonType, shared(rateTable(live.picture(), span, now)), {}};
 }
 
 // Whether the service would answer with nothing: its list of programs, as new as it is, ends before this one.
@@ -103,7 +103,7 @@ std::string fileName(std::string_view name, const char* extension) {
 WebAnswer answerApi(const WebRequest& request, LivePicture& live, Rotation& rotation, PictureTime wallNow,
                     Time now) {
     if (request.path == "/api/picture") {
-        return {200, json, live.everything(wallNow), {}};
+        return {200, jsonType, live.everything(wallNow), {}};
     }
     if (request.path == "/api/history") {
         return history(request, live, wallNow);
@@ -120,7 +120,7 @@ WebAnswer answerApi(const WebRequest& request, LivePicture& live, Rotation& rota
     if (const auto name = behind("/api/document/", request.path)) {
         const auto document = live.documents().find(*name);
         return document == live.documents().end() ? notFound()
-                                                  : WebAnswer{200, plainText, document->second.text, {}};
+                                                  : WebAnswer{200, textType, document->second.text, {}};
     }
     return notFound();
 }

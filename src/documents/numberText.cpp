@@ -21,6 +21,8 @@ struct FixedForm {
 constexpr FixedForm rateForm{8, 3, 1000};
 constexpr FixedForm pictureRateForm{6, 2, 100};
 
+constexpr std::size_t longestUnsigned = 10; // 4294967295
+
 // The two digits of each number below 100.
 constexpr std::array<char, 200> digitPairs = [] {
     std::array<char, 200> digits{};
@@ -55,7 +57,7 @@ char* putUnsigned(char* at, std::uint32_t number) {
     if (number < 10000) {
         return putPair(putShort(at, number / 100), number % 100);
     }
-    return std::to_chars(at, at + longestInteger, number).ptr;
+    return std::to_chars(at, at + longestUnsigned, number).ptr;
 }
 
 // Blanks before a number with this many digits before its point.

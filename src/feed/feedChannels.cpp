@@ -23,7 +23,7 @@ constexpr char publisherEndpoint[] = "tcp://" MPEGFE_PARSER_HOST ":" WIRE_PARSER
 // is sent it again.
 wire::InstructionWord wordInForce;
 
-constexpr char sourceFile[] = "tolk_mpeg_toGui";
+constexpr char feedSource[] = "tolk_mpeg_toGui";
 
 void closeSuperseded(SupersededFeed& feed) {
     if (feed.context != nullptr) {
@@ -65,7 +65,7 @@ void receiveAnswer(void* instructor) {
 
 int init_mpeg_zmq_sub_context(FeedContext* ptx) {
     const auto require = [](bool holds, const char* expression, unsigned line) {
-        requireThat(holds, expression, sourceFile, line, "init_mpeg_zmq_sub_context");
+        requireThat(holds, expression, feedSource, line, "init_mpeg_zmq_sub_context");
     };
     require(ptx != nullptr, "ptx != ((void *)0)", __LINE__);
     supersedeOpenFeed(ptx);
@@ -96,7 +96,7 @@ int init_mpeg_zmq_sub_context(FeedContext* ptx) {
 
 int mpeg_cleanup_zmq_sub_context(FeedContext* ptx) {
     const auto require = [](bool holds, const char* expression, unsigned line) {
-        requireThat(holds, expression, sourceFile, line, "mpeg_cleanup_zmq_sub_context");
+        requireThat(holds, expression, feedSource, line, "mpeg_cleanup_zmq_sub_context");
     };
     require(ptx != nullptr, "ptx != ((void *)0)", __LINE__);
     require(ptx->context != nullptr, "ptx->context != ((void *)0)", __LINE__);

@@ -16,7 +16,7 @@ namespace mpegfe {
 namespace {
 
 // Operators look assertion reports up by these, so they stay as they are wherever the code moves.
-constexpr char sourceFile[] = "main";
+constexpr char trufiosSource[] = "main";
 
 // A document that was never acknowledged must not stop the next one, nor wait for Trufios to come back.
 void allowAbandoning(void* docSocket) {
@@ -40,7 +40,7 @@ void limitWhatIsHeld(void* socket) {
 
 void initMPEGsideofMLC_MPEG_CTX(TrufiosChannels* vtx) {
     const auto require = [](bool holds, const char* expression, unsigned line) {
-        requireThat(holds, expression, sourceFile, line, "initMPEGsideofMLC_MPEG_CTX");
+        requireThat(holds, expression, trufiosSource, line, "initMPEGsideofMLC_MPEG_CTX");
     };
     require(vtx != nullptr, "vtx != ((void *)0)", 98);
     vtx->context = zmq_ctx_new();
@@ -75,7 +75,7 @@ void abandonDocument(void* docSocket) {
 
 void closeMPEGsideofMLC_MPEG_CTX(TrufiosChannels* vtx) {
     const auto require = [](bool holds, const char* expression, unsigned line) {
-        requireThat(holds, expression, sourceFile, line, "closeMPEGsideofMLC_MPEG_CTX");
+        requireThat(holds, expression, trufiosSource, line, "closeMPEGsideofMLC_MPEG_CTX");
     };
     require(vtx != nullptr, "vtx != ((void *)0)", 120);
     require(vtx->context != nullptr, "vtx->context != ((void *)0)", 121);
