@@ -492,11 +492,12 @@ int printRecords(const StreamOptions& options) {
     Analyser analyser(options.ratePeriod, reader.kind());
     Progress progress(fileSize(options.source));
     Instant lastRead = realTime();
+    const auto take = [&](const std::uint8_t* bytes) {
+        analyser.sync(reader.syncErrors());
+        analyser.packet(bytes);
+    };
     for (auto outcome = Reader::Outcome::packets; outcome != Reader::Outcome::ended && !stopRequested();) {
-        outcome = reader.read([&](const std::uint8_t* bytes) {
-            analyser.sync(reader.syncErrors());
-            analyser.packet(bytes);
-        });
+        outcome = reader.read(take);
         progress.read(reader.bytes());
         if (outcome == Reader::Outcome::nothing) {
             pollfd waiting{reader.descriptor(), POLLIN, 0};
@@ -508,6 +509,7 @@ int printRecords(const StreamOptions& options) {
             analyser.realTime(duration_cast<Ticks>(elapsed));
         }
     }
+    reader.finish(take); // what was held back when a signal came
     analyser.sync(reader.syncErrors());
     analyser.finish();
     progress.erase();

@@ -27,10 +27,7 @@ Scheme schemeOf(const std::string& text) {
     const std::string_view name = std::string_view(text).substr(0, text.find(schemeEnd));
     const auto* known = std::ranges::find(schemes, name, &std::pair<std::string_view, Scheme>::first);
     if (known == schemes.end()) {
-        throw BoardError({"cannot open " + text,
-                          "udp://ADDRESS:PORT, rtp://ADDRESS:PORT or srt://ADDRESS:PORT",
-                          inQuotes(std::string(name) + "://"),
-                          "check the address, and that no other program receives on it"});
+        throw wrongAddress(text, inQuotes(std::string(name) + "://"));
     }
     return known->second;
 }

@@ -8,11 +8,14 @@
 #include <algorithm>
 #include <cctype>
 #include <cstring>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <list>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -38,7 +41,7 @@ TEST_F(BoardProcess, SaysWhatIsWrongWithItsSource) {
     EXPECT_EQ(
         outcome({"http://127.0.0.1:1"}),
         "mpegfe-board: cannot open http://127.0.0.1:1: expected udp://ADDRESS:PORT, rtp://ADDRESS:PORT or "
-        "srt://ADDRESS:PORT, got \"http://\"; check the address, and that no other program receives on it\n"
+        "srt://ADDRESS:PORT, got \"http://\"; check the address\n"
         "exit code 1");
 }
 
@@ -298,6 +301,26 @@ TEST_F(BoardProcess, PrintsTheSameOfAPipe) {
                   std::vector<std::string>{});
     EXPECT_EQ(output(), ofFile);
     EXPECT_EQ(end(), "exit code 0");
+}
+
+TEST_F(BoardProcess, PrintsAllThatHasComeWhenASignalEndsIt) {
+    std::string part(std::size_t{188} * 1001, '\0');
+    ASSERT_TRUE(
+        std::ifstream(sample, std::ios::binary).read(part.data(), static_cast<std::streamsize>(part.size())));
+    std::ofstream(file, std::ios::binary) << part;
+    start({"--print", file});
+    const std::string ofFile = output();
+    std::filesystem::remove(file);
+    ASSERT_EQ(::mkfifo(file.c_str(), 0600), 0);
+    start({"--print", file});
+    const int pipe = ::open(file.c_str(), O_WRONLY | O_CLOEXEC);
+    ASSERT_EQ(::write(pipe, part.data(), part.size()), static_cast<ssize_t>(part.size()));
+    for (int unread = 1; unread != 0;) {
+        ASSERT_EQ(::ioctl(pipe, FIONREAD, &unread), 0);
+    }
+    board->signal(SIGTERM);
+    EXPECT_EQ(output(), ofFile);
+    ::close(pipe);
 }
 
 TEST_F(BoardProcess, PublishesTheSameTwiceWithTheStreamsClockOnly) {
