@@ -2,9 +2,10 @@
 
 #include "packets/packetFields.h"
 #include "tables/innerLengths.h"
-#include "tables/tableIds.h"
 
 #include "wire/records.h"
+
+#include <bitstream/mpeg/psi.h>
 
 #include <algorithm>
 #include <utility>
@@ -171,17 +172,17 @@ bool ErrorWatch::section(std::uint16_t pid, SectionBytes bytes, Ticks now) {
     }
     const std::uint8_t table = bytes[0];
     if (pid == wire::patPid) {
-        errors_.count(Indicator::pat, pid, table == patTable ? pat_.ended(now) : 1);
+        errors_.count(Indicator::pat, pid, table == PAT_TABLE_ID ? pat_.ended(now) : 1);
     }
     if (pid == wire::catPid) {
-        if (table == catTable) {
+        if (table == CAT_TABLE_ID) {
             cat_.begin(now);
             scrambledSince_ = false;
         } else {
             errors_.count(Indicator::cat, pid);
         }
     }
-    if (PidWatch* watch = watches_[pid].get(); watch != nullptr && watch->map && table == pmtTable) {
+    if (PidWatch* watch = watches_[pid].get(); watch != nullptr && watch->map && table == PMT_TABLE_ID) {
         errors_.count(Indicator::pmt, pid, watch->map->ended(now));
     }
     return true;

@@ -22,16 +22,16 @@ struct Layout {
     bool entriesHaveDescriptors;
 };
 
-constexpr std::size_t common = DESCS_HEADER_SIZE; // counts as a part of the header elsewhere
+constexpr std::size_t commonLength = DESCS_HEADER_SIZE; // counts as a part of the header elsewhere
 
 constexpr std::array<Layout, 8> layouts{{
     {PAT_TABLE_ID, PAT_TABLE_ID, PAT_HEADER_SIZE, false, false, PAT_PROGRAM_SIZE, false},
     {CAT_TABLE_ID, CAT_TABLE_ID, CAT_HEADER_SIZE, false, false, 0, true},
-    {PMT_TABLE_ID, PMT_TABLE_ID, PMT_HEADER_SIZE - common, true, false, PMT_ES_SIZE, true},
-    {NIT_TABLE_ID_ACTUAL, NIT_TABLE_ID_OTHER, NIT_HEADER_SIZE - common, true, true, NIT_TS_SIZE, true},
+    {PMT_TABLE_ID, PMT_TABLE_ID, PMT_HEADER_SIZE - commonLength, true, false, PMT_ES_SIZE, true},
+    {NIT_TABLE_ID_ACTUAL, NIT_TABLE_ID_OTHER, NIT_HEADER_SIZE - commonLength, true, true, NIT_TS_SIZE, true},
     {SDT_TABLE_ID_ACTUAL, SDT_TABLE_ID_ACTUAL, SDT_HEADER_SIZE, false, false, SDT_SERVICE_SIZE, true},
     {SDT_TABLE_ID_OTHER, SDT_TABLE_ID_OTHER, SDT_HEADER_SIZE, false, false, SDT_SERVICE_SIZE, true},
-    {BAT_TABLE_ID, BAT_TABLE_ID, NIT_HEADER_SIZE - common, true, true, NIT_TS_SIZE, true},
+    {BAT_TABLE_ID, BAT_TABLE_ID, NIT_HEADER_SIZE - commonLength, true, true, NIT_TS_SIZE, true},
     {EIT_TABLE_ID_PF_ACTUAL, EIT_TABLE_ID_SCHED_OTHER_LAST, EIT_HEADER_SIZE, false, false, EIT_EVENT_SIZE,
      true},
 }};

@@ -1,8 +1,8 @@
 #include "tables/section.h"
 
 #include "tables/sectionCrc.h"
-#include "tables/tableIds.h"
 
+#include <bitstream/dvb/si.h>
 #include <bitstream/mpeg/psi.h>
 
 #include <algorithm>
@@ -15,17 +15,19 @@ namespace {
 
 // First and last table_id.
 constexpr std::array<std::pair<std::uint8_t, std::uint8_t>, 6> crcTables{{
-    {0x00, 0x02}, // PAT, CAT, PMT
-    {0x40, 0x42}, // NIT of this and of other networks, SDT
-    {0x46, 0x46}, // SDT of other streams
-    {0x4A, 0x4A}, // BAT
-    {0x4E, 0x6F}, // EIT
-    {totTable, totTable},
+    {PAT_TABLE_ID, PMT_TABLE_ID},
+    {NIT_TABLE_ID_ACTUAL, SDT_TABLE_ID_ACTUAL},
+    {SDT_TABLE_ID_OTHER, SDT_TABLE_ID_OTHER},
+    {BAT_TABLE_ID, BAT_TABLE_ID},
+    {EIT_TABLE_ID_PF_ACTUAL, EIT_TABLE_ID_SCHED_OTHER_LAST},
+    {TOT_TABLE_ID, TOT_TABLE_ID},
 }};
+
+constexpr std::uint8_t stuffingTable = 0x72; // may hold anything
 
 // Whether sections of this table never are without the header of section_syntax_indicator 1.
 bool hasLongHeader(std::uint8_t tableId) {
-    return isCrcTable(tableId) && tableId != totTable;
+    return isCrcTable(tableId) && tableId != TOT_TABLE_ID;
 }
 
 } // namespace

@@ -1,8 +1,8 @@
 #include "tables/serviceEvents.h"
 
-#include "tables/tableIds.h"
-
 #include "wire/records.h"
+
+#include <bitstream/dvb/si.h>
 
 #include <algorithm>
 
@@ -43,7 +43,7 @@ void ServiceEvents::put(const SectionHeader& header, EitSection section) {
 // What a schedule table says is its last ends the schedule (ETSI EN 300 468, 5.2.4). One that lies about
 // itself is not believed.
 void ServiceEvents::endSchedule(std::uint8_t tableId, std::uint8_t lastTable) {
-    if (tableId >= firstScheduleTable && lastTable >= tableId) {
+    if (tableId >= EIT_TABLE_ID_SCHED_ACTUAL_FIRST && lastTable >= tableId) {
         tables_.erase(tables_.upper_bound(lastTable), tables_.end());
     }
 }

@@ -2,9 +2,11 @@
 
 #include "tables/psiTables.h"
 #include "tables/siTables.h"
-#include "tables/tableIds.h"
 
 #include "wire/records.h"
+
+#include <bitstream/dvb/si.h>
+#include <bitstream/mpeg/psi.h>
 
 #include <algorithm>
 #include <set>
@@ -26,8 +28,8 @@ bool lists(const std::vector<PatEntry>& entries, const std::vector<Program>& pro
 // The tables of the time have neither header nor version. Where both come, they are told as one: the TDT.
 void takeTime(SectionBytes bytes, StreamModel& model) {
     if (auto time = readTime(bytes)) {
-        if (model.time && model.time->tableId == tdtTable) {
-            time->tableId = tdtTable;
+        if (model.time && model.time->tableId == TDT_TABLE_ID) {
+            time->tableId = TDT_TABLE_ID;
         }
         model.time = time;
     }
@@ -36,13 +38,14 @@ void takeTime(SectionBytes bytes, StreamModel& model) {
 } // namespace
 
 const std::array<StreamTables::Reader, 8> StreamTables::readers{{
-    {wire::patPid, patTable, patTable, &StreamTables::wantsPat, &StreamTables::takePat},
-    {anyPid, pmtTable, pmtTable, &StreamTables::wantsPmt, &StreamTables::takePmt},
-    {wire::catPid, catTable, catTable, &StreamTables::wantsCat, &StreamTables::takeCat},
-    {wire::sdtPid, sdtActualTable, sdtActualTable, &StreamTables::wantsSdt, &StreamTables::takeSdt},
-    {anyPid, nitActualTable, nitActualTable, &StreamTables::wantsNit, &StreamTables::takeNit},
+    {wire::patPid, PAT_TABLE_ID, PAT_TABLE_ID, &StreamTables::wantsPat, &StreamTables::takePat},
+    {anyPid, PMT_TABLE_ID, PMT_TABLE_ID, &StreamTables::wantsPmt, &StreamTables::takePmt},
+    {wire::catPid, CAT_TABLE_ID, CAT_TABLE_ID, &StreamTables::wantsCat, &StreamTables::takeCat},
+    {wire::sdtPid, SDT_TABLE_ID_ACTUAL, SDT_TABLE_ID_ACTUAL, &StreamTables::wantsSdt, &StreamTables::takeSdt},
+    {anyPid, NIT_TABLE_ID_ACTUAL, NIT_TABLE_ID_ACTUAL, &StreamTables::wantsNit, &StreamTables::takeNit},
     {wire::eitPid, presentEventTable, presentEventTable, &StreamTables::wantsEit, &StreamTables::takeEit},
-    {wire::eitPid, firstScheduleTable, lastScheduleTable, &StreamTables::wantsEit, &StreamTables::takeEit},
+    {wire::eitPid, EIT_TABLE_ID_SCHED_ACTUAL_FIRST, EIT_TABLE_ID_SCHED_ACTUAL_LAST, &StreamTables::wantsEit,
+     &StreamTables::takeEit},
     {anyPid, mgtTable, sttTable, &StreamTables::wantsPsip, &StreamTables::takePsip},
 }};
 
