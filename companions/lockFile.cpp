@@ -1,5 +1,7 @@
 #include "companions/lockFile.h"
 
+#include "companions/ownerOf.h"
+
 #include <array>
 #include <cerrno>
 #include <fcntl.h>
@@ -11,7 +13,6 @@
 namespace companions {
 namespace {
 
-constexpr mode_t forUserAndGroup = 0660;
 constexpr mode_t forEverybody = 0777;
 
 Failure untrusted(const std::string& path, const LockWords& words, const std::string& got) {

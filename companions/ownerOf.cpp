@@ -80,7 +80,6 @@ void OwnerOf::resume() const {
 
 void openToGroup(const char* endpoint) {
     constexpr std::string_view scheme = "ipc://";
-    constexpr mode_t forUserAndGroup = 0660;
     // Without the right to do so the socket stays as OwnerOf's mask has made it, which is no wider.
     static_cast<void>(::chmod(endpoint + scheme.size(), forUserAndGroup));
 }

@@ -6,6 +6,9 @@
 
 namespace companions {
 
+// Rights of what user and group share, and nobody else.
+inline constexpr mode_t forUserAndGroup = 0660;
+
 // While it lives, what this process makes is for the user and the group of the directory that it is made in,
 // and for nobody else. So a program that root starts beside programs of another user leaves them their
 // endpoints: root makes files as the directory's owner would, with no more rights than that user has.

@@ -8,8 +8,8 @@ namespace board {
 
 namespace {
 
-constexpr double limit = tunables::pcrAccuracyLimit.count();
-constexpr auto window = static_cast<double>(tunables::accuracyWindow.count());
+constexpr double accuracyLimit = tunables::pcrAccuracyLimit.count();
+constexpr auto accuracyWindow = static_cast<double>(tunables::accuracyWindow.count());
 constexpr auto steadyDeviation = static_cast<double>(tunables::steadyDeviation.count());
 
 } // namespace
@@ -22,7 +22,7 @@ std::optional<PcrAccuracy::Finding> PcrAccuracy::pcr(Ticks step, std::uint64_t p
         elapsed_ += static_cast<double>(step.count());
     }
     points_.push_back({static_cast<double>(packet - firstPacket_), elapsed_, true});
-    const bool full = (elapsed_ >= window && points_.size() >= tunables::fewestAccuracyPcrs) ||
+    const bool full = (elapsed_ >= accuracyWindow && points_.size() >= tunables::fewestAccuracyPcrs) ||
                       points_.size() >= tunables::mostAccuracyPcrs;
     if (!full) {
         return std::nullopt;
@@ -42,7 +42,7 @@ void PcrAccuracy::restart() {
 
 PcrAccuracy::Finding PcrAccuracy::judge() {
     Line line = fit();
-    const auto beyond = [&](const Point& point) { return distance(point, line) > limit; };
+    const auto beyond = [&](const Point& point) { return distance(point, line) > accuracyLimit; };
     if (std::ranges::any_of(points_, beyond)) {
         line = fitWithoutOutliers();
     }
@@ -97,7 +97,7 @@ PcrAccuracy::Line PcrAccuracy::fitWithoutOutliers() {
     constexpr double tolerance = 3; // times what most of them are off
     Line line = fit();
     for (int round = 0; round < rounds; ++round) {
-        const double most = std::max(limit / tolerance, medianDistance(line)) * tolerance;
+        const double most = std::max(accuracyLimit / tolerance, medianDistance(line)) * tolerance;
         for (Point& point : points_) {
             point.counts = distance(point, line) <= most;
         }

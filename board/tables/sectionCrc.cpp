@@ -32,7 +32,7 @@ constexpr Tables makeTables() {
     return tables;
 }
 
-constexpr Tables tables = makeTables();
+constexpr Tables crcSteps = makeTables();
 
 } // namespace
 
@@ -40,12 +40,12 @@ std::uint32_t sectionCrc(SectionBytes bytes) {
     std::uint32_t crc = 0xFFFFFFFF;
     for (; bytes.size() >= atOnce; bytes = bytes.subspan(atOnce)) {
         const std::uint8_t* b = bytes.data();
-        crc = tables[7][b[0] ^ crc >> 24U] ^ tables[6][b[1] ^ (crc >> 16U & 0xFFU)] ^
-              tables[5][b[2] ^ (crc >> 8U & 0xFFU)] ^ tables[4][b[3] ^ (crc & 0xFFU)] ^ tables[3][b[4]] ^
-              tables[2][b[5]] ^ tables[1][b[6]] ^ tables[0][b[7]];
+        crc = crcSteps[7][b[0] ^ crc >> 24U] ^ crcSteps[6][b[1] ^ (crc >> 16U & 0xFFU)] ^
+              crcSteps[5][b[2] ^ (crc >> 8U & 0xFFU)] ^ crcSteps[4][b[3] ^ (crc & 0xFFU)] ^
+              crcSteps[3][b[4]] ^ crcSteps[2][b[5]] ^ crcSteps[1][b[6]] ^ crcSteps[0][b[7]];
     }
     for (const std::uint8_t byte : bytes) {
-        crc = (crc << 8U) ^ tables[0][(crc >> 24U) ^ byte];
+        crc = (crc << 8U) ^ crcSteps[0][(crc >> 24U) ^ byte];
     }
     return crc;
 }

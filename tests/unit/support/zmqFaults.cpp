@@ -198,8 +198,8 @@ void* __wrap_zmq_socket(void* context, int type) {
     }
     void* socket = __real_zmq_socket(context, type);
     // A script that goes wrong ends in a failed receive rather than in a test that hangs.
-    const int patience = 10000;
-    __real_zmq_setsockopt(socket, ZMQ_RCVTIMEO, &patience, sizeof patience);
+    const int limit = 10000;
+    __real_zmq_setsockopt(socket, ZMQ_RCVTIMEO, &limit, sizeof limit);
     seen.sockets[socket] = {type, "", false};
     return socket;
 }
