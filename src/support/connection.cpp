@@ -60,6 +60,7 @@ struct Connection {
     Clock::time_point doubted = never; // when the peer was first missed that may have gone without a word
     bool ended = false;                // and libzmq has not said that it tries again
     bool lost = false;                 // and the request with it, or so it may be
+    bool brokenOff = false;            // perhaps in the middle of a message
     Clock::time_point when;            // it ended
     Clock::time_point renewed;
     Request request;
@@ -168,13 +169,20 @@ void setInt(void* socket, int option, int value) {
     zmq_setsockopt(socket, option, &value, sizeof value);
 }
 
+// False when libzmq has given the connection up, with its queue, and perhaps in the middle of the message.
+bool sendMessage(Connection& connection) {
+    const Request& request = connection.request;
+    connection.brokenOff =
+        zmq_send(connection.socket, request.bytes, request.size, ZMQ_DONTWAIT) < 0 && errno == EAGAIN;
+    return !connection.brokenOff;
+}
+
 // The REQ socket waits for a reply that does not come any more.
 void sendAgain(Connection& connection) {
     setInt(connection.socket, ZMQ_REQ_RELAXED, 1);
-    zmq_send(connection.socket, connection.request.bytes, connection.request.size, ZMQ_DONTWAIT);
+    connection.lost = !sendMessage(connection);
     connection.request.owed = true;
     connection.request.repeated = true;
-    connection.lost = false;
 }
 
 void forgetPeer(Connection& connection) {
@@ -190,35 +198,31 @@ void takePart(const Connection& connection) {
     zmq_getsockopt(connection.socket, ZMQ_EVENTS, &events, &size);
 }
 
-void letGo(Connection& connection) {
+// libzmq 4.3.4 sends a request as an empty part and a text. When the connection ends between the two, a REQ
+// socket takes what it is given next for that text, and sends it on the next connection, where no REP socket
+// takes a text alone. So it is given an empty text, on a connection to nowhere, whose events come before
+// those of the next one.
+void endMessage(Connection& connection) {
+    if (std::exchange(connection.brokenOff, false)) {
+        zmq_connect(connection.socket, nowhere);
+        zmq_send(connection.socket, nullptr, 0, ZMQ_DONTWAIT);
+        zmq_disconnect(connection.socket, nowhere);
+    }
+}
+
+void renew(Connection& connection, const void* requester) {
     std::size_t size = sizeof connection.commandDescriptor;
     zmq_getsockopt(connection.socket, ZMQ_FD, &connection.commandDescriptor, &size);
     setInt(connection.socket, ZMQ_LINGER, 0);
     forgetPeer(connection);
     zmq_disconnect(connection.socket, connection.endpoint);
-}
-
-// A request is an empty part and its text. A REQ socket that loses its connection between them (libzmq 4.3.4)
-// goes on with a text on the next connection, which no peer takes for a request: so that goes where nobody
-// is.
-void endMessage(void* socket) {
-    zmq_connect(socket, nowhere);
-    zmq_send(socket, nullptr, 0, ZMQ_DONTWAIT);
-    zmq_disconnect(socket, nowhere);
-}
-
-void connectAgain(Connection& connection, const void* requester) {
+    endMessage(connection);
     zmq_connect(connection.socket, connection.endpoint);
     connection.renewed = Clock::now();
     connection.lost = isOpen(connection.request);
     if (isAwaited(connection, requester)) {
         sendAgain(connection);
     }
-}
-
-void renew(Connection& connection, const void* requester) {
-    letGo(connection);
-    connectAgain(connection, requester);
 }
 
 // Milliseconds until the next renewal, rounded up.
@@ -321,29 +325,32 @@ void stopWatching(void* socket) {
 }
 
 void reconnect(void* socket, const char* endpoint) {
-    if (Connection* connection = connectionOf(socket); connection != nullptr) {
+    Connection* connection = connectionOf(socket);
+    if (connection != nullptr) {
         readEvents(*connection);
         forgetPeer(*connection);
     }
     if (zmq_disconnect(socket, endpoint) == 0) {
+        if (connection != nullptr) {
+            endMessage(*connection);
+        }
         zmq_connect(socket, endpoint);
     }
 }
 
 void sendRequest(void* socket, const void* bytes, std::size_t size, RequestLife life, void* arrivesOn) {
     Connection* connection = connectionOf(socket);
-    if (connection != nullptr) {
-        readEvents(*connection);
-        connection->lost = false;
-        connection->request = {bytes, size, life, connection->established, true, false, arrivesOn};
+    if (connection == nullptr) {
+        zmq_send(socket, bytes, size, ZMQ_DONTWAIT);
+        return;
     }
-    const bool noPlace = zmq_send(socket, bytes, size, ZMQ_DONTWAIT) < 0 && errno == EAGAIN;
-    if (noPlace && connection != nullptr) {
-        // libzmq has given the connection up, and taken its queue away.
+    readEvents(*connection);
+    connection->lost = false;
+    connection->request = {bytes, size, life, connection->established, true, false, arrivesOn};
+    if (connection->brokenOff || !sendMessage(*connection)) {
+        readEvents(*connection); // they are of the connection that has ended
         connection->request.taken = false;
-        letGo(*connection);
-        endMessage(socket);
-        connectAgain(*connection, socket);
+        renew(*connection, socket);
     }
 }
 

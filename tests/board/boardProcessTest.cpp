@@ -313,13 +313,16 @@ TEST_F(BoardProcess, PrintsAllThatHasComeWhenASignalEndsIt) {
     std::filesystem::remove(file);
     ASSERT_EQ(::mkfifo(file.c_str(), 0600), 0);
     start({"--print", file});
-    const int pipe = ::open(file.c_str(), O_WRONLY | O_CLOEXEC);
-    ASSERT_EQ(::write(pipe, part.data(), part.size()), static_cast<ssize_t>(part.size()));
-    for (int unread = 1; unread != 0;) {
-        ASSERT_EQ(::ioctl(pipe, FIONREAD, &unread), 0);
+    const int pipe =
+        ::open(file.c_str(), O_RDWR | O_CLOEXEC); // its other end is there, whatever the board does
+    EXPECT_EQ(::write(pipe, part.data(), part.size()), static_cast<ssize_t>(part.size()));
+    for (int unread = 1, look = 0; unread != 0 && look < 5000; ++look) {
+        EXPECT_EQ(::ioctl(pipe, FIONREAD, &unread), 0);
+        ::usleep(1000);
     }
     board->signal(SIGTERM);
     EXPECT_EQ(output(), ofFile);
+    EXPECT_EQ(end(), "exit code 0");
     ::close(pipe);
 }
 

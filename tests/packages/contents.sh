@@ -70,3 +70,29 @@ unitIsHardened() {
     found=$(systemd-analyze security --offline=yes --threshold=10 "$unit") || fail "the unit is exposed: $(grep ✗ <<<"$found")"
     seen "the unit: $(tail -n 1 <<<"$found" | sed 's/[^ -~]//g')"
 }
+
+# pidsFrom ARCHITECTURE: the PIDs of a sample stream, one by line, as the service of that package tells them to the
+# programs of this machine's. In namespaces of its own, where nobody has started anything.
+pidsFrom() {
+    local architecture=$1 emulator=
+    [ "$architecture" = "$own" ] || emulator="qemu-arm-static -cpu cortex-a9 -L $PWD/build/arm-sysroot"
+    echo '127.0.0.1 localhost mpegfe-parser' >"$work/hosts"
+    # shellcheck disable=SC2016 # the other shell's
+    unshare --mount --net --pid --fork --kill-child bash -euc '
+        perl -MSocket -e "socket(S, AF_INET, SOCK_DGRAM, 0); \$up = pack(q(Z16 s x14), q(lo), 0x49); ioctl(S, 0x8914, \$up) or die" # SIOCSIFFLAGS
+        mount -t tmpfs none /run
+        mkdir -p /run/shm/zmq
+        mount --bind "$1/hosts" /etc/hosts
+        tools=$1/contents/$2/mpegfe-tools/usr/bin
+        "$tools/mpegfe-board" samples/three-programs.ts 2>/dev/null &
+        $4 "$1/contents/$3/mpegfe/usr/bin/mpegFE" >/dev/null &
+        timeout 60 "$tools/mpegfe-manager" pidData on
+    ' - "$work" "$own" "$architecture" "$emulator" | grep -oE '"pidNum":"[0-9]+"' | sort -u
+}
+
+servicesTellTheSame() {
+    local pids
+    pids=$(pidsFrom "$own") || fail "the packaged service of $own tells no PIDs"
+    [ "$(pidsFrom armhf)" = "$pids" ] || fail "the packaged service of armhf does not tell the PIDs that the one of $own does"
+    seen "the packaged services of both architectures find the parser by its name and tell the same $(wc -l <<<"$pids") PIDs"
+}

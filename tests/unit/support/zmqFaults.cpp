@@ -5,12 +5,11 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <dlfcn.h>
 #include <map>
 #include <optional>
 #include <poll.h>
 #include <set>
-#include <sys/syscall.h>
-#include <unistd.h>
 
 namespace zmqFaults {
 
@@ -151,7 +150,8 @@ int __real_zmq_ctx_term(void* context);
 
 // libzmq's own calls come here too.
 int poll(pollfd* descriptors, nfds_t count, int timeout) {
-    const int result = static_cast<int>(syscall(SYS_poll, descriptors, count, timeout));
+    static auto* const next = reinterpret_cast<int (*)(pollfd*, nfds_t, int)>(dlsym(RTLD_NEXT, "poll"));
+    const int result = next(descriptors, count, timeout);
     if (isSending && result == 0 && hooks.insideSend) {
         hooks.insideSend();
     }
