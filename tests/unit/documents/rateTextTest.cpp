@@ -16,20 +16,12 @@
 
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__) || !defined(__OPTIMIZE__)
-constexpr bool slowBuild = true;
-#elif defined(__has_feature)
-constexpr bool slowBuild = __has_feature(address_sanitizer);
-#else
-constexpr bool slowBuild = false;
-#endif
-
 constexpr int shards = 4; // tests that ctest runs side by side
 #ifdef MPEGFE_EMULATED
 constexpr int patternsOfAShard = 50'000;
 constexpr int halves = 40'000;
 #else
-constexpr int patternsOfAShard = slowBuild ? 100'000 : 2'500'000;
+constexpr int patternsOfAShard = 100'000;
 constexpr int halves = 200'000;
 #endif
 
