@@ -15,10 +15,7 @@ namespace {
 using namespace std::chrono_literals;
 using namespace streamWriter;
 
-constexpr std::uint16_t videoPid = 0x101;
-constexpr std::uint16_t audioPid = 0x102;
 constexpr std::uint16_t dataPid = 0x103;
-constexpr std::uint16_t pmtPid = 0x100;
 
 class Analyser : public testing::Test {
   protected:

@@ -47,7 +47,7 @@ bool BoardProcess::awaitConsole(const std::string& text) {
 bool BoardProcess::readConsole() {
     pollfd waiting{board->errorDescriptor(), POLLIN, 0};
     std::array<char, 4096> piece{};
-    if (::poll(&waiting, 1, static_cast<int>(patience.count())) <= 0) {
+    if (::poll(&waiting, 1, patience.count()) <= 0) {
         return false;
     }
     const ssize_t count = ::read(board->errorDescriptor(), piece.data(), piece.size());
@@ -68,7 +68,7 @@ std::string BoardProcess::output() {
     std::string text;
     std::array<char, 4096> piece{};
     pollfd waiting{board->outputDescriptor(), POLLIN, 0};
-    while (::poll(&waiting, 1, static_cast<int>(patience.count())) > 0) {
+    while (::poll(&waiting, 1, patience.count()) > 0) {
         const ssize_t count = ::read(board->outputDescriptor(), piece.data(), piece.size());
         if (count <= 0) {
             break;
@@ -89,8 +89,8 @@ std::string BoardProcess::outcome(const std::vector<std::string>& arguments) {
 }
 
 Client::Client() {
-    subscriber.set(zmq::sockopt::rcvtimeo, static_cast<int>(patience.count()));
-    instructor.set(zmq::sockopt::rcvtimeo, static_cast<int>(patience.count()));
+    subscriber.set(zmq::sockopt::rcvtimeo, patience.count());
+    instructor.set(zmq::sockopt::rcvtimeo, patience.count());
     subscriber.set(zmq::sockopt::linger, 0);
     instructor.set(zmq::sockopt::linger, 0);
     subscriber.connect("tcp://127.0.0.1:" WIRE_PARSER_PORT);

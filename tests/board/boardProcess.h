@@ -3,6 +3,7 @@
 
 #include "../support/childProcess.h"
 #include "../support/isolation.h"
+#include "../support/patience.h"
 
 #include "wire/topics.h"
 
@@ -19,7 +20,8 @@ namespace boardProcess {
 using Message = std::vector<std::string>;
 
 inline const std::string sample = MPEGFE_SAMPLES "/three-programs.ts";
-inline constexpr std::chrono::milliseconds patience{20000};
+inline const std::string sampleWithAllTables = MPEGFE_SAMPLES "/all-tables.ts";
+using testSupport::patience;
 
 // The golden text of this name. MPEGFE_WRITE_GOLDEN in the environment writes what is made instead.
 std::string golden(const std::string& name, const std::string& made);

@@ -53,7 +53,7 @@ class DescriptorsUsedUp {
     rlimit before{};
 };
 
-std::string refusal(const std::string& name) {
+std::string refusalOf(const std::string& name) {
     try {
         board::openSource(name, {});
         return "opened";
@@ -84,7 +84,7 @@ TEST_F(BrokenSource, IsRefusedWithoutADescriptorForItsSocket) {
     }
     const DescriptorsUsedUp none;
     EXPECT_EQ(
-        refusal("udp://127.0.0.1:5630"),
+        refusalOf("udp://127.0.0.1:5630"),
         "cannot open udp://127.0.0.1:5630: expected a socket, got Too many open files; check the limits "
         "of this process, and that this machine has such a network");
 }
@@ -94,7 +94,7 @@ TEST_F(BrokenSource, IsRefusedWithoutDescriptorsForTheWayFromItsReceiver) {
         GTEST_SKIP() << "the sanitizer needs descriptors of its own";
     }
     const DescriptorsUsedUp none;
-    EXPECT_EQ(refusal("srt://127.0.0.1:5631?mode=listener"),
+    EXPECT_EQ(refusalOf("srt://127.0.0.1:5631?mode=listener"),
               "cannot open srt://127.0.0.1:5631?mode=listener: expected a pair of sockets, got Too many open "
               "files; check the limits of this process");
 }

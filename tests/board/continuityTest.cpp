@@ -11,7 +11,7 @@ using Step = board::Continuity::Step;
 
 // A packet with a payload and this continuity_counter; with an adaptation field it may announce a
 // discontinuity.
-std::array<std::uint8_t, 188> packet(std::uint8_t counter, bool announced = false) {
+std::array<std::uint8_t, 188> packetNumbered(std::uint8_t counter, bool announced = false) {
     std::array<std::uint8_t, 188> bytes{0x47, 0x01, 0x00, static_cast<std::uint8_t>(0x10 | counter)};
     if (announced) {
         bytes[3] |= 0x20;
@@ -24,7 +24,7 @@ std::array<std::uint8_t, 188> packet(std::uint8_t counter, bool announced = fals
 class Continuity : public testing::Test {
   protected:
     Step after(std::uint8_t counter, bool announced = false) {
-        return continuity.packet(packet(counter, announced).data());
+        return continuity.packet(packetNumbered(counter, announced).data());
     }
 
     board::Continuity continuity;
@@ -53,14 +53,14 @@ TEST_F(Continuity, AllowsOneRepetitionAndNoOther) {
 
 TEST_F(Continuity, TakesTheSameCounterWithOtherContentForAGapOfSixteen) {
     after(3);
-    auto other = packet(3);
+    auto other = packetNumbered(3);
     other[187] = 1;
     EXPECT_EQ(continuity.packet(other.data()), Step::afterGap);
     EXPECT_EQ(continuity.packet(other.data()), Step::repeated);
 }
 
 TEST_F(Continuity, KnowsARepetitionWithAnotherPcr) {
-    auto first = packet(3);
+    auto first = packetNumbered(3);
     first[3] |= 0x20;
     first[4] = 7;
     first[5] = 0x10;
@@ -71,7 +71,7 @@ TEST_F(Continuity, KnowsARepetitionWithAnotherPcr) {
 
 // A packet without a payload: adaptation field alone.
 std::array<std::uint8_t, 188> empty(std::uint8_t counter) {
-    auto bytes = packet(counter);
+    auto bytes = packetNumbered(counter);
     bytes[3] = static_cast<std::uint8_t>(0x20 | counter);
     bytes[4] = 183;
     return bytes;
@@ -88,7 +88,7 @@ TEST_F(Continuity, ExpectsNoStepWithoutAPayload) {
 
 TEST_F(Continuity, IgnoresPacketsOfTheReservedKind) {
     after(3);
-    auto reserved = packet(9);
+    auto reserved = packetNumbered(9);
     reserved[3] = 9;
     EXPECT_EQ(continuity.packet(reserved.data()), Step::next);
     EXPECT_EQ(after(4), Step::next);
@@ -103,7 +103,7 @@ TEST_F(Continuity, NoticesAGapAndGoesOnBehindIt) {
 TEST_F(Continuity, TakesAnAnnouncedDiscontinuityForNoGap) {
     after(3);
     EXPECT_EQ(after(9, true), Step::next);
-    auto other = packet(9, true);
+    auto other = packetNumbered(9, true);
     other[187] = 1;
     EXPECT_EQ(continuity.packet(other.data()), Step::next) << "the same counter is no repetition then";
     EXPECT_EQ(after(10), Step::next);
@@ -125,7 +125,7 @@ TEST_F(Continuity, TakesAnythingAfterTheSeam) {
 
 TEST_F(Continuity, BelievesAnEmptyAdaptationFieldNothing) {
     after(3);
-    auto bytes = packet(9, true);
+    auto bytes = packetNumbered(9, true);
     bytes[4] = 0; // its length: what follows is payload
     EXPECT_EQ(continuity.packet(bytes.data()), Step::afterGap);
 }

@@ -17,9 +17,6 @@ using namespace std::chrono_literals;
 using namespace streamWriter;
 using board::Indicator;
 
-constexpr std::uint16_t pmtPid = 0x100;
-constexpr std::uint16_t videoPid = 0x101;
-constexpr std::uint16_t audioPid = 0x102;
 constexpr std::uint16_t nullPid = 8191;
 constexpr std::size_t slotPackets = 10;      // of 10 ms: 1.5 Mbit/s
 constexpr std::int64_t packetTicks = 27'000; // of 27 MHz

@@ -21,15 +21,14 @@
 
 namespace {
 
-using boardProcess::patience;
+using boardProcess::sampleWithAllTables;
 using testSupport::ChildProcess;
+using testSupport::patience;
 using Modes = std::map<std::string, mode_t>;
 
 constexpr uid_t firstUser = 4242;
 constexpr gid_t group = 4343;
 constexpr uid_t stranger = 4444;
-
-const std::string stream = MPEGFE_SAMPLES "/all-tables.ts";
 
 constexpr std::array<const char*, 3> endpoints{wire::instructionEndpoint, wire::requestEndpoint,
                                                wire::documentEndpoint};
@@ -78,7 +77,7 @@ std::string transcript(ChildProcess& process) {
     std::array<char, 4096> piece{};
     pollfd item{process.outputDescriptor(), POLLIN, 0};
     ssize_t count = 1;
-    while (count > 0 && ::poll(&item, 1, static_cast<int>(patience.count())) == 1) {
+    while (count > 0 && ::poll(&item, 1, patience.count()) == 1) {
         count = ::read(process.outputDescriptor(), piece.data(), piece.size());
         printed.append(piece.data(), static_cast<std::size_t>(std::max<ssize_t>(0, count)));
     }
@@ -107,7 +106,7 @@ class Mask : public testing::TestWithParam<const char*> {};
 
 TEST_P(Mask, LeavesSocketsAndLocksToUserAndGroup) {
     testSupport::enterIsolation();
-    const ChildProcess board(withMask(GetParam(), {MPEGFE_BOARD, stream}), {});
+    const ChildProcess board(withMask(GetParam(), {MPEGFE_BOARD, sampleWithAllTables}), {});
     const ChildProcess manager(withMask(GetParam(), {MPEGFE_MANAGER, "NIT", "on"}), {});
     EXPECT_EQ(modesInTheEnd(), forTheGroup);
 }
@@ -130,7 +129,7 @@ TEST_P(Mask, LetsUsersOfAGroupWorkTogetherAndNobodyElse) {
     const std::string boardCopy = reachable(MPEGFE_BOARD);
     const std::string serviceCopy = reachable(MPEGFE_PROGRAM);
     const std::string managerCopy = reachable(MPEGFE_MANAGER);
-    const std::string streamCopy = reachable(stream);
+    const std::string streamCopy = reachable(sampleWithAllTables);
     for (const uid_t user : {firstUser, firstUser + 10}) {
         const ChildProcess board(asUser(user, withMask(GetParam(), {boardCopy, streamCopy})), {});
         ChildProcess manager(

@@ -14,8 +14,6 @@ namespace {
 
 using streamWriter::Bytes;
 
-constexpr std::uint16_t pid = 0x102;
-
 class HeaderProbe : public testing::Test {
   protected:
     // Frames that start with a header, without the first bytes of the first.
@@ -36,9 +34,9 @@ class HeaderProbe : public testing::Test {
         for (std::size_t at = 0; at < stream.size(); at += pesSize) {
             const auto from = stream.begin() + static_cast<std::ptrdiff_t>(at);
             const auto bytes = static_cast<std::ptrdiff_t>(std::min(pesSize, stream.size() - at));
-            packets.pes(pid, 0xC0, 90000 + at, Bytes(from, from + bytes));
+            packets.pes(streamWriter::audioPid, 0xC0, 90000 + at, Bytes(from, from + bytes));
         }
-        board::HeaderProbe probe({pid, 0, board::StreamKind::audio, coding, ""});
+        board::HeaderProbe probe({streamWriter::audioPid, 0, board::StreamKind::audio, coding, ""});
         const Bytes& bytes = packets.bytes();
         for (std::size_t k = 0; k * TS_SIZE < bytes.size(); ++k) {
             const std::uint8_t* packet = bytes.data() + k * TS_SIZE;
@@ -52,7 +50,7 @@ class HeaderProbe : public testing::Test {
 
     // "bit rate index, sampling index, mode"; "nothing" where no header has been found.
     std::string found() const {
-        const auto format = model.audioFormats.find(pid);
+        const auto format = model.audioFormats.find(streamWriter::audioPid);
         return format == model.audioFormats.end() ? "nothing"
                                                   : std::to_string(format->second.bitRateIndex) + " " +
                                                         std::to_string(format->second.sampleRateIndex) + " " +
@@ -62,20 +60,20 @@ class HeaderProbe : public testing::Test {
     board::StreamModel model;
 };
 
-const Bytes layer2{0xFF, 0xFD, 0xC4, 0x00}; // 256 kbit/s, 48 kHz, stereo: frames of 768 bytes
-constexpr std::size_t layer2Frame = 768;
+const Bytes stereoHeader{0xFF, 0xFD, 0xC4, 0x00}; // 256 kbit/s, 48 kHz, stereo: frames of 768 bytes
+constexpr std::size_t stereoFrame = 768;
 constexpr std::size_t oddPes = 719;
 
 TEST_F(HeaderProbe, FindsFramesThatAreLongerThanThePesPackets) {
-    for (std::size_t without = 0; without < layer2Frame; without += 7) {
+    for (std::size_t without = 0; without < stereoFrame; without += 7) {
         model = {};
-        play(3, frames(layer2, layer2Frame, 8, without), oddPes);
+        play(3, frames(stereoHeader, stereoFrame, 8, without), oddPes);
         EXPECT_EQ(found(), "12 1 0") << without;
     }
 }
 
 TEST_F(HeaderProbe, FindsFramesInManySmallPesPackets) {
-    play(3, frames(layer2, layer2Frame, 20, 500), 50);
+    play(3, frames(stereoHeader, stereoFrame, 20, 500), 50);
     EXPECT_EQ(found(), "12 1 0");
 }
 
@@ -86,16 +84,16 @@ TEST_F(HeaderProbe, FindsEnhancedAc3AcrossPesPackets) {
 
 // A frame is as long as its header says only where nothing is missing in between.
 TEST_F(HeaderProbe, JoinsNothingAcrossALostPacket) {
-    const Bytes shorter = frames(layer2, layer2Frame, 2, 700); // the end of a frame, and a whole one
+    const Bytes shorter = frames(stereoHeader, stereoFrame, 2, 700); // the end of a frame, and a whole one
     play(3, shorter, oddPes, 2);
     EXPECT_EQ(found(), "nothing");
-    play(3, frames(layer2, layer2Frame, 8, 700), oddPes, 2);
+    play(3, frames(stereoHeader, stereoFrame, 8, 700), oddPes, 2);
     EXPECT_EQ(found(), "12 1 0");
 }
 
 TEST_F(HeaderProbe, GoesOnLookingInWhatHoldsNoHeaderForLong) {
     Bytes stream(200'000, 0x55);
-    const Bytes end = frames(layer2, layer2Frame, 200, 10);
+    const Bytes end = frames(stereoHeader, stereoFrame, 200, 10);
     stream.insert(stream.end(), end.begin(), end.end());
     play(3, stream, oddPes);
     EXPECT_EQ(found(), "12 1 0");

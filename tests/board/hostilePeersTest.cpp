@@ -101,7 +101,7 @@ class RawConnection {
         pollfd item{descriptor_, POLLIN, 0};
         ssize_t count = 1;
         while (count > 0) {
-            if (::poll(&item, 1, static_cast<int>(patience.count())) != 1) {
+            if (::poll(&item, 1, patience.count()) != 1) {
                 return false;
             }
             count = ::recv(descriptor_, buffer.data(), buffer.size(), 0);

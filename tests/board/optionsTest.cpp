@@ -7,7 +7,7 @@
 
 namespace {
 
-std::optional<board::Options> parsed(const std::vector<std::string>& words) {
+std::optional<board::Options> parsedOptions(const std::vector<std::string>& words) {
     std::vector<const char*> arguments{"mpegfe-board"};
     for (const std::string& word : words) {
         arguments.push_back(word.c_str());
@@ -18,12 +18,12 @@ std::optional<board::Options> parsed(const std::vector<std::string>& words) {
 // What the words ask for, which is a task of this kind.
 template <class Task>
 Task task(const std::vector<std::string>& words) {
-    return std::get<Task>(parsed(words).value());
+    return std::get<Task>(parsedOptions(words).value());
 }
 
 std::string problem(const std::vector<std::string>& words) {
     try {
-        parsed(words);
+        parsedOptions(words);
         return "none";
     } catch (const companions::Failure& error) {
         EXPECT_EQ(error.exitStatus(), 2);
@@ -79,7 +79,7 @@ TEST(Options, TakesEveryOption) {
     EXPECT_EQ(task<board::PlayOptions>({"--bind", "::1", "file.ts"}).address, "::1");
     EXPECT_EQ(task<board::PlayOptions>({"file.ts"}).address, "127.0.0.1");
     for (const char* word : {"-h", "--help", "--version"}) {
-        EXPECT_FALSE(parsed({word})) << word;
+        EXPECT_FALSE(parsedOptions({word})) << word;
     }
 }
 

@@ -10,7 +10,7 @@ using board::PacketSync;
 using streamWriter::Bytes;
 using streamWriter::joined;
 
-Bytes packet(std::uint8_t mark) {
+Bytes markedPacket(std::uint8_t mark) {
     Bytes bytes(board::tsPacketSize, mark);
     bytes[0] = board::tsSyncByte;
     return bytes;
@@ -37,7 +37,7 @@ const Bytes eightMarks{1, 2, 3, 4, 5, 6, 7, 8};
 Bytes eightPackets(const Bytes& before, const Bytes& after) {
     Bytes all;
     for (const std::uint8_t mark : eightMarks) {
-        all = joined({all, before, packet(mark), after});
+        all = joined({all, before, markedPacket(mark), after});
     }
     return all;
 }
@@ -80,7 +80,7 @@ TEST(PacketSync, FindsPacketsAgainBehindGarbageBetweenThem) {
 std::string syncErrorsOf(const std::vector<std::size_t>& wrong, const Bytes& between = {}) {
     Bytes bytes;
     for (std::size_t k = 0; k < 40; ++k) {
-        bytes = joined({bytes, packet(1), k == 20 ? between : Bytes{}});
+        bytes = joined({bytes, markedPacket(1), k == 20 ? between : Bytes{}});
     }
     for (const std::size_t place : wrong) {
         bytes[place * board::tsPacketSize] = 0x48;
@@ -106,13 +106,13 @@ TEST(PacketSync, LosesSyncWithTwoInARowAndFindsItWithFive) {
 
 TEST(PacketSync, LosesSyncWhereBytesAreTooManyOrTooFew) {
     EXPECT_EQ(syncErrorsOf({}, Bytes(100, 0xAA)), "2 missing, 1 losses");
-    Bytes cut = packet(1);
+    Bytes cut = markedPacket(1);
     cut.resize(90);
     EXPECT_EQ(syncErrorsOf({}, cut), "2 missing, 1 losses");
 }
 
 TEST(PacketSync, DropsAPacketThatIsCutShort) {
-    Bytes shortened = packet(0x55);
+    Bytes shortened = markedPacket(0x55);
     shortened.resize(90);
     const Bytes bytes = joined({eightPackets({}, {}), shortened, eightPackets({}, {})});
     EXPECT_EQ(marksOf(bytes), joined({eightMarks, eightMarks}));
@@ -154,7 +154,7 @@ TEST(PacketSync, TakesNoArrivalStampForAPacket) {
 TEST(PacketSync, TakesNoHeaderByteForAPacket) {
     Bytes cut;
     for (int k = 0; k < 8; ++k) {
-        Bytes one = packet(1);
+        Bytes one = markedPacket(1);
         one[2] = 0x47; // of the PID
         cut = joined({cut, one});
     }
@@ -166,7 +166,7 @@ TEST(PacketSync, TakesAFlowAsLongAsOnePacketForThatPacket) {
     for (const auto& [before, after] :
          {std::pair<Bytes, Bytes>{{}, {}}, {{9, 9, 9, 9}, {}}, {{}, {9, 9, 9, 9}}, {{}, Bytes(16, 9)}}) {
         PacketSync sync;
-        const Bytes bytes = joined({before, packet(1), after});
+        const Bytes bytes = joined({before, markedPacket(1), after});
         EXPECT_EQ(marksOf(sync, bytes, 100), Bytes{1}) << bytes.size();
         EXPECT_EQ(sync.stride(), bytes.size());
         EXPECT_EQ(marksOf(sync, bytes, 100), Bytes{1}) << "the flow comes again";
@@ -179,9 +179,9 @@ TEST(PacketSync, ReadsAFlowOfFewPackets) {
         Bytes stamped;
         Bytes coded;
         for (std::size_t k = 0; k < count; ++k) {
-            plain = joined({plain, packet(1)});
-            stamped = joined({stamped, {9, 9, 9, 9}, packet(1)});
-            coded = joined({coded, packet(1), Bytes(16, 9)});
+            plain = joined({plain, markedPacket(1)});
+            stamped = joined({stamped, {9, 9, 9, 9}, markedPacket(1)});
+            coded = joined({coded, markedPacket(1), Bytes(16, 9)});
         }
         EXPECT_EQ(marksOf(plain), Bytes(count, 1));
         EXPECT_EQ(marksOf(stamped), Bytes(count, 1));

@@ -19,7 +19,7 @@ using namespace boardProcess;
 class Speaker {
   public:
     explicit Speaker(zmq::socket_type type) : socket(context, type) {
-        socket.set(zmq::sockopt::rcvtimeo, static_cast<int>(patience.count()));
+        socket.set(zmq::sockopt::rcvtimeo, patience.count());
         socket.set(zmq::sockopt::linger, 0);
         socket.connect(wire::instructionEndpoint);
     }
@@ -57,7 +57,7 @@ class Speaker {
 
     // From now on what has been said still goes out when it goes.
     void leave() {
-        socket.set(zmq::sockopt::linger, static_cast<int>(patience.count()));
+        socket.set(zmq::sockopt::linger, patience.count());
     }
 
   private:
@@ -72,7 +72,7 @@ class StallingClient {
         subscriber.set(zmq::sockopt::rcvhwm, 1);
         subscriber.set(zmq::sockopt::rcvbuf, 4096);
         subscriber.set(zmq::sockopt::linger, 0);
-        subscriber.set(zmq::sockopt::rcvtimeo, static_cast<int>(patience.count()));
+        subscriber.set(zmq::sockopt::rcvtimeo, patience.count());
         subscriber.connect("tcp://127.0.0.1:" WIRE_PARSER_PORT);
         subscriber.set(zmq::sockopt::subscribe, "");
     }
@@ -267,7 +267,7 @@ class ChannelInHand : public BoardProcess {
     ChannelInHand() {
         zmq_socket_monitor(channel.socket().handle(), "inproc://events",
                            ZMQ_EVENT_HANDSHAKE_SUCCEEDED | ZMQ_EVENT_DISCONNECTED);
-        events.set(zmq::sockopt::rcvtimeo, static_cast<int>(patience.count()));
+        events.set(zmq::sockopt::rcvtimeo, patience.count());
         events.connect("inproc://events");
         channel.socket().bind(wire::instructionEndpoint);
     }

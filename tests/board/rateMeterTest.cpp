@@ -23,7 +23,8 @@ void count(RateMeter& meter, std::size_t position, int packets) {
 
 // Plays a stretch of stream with a reading so often, and this many packets a reading on each of
 // the positions. Returns the time behind it.
-Ticks play(RateMeter& meter, Ticks from, Ticks to, Ticks every, const std::vector<std::size_t>& positions) {
+Ticks playReadings(RateMeter& meter, Ticks from, Ticks to, Ticks every,
+                   const std::vector<std::size_t>& positions) {
     static std::uint64_t number = 0;
     Ticks now = from;
     for (; now < to; now += every) {
@@ -67,13 +68,13 @@ TEST(RateMeter, MovesItsWindowATenthOfThePeriodAtATime) {
     constexpr Ticks tenth = 100ms;
     RateMeter meter(1s);
     meter.reading(0s, 0);
-    play(meter, 0s, 8 * tenth, tenth, {0});
+    playReadings(meter, 0s, 8 * tenth, tenth, {0});
     EXPECT_FALSE(meter.measured());
-    play(meter, 8 * tenth, 9 * tenth, tenth, {0});
+    playReadings(meter, 8 * tenth, 9 * tenth, tenth, {0});
     EXPECT_TRUE(meter.measured());
     EXPECT_EQ(meter.window().elapsed, 9 * tenth);
     EXPECT_FLOAT_EQ(meter.rate(0), 100 * bitsPerPacket);
-    play(meter, 9 * tenth, 20 * tenth, tenth, {0, 0});
+    playReadings(meter, 9 * tenth, 20 * tenth, tenth, {0, 0});
     EXPECT_EQ(meter.window().elapsed, 9 * tenth);
     EXPECT_FLOAT_EQ(meter.rate(0), 200 * bitsPerPacket);
 }
@@ -91,9 +92,9 @@ TEST_P(SilentPid, IsAtZeroWithinAPeriodOfItsLastPacket) {
     for (Ticks lasting = 3 * period; lasting < 4 * period; lasting += period / 7) {
         RateMeter meter(period);
         meter.reading(0s, 0);
-        const Ticks silentSince = play(meter, 0s, lasting, readings, {0, 1});
+        const Ticks silentSince = playReadings(meter, 0s, lasting, readings, {0, 1});
         EXPECT_GT(meter.rate(1), 0.0F);
-        play(meter, silentSince, silentSince + period - readings, readings, {0});
+        playReadings(meter, silentSince, silentSince + period - readings, readings, {0});
         EXPECT_EQ(meter.rate(1), 0.0F) << name;
         EXPECT_GT(meter.rate(0), 0.0F);
     }

@@ -53,7 +53,7 @@ class Publisher {
   public:
     Publisher() {
         socket.set(zmq::sockopt::linger, 0);
-        socket.set(zmq::sockopt::rcvtimeo, static_cast<int>(patience.count()));
+        socket.set(zmq::sockopt::rcvtimeo, patience.count());
         socket.bind("tcp://*:" WIRE_PARSER_PORT);
     }
 
@@ -135,7 +135,7 @@ TEST_F(Recorder, LeavesAnOlderRecordingAloneWhenItIsStoppedBeforeTheBoardAnswers
     const std::string before = recorded();
     zmq::context_t context;
     zmq::socket_t silentBoard(context, ZMQ_REP);
-    silentBoard.set(zmq::sockopt::rcvtimeo, static_cast<int>(patience.count()));
+    silentBoard.set(zmq::sockopt::rcvtimeo, patience.count());
     silentBoard.bind(wire::instructionEndpoint);
     start({"--record", file, "--instruct"});
     zmq::message_t word;

@@ -23,8 +23,6 @@ using namespace boardProcess;
 using testSupport::ChildProcess;
 using Clock = std::chrono::steady_clock;
 
-const std::string stream = MPEGFE_SAMPLES "/all-tables.ts";
-
 // From the return of those that were killed until a request is served. What a program takes to start is part
 // of it.
 constexpr std::chrono::seconds promptly{2};
@@ -117,7 +115,7 @@ class Program {
     bool read() {
         std::array<char, 4096> piece{};
         pollfd item{process_->outputDescriptor(), POLLIN, 0};
-        if (::poll(&item, 1, static_cast<int>(patience.count())) != 1) {
+        if (::poll(&item, 1, patience.count()) != 1) {
             return false;
         }
         const ssize_t count = ::read(process_->outputDescriptor(), piece.data(), piece.size());
@@ -139,7 +137,7 @@ class Restart : public BoardProcess, public testing::WithParamInterface<std::tup
     void startProgram(char name) {
         switch (name) {
         case 'b':
-            boardProgram.start({MPEGFE_BOARD, stream});
+            boardProgram.start({MPEGFE_BOARD, sampleWithAllTables});
             break;
         case 's':
             service.start({MPEGFE_PROGRAM});

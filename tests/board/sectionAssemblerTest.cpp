@@ -10,7 +10,7 @@ using streamWriter::Bytes;
 using streamWriter::joined;
 
 // A section of this many bytes, with a number in it.
-Bytes section(std::size_t size, std::uint8_t mark) {
+Bytes markedSection(std::size_t size, std::uint8_t mark) {
     return joined({{0x80}, streamWriter::number(0x3000 | (size - 3), 2), Bytes(size - 3, mark)});
 }
 
@@ -33,46 +33,46 @@ class SectionAssembler : public testing::Test {
 };
 
 TEST_F(SectionAssembler, FindsASectionInOnePacket) {
-    start(section(20, 1));
-    EXPECT_EQ(found, std::vector<Bytes>{section(20, 1)});
+    start(markedSection(20, 1));
+    EXPECT_EQ(found, std::vector<Bytes>{markedSection(20, 1)});
 }
 
 TEST_F(SectionAssembler, FindsSeveralSectionsInOnePacket) {
-    start(joined({section(20, 1), section(30, 2), section(40, 3)}));
-    EXPECT_EQ(found, (std::vector<Bytes>{section(20, 1), section(30, 2), section(40, 3)}));
+    start(joined({markedSection(20, 1), markedSection(30, 2), markedSection(40, 3)}));
+    EXPECT_EQ(found, (std::vector<Bytes>{markedSection(20, 1), markedSection(30, 2), markedSection(40, 3)}));
 }
 
 TEST_F(SectionAssembler, JoinsASectionOfManyPacketsAndTheNextBehindThePointer) {
-    const Bytes first = section(400, 1);
+    const Bytes first = markedSection(400, 1);
     start(Bytes(first.begin(), first.begin() + 183));
     payload(Bytes(first.begin() + 183, first.begin() + 367), false);
-    Bytes last = joined({{33}, Bytes(first.begin() + 367, first.end()), section(50, 2)});
+    Bytes last = joined({{33}, Bytes(first.begin() + 367, first.end()), markedSection(50, 2)});
     last.resize(184, 0xFF);
     payload(last, true);
-    EXPECT_EQ(found, (std::vector<Bytes>{first, section(50, 2)}));
+    EXPECT_EQ(found, (std::vector<Bytes>{first, markedSection(50, 2)}));
 }
 
 TEST_F(SectionAssembler, DropsASectionThatMissesAPacket) {
-    const Bytes first = section(400, 1);
+    const Bytes first = markedSection(400, 1);
     start(Bytes(first.begin(), first.begin() + 183));
     assembler.lost();
     payload(Bytes(first.begin() + 183, first.begin() + 367), false);
-    start(section(20, 2));
-    EXPECT_EQ(found, std::vector<Bytes>{section(20, 2)});
+    start(markedSection(20, 2));
+    EXPECT_EQ(found, std::vector<Bytes>{markedSection(20, 2)});
 }
 
 TEST_F(SectionAssembler, DropsAPointerThatLeadsOutOfThePacket) {
-    start(section(20, 1));
+    start(markedSection(20, 1));
     payload({200, 1, 2, 3}, true);
     payload({}, true);
-    start(section(20, 2));
-    EXPECT_EQ(found, (std::vector<Bytes>{section(20, 1), section(20, 2)}));
+    start(markedSection(20, 2));
+    EXPECT_EQ(found, (std::vector<Bytes>{markedSection(20, 1), markedSection(20, 2)}));
 }
 
 TEST_F(SectionAssembler, DropsASectionLongerThanAnyCanBe) {
     start(joined({{0x80, 0x3F, 0xFF}, Bytes(100, 7)}));
-    start(section(20, 2));
-    EXPECT_EQ(found, std::vector<Bytes>{section(20, 2)});
+    start(markedSection(20, 2));
+    EXPECT_EQ(found, std::vector<Bytes>{markedSection(20, 2)});
 }
 
 TEST_F(SectionAssembler, TakesPesPacketsForNoSections) {
@@ -81,18 +81,18 @@ TEST_F(SectionAssembler, TakesPesPacketsForNoSections) {
     payload(packet, true);
     payload(Bytes(184, 0), false);
     EXPECT_EQ(found, std::vector<Bytes>{});
-    start(section(20, 1));
-    EXPECT_EQ(found, std::vector<Bytes>{section(20, 1)});
+    start(markedSection(20, 1));
+    EXPECT_EQ(found, std::vector<Bytes>{markedSection(20, 1)});
 }
 
 TEST_F(SectionAssembler, StopsAtPaddingWithZeros) {
-    Bytes padded = joined({{0}, section(20, 1)});
+    Bytes padded = joined({{0}, markedSection(20, 1)});
     padded.resize(184, 0);
     payload(padded, true);
     payload(Bytes(184, 0), false);
-    EXPECT_EQ(found, (std::vector<Bytes>{section(20, 1), {0, 0, 0}}));
-    start(section(20, 2));
-    EXPECT_EQ(found.back(), section(20, 2));
+    EXPECT_EQ(found, (std::vector<Bytes>{markedSection(20, 1), {0, 0, 0}}));
+    start(markedSection(20, 2));
+    EXPECT_EQ(found.back(), markedSection(20, 2));
 }
 
 } // namespace

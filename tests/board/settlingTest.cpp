@@ -1,20 +1,24 @@
 // What must be known of a stream before it is published.
 #include "analysis/settling.h"
 
+#include "streamWriter.h"
+
 #include <gtest/gtest.h>
 
 namespace {
 
-constexpr std::uint16_t videoPid = 0x101;
+using streamWriter::audioPid;
+using streamWriter::pmtPid;
+using streamWriter::videoPid;
 
 class Settling : public testing::Test {
   protected:
     // A stream of one program of which everything is known.
     Settling() {
         model.services.emplace();
-        model.programs = {{0, 16, std::nullopt}, {5, 0x100, board::ProgramMap{videoPid, {}, {}}}};
+        model.programs = {{0, 16, std::nullopt}, {5, pmtPid, board::ProgramMap{videoPid, {}, {}}}};
         model.programs[1].map->streams = {{videoPid, 0x1B, board::StreamKind::video, 0, ""},
-                                          {0x102, 0x03, board::StreamKind::audio, 3, ""}};
+                                          {audioPid, 0x03, board::StreamKind::audio, 3, ""}};
         model.videoFormats[videoPid] = {};
     }
 

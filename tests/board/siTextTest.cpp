@@ -18,29 +18,29 @@ using namespace std::string_view_literals;
 
 constexpr auto japan = "\x46\x7C\x4B\x5C"sv; // two kanji
 
-std::string decoded(std::string_view text) {
+std::string aribDecoded(std::string_view text) {
     return board::aribText({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
 }
 
 TEST(AribText, BeginsWithKanjiAndHiragana) {
-    EXPECT_EQ(decoded(japan), "\u65E5\u672C");
-    EXPECT_EQ(decoded("\xCB\xDB"sv), "\u306B\u307B");
-    EXPECT_EQ(decoded("\x0E\x4E\x48\x4B\x0F\x41\x6D\x39\x67"sv), "\uFF2E\uFF28\uFF2B\u7DCF\u5408");
-    EXPECT_EQ(decoded(""sv), "");
+    EXPECT_EQ(aribDecoded(japan), "\u65E5\u672C");
+    EXPECT_EQ(aribDecoded("\xCB\xDB"sv), "\u306B\u307B");
+    EXPECT_EQ(aribDecoded("\x0E\x4E\x48\x4B\x0F\x41\x6D\x39\x67"sv), "\uFF2E\uFF28\uFF2B\u7DCF\u5408");
+    EXPECT_EQ(aribDecoded(""sv), "");
 }
 
 TEST(AribText, EndsWithAQuestionMarkWhereItCannotBeDecoded) {
-    EXPECT_EQ(decoded("\x46\x7C\x7E\x7E\x4B\x5C"sv), "\u65E5?") << "a place of the table that is empty";
-    EXPECT_EQ(decoded("\x46\x7C\xFF"sv), "\u65E5?");
-    EXPECT_EQ(decoded("\x46"sv), "?") << "half a character";
-    EXPECT_EQ(decoded("\x46\x7C\x4B"sv), "\u65E5") << "it leaves that out behind others";
-    EXPECT_EQ(decoded("\x89"sv), "?") << "a control code alone";
-    EXPECT_EQ(decoded("\x7E\x7E"sv), "?");
+    EXPECT_EQ(aribDecoded("\x46\x7C\x7E\x7E\x4B\x5C"sv), "\u65E5?") << "a place of the table that is empty";
+    EXPECT_EQ(aribDecoded("\x46\x7C\xFF"sv), "\u65E5?");
+    EXPECT_EQ(aribDecoded("\x46"sv), "?") << "half a character";
+    EXPECT_EQ(aribDecoded("\x46\x7C\x4B"sv), "\u65E5") << "it leaves that out behind others";
+    EXPECT_EQ(aribDecoded("\x89"sv), "?") << "a control code alone";
+    EXPECT_EQ(aribDecoded("\x7E\x7E"sv), "?");
 }
 
 TEST(AribText, KeepsSpacesAtItsEnd) {
-    EXPECT_EQ(decoded("\x46\x7C\x20"sv), "\u65E5\u3000");
-    EXPECT_EQ(decoded("\x46\x7C\x20\xFF"sv), "\u65E5\u3000?");
+    EXPECT_EQ(aribDecoded("\x46\x7C\x20"sv), "\u65E5\u3000");
+    EXPECT_EQ(aribDecoded("\x46\x7C\x20\xFF"sv), "\u65E5\u3000?");
 }
 
 // Whatever comes: no byte goes wrong, and no text that shows anything is lost.
@@ -49,7 +49,7 @@ TEST(AribText, DecodesEveryPairOfBytes) {
         for (int second = 0; second < 256; ++second) {
             const std::array<char, 4> text{static_cast<char>(first), static_cast<char>(second), '\x46',
                                            '\x7C'};
-            EXPECT_FALSE(decoded({text.data(), text.size()}).empty()) << first << ' ' << second;
+            EXPECT_FALSE(aribDecoded({text.data(), text.size()}).empty()) << first << ' ' << second;
         }
     }
 }

@@ -25,7 +25,7 @@ using namespace boardProcess;
 using companions::Json;
 using streamWriter::Bytes;
 
-Json parsed(const std::string& text) {
+Json parsedJson(const std::string& text) {
     return Json(json_loads(text.c_str(), 0, nullptr));
 }
 
@@ -101,7 +101,7 @@ TEST_F(Statistics, StandInAFileThatHoldsTheNewestDocument) {
     EXPECT_NE(said.find("exit code 0"), std::string::npos) << said;
     const std::string text = contentOf(document);
     EXPECT_EQ(linesOf(text).size(), 1U);
-    const Json last = parsed(text);
+    const Json last = parsedJson(text);
     ASSERT_TRUE(last) << text;
     EXPECT_EQ(numberOf(last, "packets"), 17624);
     EXPECT_EQ(countOf(last, "Continuity_count_error"), 0);
@@ -116,7 +116,7 @@ TEST_F(Statistics, TakeThePlaceOfAFileAndNotOfTheLinkToIt) {
     EXPECT_NE(outcome({"--fast", "--once", "--statistics", file, sample}).find("exit code 0"),
               std::string::npos);
     EXPECT_TRUE(std::filesystem::is_symlink(file));
-    EXPECT_TRUE(parsed(contentOf(document)));
+    EXPECT_TRUE(parsedJson(contentOf(document)));
 }
 
 TEST_F(Statistics, GoToStandardOutputOneALineForEachPeriod) {
@@ -128,7 +128,7 @@ TEST_F(Statistics, GoToStandardOutputOneALineForEachPeriod) {
     double before = 0;
     json_int_t gaps = 0;
     for (const std::string& line : lines) {
-        const Json one = parsed(line);
+        const Json one = parsedJson(line);
         ASSERT_TRUE(one) << line;
         const double time = json_real_value(json_object_get(one.get(), "streamSeconds"));
         EXPECT_TRUE(&line == &lines.back() ? time >= before : time >= before + 2)
@@ -155,7 +155,7 @@ TEST_F(Statistics, AreNeverSeenInPart) {
     }
     for (int k = 0; k < 3000; ++k) {
         const std::string text = contentOf(document);
-        ASSERT_TRUE(parsed(text)) << text;
+        ASSERT_TRUE(parsedJson(text)) << text;
     }
     EXPECT_NE(stop().find("exit code 0"), std::string::npos);
 }
@@ -209,7 +209,7 @@ TEST_F(Statistics, LeaveOutWholeDocumentsForASlowReader) {
     ASSERT_FALSE(text.empty());
     EXPECT_EQ(text.back(), '\n');
     for (const std::string& line : linesOf(text)) {
-        EXPECT_TRUE(parsed(line)) << line;
+        EXPECT_TRUE(parsedJson(line)) << line;
     }
 }
 
@@ -249,7 +249,7 @@ TEST_F(Statistics, DecideTheExitStatusWhereTheyAreAskedTo) {
 TEST_F(Statistics, DecideTheExitStatusOfPrinting) {
     writeSampleWithGap();
     start({"--print", "--fail-on", "errors", file});
-    const Json printed = parsed(output());
+    const Json printed = parsedJson(output());
     EXPECT_EQ(end(), "exit code 3");
     EXPECT_EQ(countOf(printed, "Continuity_count_error"), 1);
     EXPECT_EQ(outcome({"--print", "--fail-on", "errors", sample}), "exit code 0");
@@ -262,7 +262,7 @@ TEST_F(Statistics, TellOfSyncThatIsLost) {
         bytes[at] = bytes[at + 188] = 'x';
     });
     start({"--print", file});
-    const Json printed = parsed(output());
+    const Json printed = parsedJson(output());
     EXPECT_EQ(countOf(printed, "Sync_byte_error"), 3);
     EXPECT_EQ(countOf(printed, "TS_sync_loss"), 1);
     end();
@@ -301,7 +301,7 @@ class OnATerminal : public BoardProcess {
     bool readShown() {
         pollfd waiting{terminal, POLLIN, 0};
         std::array<char, 4096> piece{};
-        if (::poll(&waiting, 1, static_cast<int>(patience.count())) <= 0) {
+        if (::poll(&waiting, 1, patience.count()) <= 0) {
             return false;
         }
         const ssize_t count = ::read(terminal, piece.data(), piece.size());

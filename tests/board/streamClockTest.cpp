@@ -10,7 +10,7 @@ using board::StreamClock;
 using board::Ticks;
 using namespace std::chrono_literals;
 
-constexpr std::uint16_t pid = 256;
+constexpr std::uint16_t pcrPid = 256;
 constexpr Ticks step = 40ms;
 
 // For EXPECT_NEAR.
@@ -26,11 +26,11 @@ double assumedTicks(std::uint64_t packets) {
 constexpr Ticks pause = 600ms; // that networks' bursts may be apart
 
 // A stream with a PCR every tenth packet, 40 ms apart.
-Ticks play(StreamClock& clock, Ticks firstPcr, int pcrs) {
+Ticks playPcrs(StreamClock& clock, Ticks firstPcr, int pcrs) {
     for (int k = 0; k < pcrs; ++k) {
-        clock.packet(pid, firstPcr + k * step, std::nullopt);
+        clock.packet(pcrPid, firstPcr + k * step, std::nullopt);
         for (int packet = 0; packet < 9; ++packet) {
-            clock.packet(pid, std::nullopt, std::nullopt);
+            clock.packet(pcrPid, std::nullopt, std::nullopt);
         }
     }
     return clock.now();
@@ -38,29 +38,29 @@ Ticks play(StreamClock& clock, Ticks firstPcr, int pcrs) {
 
 TEST(StreamClock, StartsAtTheFirstPcr) {
     StreamClock clock;
-    EXPECT_TRUE(clock.packet(pid, Ticks(123456789), std::nullopt));
+    EXPECT_TRUE(clock.packet(pcrPid, Ticks(123456789), std::nullopt));
     EXPECT_EQ(clock.now(), 0s);
 }
 
 TEST(StreamClock, RunsWithThePcrAndBetweenItByEstimation) {
     StreamClock clock;
-    EXPECT_EQ(play(clock, Ticks(5000), 11), 10 * step + step * 9 / 10);
+    EXPECT_EQ(playPcrs(clock, Ticks(5000), 11), 10 * step + step * 9 / 10);
 }
 
 TEST(StreamClock, RunsOnWhenThePcrWraps) {
     constexpr Ticks modulus{(std::int64_t{1} << 33) * 300};
     StreamClock clock;
-    clock.packet(pid, modulus - step / 2, std::nullopt);
-    clock.packet(pid, step / 2, std::nullopt);
+    clock.packet(pcrPid, modulus - step / 2, std::nullopt);
+    clock.packet(pcrPid, step / 2, std::nullopt);
     EXPECT_EQ(clock.now(), step);
 }
 
 TEST(StreamClock, TakesALeapOfThePcrForANewStart) {
     StreamClock clock;
-    const Ticks before = play(clock, 0s, 10);
-    clock.packet(pid, 500s, std::nullopt);
+    const Ticks before = playPcrs(clock, 0s, 10);
+    clock.packet(pcrPid, 500s, std::nullopt);
     EXPECT_EQ(clock.now(), before + step / 10);
-    clock.packet(pid, 500s + step, std::nullopt);
+    clock.packet(pcrPid, 500s + step, std::nullopt);
     EXPECT_EQ(clock.now(), before + step / 10 + step);
 }
 
@@ -68,9 +68,9 @@ TEST(StreamClock, TakesALeapOfThePcrForANewStart) {
 Ticks playSparsely(StreamClock& clock, Ticks apart, int pcrs) {
     for (int k = 0; k < pcrs; ++k) {
         for (int packet = 0; k > 0 && packet < 999; ++packet) {
-            clock.packet(pid, std::nullopt, std::nullopt);
+            clock.packet(pcrPid, std::nullopt, std::nullopt);
         }
-        clock.packet(pid, k * apart, std::nullopt);
+        clock.packet(pcrPid, k * apart, std::nullopt);
     }
     return clock.now();
 }
@@ -85,25 +85,25 @@ TEST(StreamClock, RunsWithTheTimeStampsWherePcrsAreAMinuteApart) {
     constexpr int packets = 30'000;
     StreamClock clock;
     for (int minute = 0; minute < 4; ++minute) {
-        clock.packet(pid, minute * aMinute, std::nullopt);
+        clock.packet(pcrPid, minute * aMinute, std::nullopt);
         for (int k = 1; k < packets; ++k) {
-            clock.packet(pid, std::nullopt,
+            clock.packet(pcrPid, std::nullopt,
                          k % 10 == 0 ? std::optional<Ticks>(minute * aMinute + k * (aMinute / packets))
                                      : std::nullopt);
         }
     }
-    clock.packet(pid, 4 * aMinute, std::nullopt);
+    clock.packet(pcrPid, 4 * aMinute, std::nullopt);
     EXPECT_NEAR(inTicks(clock.now()), inTicks(4 * aMinute), inTicks(100ms));
 }
 
 TEST(StreamClock, RunsAtAnAssumedRateWhereOnePcrIsAllThereIs) {
     StreamClock clock;
-    clock.packet(pid, 0s, std::nullopt);
+    clock.packet(pcrPid, 0s, std::nullopt);
     for (std::uint64_t k = 2; k < board::tunables::clockPatience; ++k) {
-        clock.packet(pid, std::nullopt, std::nullopt);
+        clock.packet(pcrPid, std::nullopt, std::nullopt);
     }
     EXPECT_EQ(clock.now(), 0s);
-    EXPECT_TRUE(clock.packet(pid, std::nullopt, std::nullopt));
+    EXPECT_TRUE(clock.packet(pcrPid, std::nullopt, std::nullopt));
     EXPECT_NEAR(inTicks(clock.now()), assumedTicks(board::tunables::clockPatience - 1), 1);
 }
 
@@ -113,7 +113,7 @@ TEST(StreamClock, RunsAtAnAssumedRateWhereTheSamePcrComesWithEveryPassOfAFile) {
     StreamClock clock;
     for (int pass = 0; pass < 20; ++pass) {
         for (std::uint64_t k = 0; k < packets; ++k) {
-            clock.packet(pid, k == beforeThePcr ? std::optional<Ticks>(987654321) : std::nullopt,
+            clock.packet(pcrPid, k == beforeThePcr ? std::optional<Ticks>(987654321) : std::nullopt,
                          std::nullopt);
         }
         EXPECT_EQ(clock.passEnded(), pass == 0);
@@ -129,7 +129,7 @@ TEST(StreamClock, GivesStreamsThatShowOnePcrEachTheTimeOfTheirPackets) {
     StreamClock clock;
     for (std::uint64_t stream = 0; stream < streams; ++stream) {
         for (std::uint64_t k = 0; k < packets; ++k) {
-            clock.packet(pid, k + 1 == packets ? std::optional<Ticks>(stream * step) : std::nullopt,
+            clock.packet(pcrPid, k + 1 == packets ? std::optional<Ticks>(stream * step) : std::nullopt,
                          std::nullopt);
         }
         clock.startOver();
@@ -140,13 +140,13 @@ TEST(StreamClock, GivesStreamsThatShowOnePcrEachTheTimeOfTheirPackets) {
 TEST(StreamClock, IsNotHeldUpByAStrayPcrInFront) {
     StreamClock clock;
     clock.packet(300, Ticks(1234), std::nullopt);
-    EXPECT_EQ(play(clock, 0s, 11), 10 * step + step * 9 / 10);
+    EXPECT_EQ(playPcrs(clock, 0s, 11), 10 * step + step * 9 / 10);
 }
 
 TEST(StreamClock, IsTimedAtTheEndOfAShortFileByTimeStampsThatHaveNotCountedYet) {
     StreamClock clock;
     for (std::uint64_t k = 0; k < 2000; ++k) {
-        clock.packet(pid, std::nullopt,
+        clock.packet(pcrPid, std::nullopt,
                      k % 10 == 5 ? std::optional<Ticks>(static_cast<Ticks::rep>(k) * step / 10)
                                  : std::nullopt);
     }
@@ -158,11 +158,11 @@ TEST(StreamClock, IsTimedAtTheEndOfAShortFileByTimeStampsThatHaveNotCountedYet) 
 TEST(StreamClock, TakesAPairOfPcrsThatNoLinkIsFastEnoughForForNoStep) {
     StreamClock clock;
     const auto pair = [&clock](Ticks first, Ticks second) {
-        clock.packet(pid, first, std::nullopt);
+        clock.packet(pcrPid, first, std::nullopt);
         for (int k = 0; k < 99; ++k) {
-            clock.packet(pid, std::nullopt, std::nullopt);
+            clock.packet(pcrPid, std::nullopt, std::nullopt);
         }
-        return clock.packet(pid, second, std::nullopt);
+        return clock.packet(pcrPid, second, std::nullopt);
     };
     EXPECT_FALSE(pair(Ticks(1000), Ticks(1037))) << "111 Gbit/s";
     EXPECT_EQ(clock.now(), 0s);
@@ -174,16 +174,16 @@ TEST(StreamClock, FollowsAnotherPidWhereTheFirstShowsOnePcrOnly) {
     StreamClock clock;
     clock.packet(300, Ticks(1234), std::nullopt);
     for (std::uint64_t k = 0; k < board::tunables::stampPatience; ++k) {
-        clock.packet(pid, std::nullopt, std::nullopt);
+        clock.packet(pcrPid, std::nullopt, std::nullopt);
     }
-    EXPECT_EQ(play(clock, 0s, 11), 10 * step + step * 9 / 10);
+    EXPECT_EQ(playPcrs(clock, 0s, 11), 10 * step + step * 9 / 10);
 }
 
 TEST(StreamClock, KeepsToOnePidWhereAllPcrsAreFarApart) {
     constexpr std::uint16_t other = 300;
     StreamClock clock;
     for (int k = 0; k < 10; ++k) {
-        clock.packet(pid, 2 * k * 1s, std::nullopt);
+        clock.packet(pcrPid, 2 * k * 1s, std::nullopt);
         clock.packet(other, 99 * k * 1s, std::nullopt);
     }
     EXPECT_EQ(clock.now() / 1s, 18 + 1) << "half a step behind the last, by estimation";
@@ -191,14 +191,14 @@ TEST(StreamClock, KeepsToOnePidWhereAllPcrsAreFarApart) {
 
 TEST(StreamClock, GoesOnThroughTheSeamOfALoop) {
     StreamClock clock;
-    const Ticks before = play(clock, Ticks(7777), 10);
-    EXPECT_EQ(play(clock, Ticks(7777), 10) - before, before + step / 10);
+    const Ticks before = playPcrs(clock, Ticks(7777), 10);
+    EXPECT_EQ(playPcrs(clock, Ticks(7777), 10) - before, before + step / 10);
 }
 
 TEST(StreamClock, GoesOnWithWhicheverPidRuns) {
     constexpr std::uint16_t other = 300;
     StreamClock clock;
-    play(clock, 0s, 10);
+    playPcrs(clock, 0s, 10);
     for (int k = 0; k < 20; ++k) {
         const bool leads = k >= 2; // when the first has missed two
         EXPECT_EQ(clock.packet(other, 77 * step + k * step, std::nullopt), leads) << k;
@@ -215,7 +215,7 @@ TEST(StreamClock, IsNotHurriedByManyPidsThatRunSideBySide) {
         const int one = k % pids;
         const bool due = k % (37 + 6 * one) == 0;
         const Ticks epoch = one * 5000s;
-        clock.packet(static_cast<std::uint16_t>(pid + one),
+        clock.packet(static_cast<std::uint16_t>(pcrPid + one),
                      due ? std::optional<Ticks>(epoch + k * 1ms) : std::nullopt, std::nullopt);
     }
     EXPECT_NEAR(inTicks(clock.now()), inTicks(seconds * 1s), inTicks(100ms));
@@ -228,7 +228,7 @@ TEST(StreamClock, RunsTrulyThoughOnePcrInTwentyIsDamaged) {
     for (int k = 0; k < pcrs; ++k) {
         random = random * 6364136223846793005 + 1442695040888963407;
         const bool damaged = (random >> 33) % 20 == 0;
-        play(clock, damaged ? Ticks(random >> 24) : k * step, 1);
+        playPcrs(clock, damaged ? Ticks(random >> 24) : k * step, 1);
     }
     EXPECT_NEAR(inTicks(clock.now()) / inTicks(1s), 60, 0.5);
 }
@@ -237,7 +237,7 @@ TEST(StreamClock, GoesOnWithTheTimeStampsWhenThePcrHasDied) {
     StreamClock clock;
     for (int k = 0; k < 20'000; ++k) { // a PCR and a time stamp every tenth packet, 40 ms apart
         const bool stamped = k % 10 == 5;
-        clock.packet(pid, k % 10 == 0 && k < 10'000 ? std::optional<Ticks>(k * step / 10) : std::nullopt,
+        clock.packet(pcrPid, k % 10 == 0 && k < 10'000 ? std::optional<Ticks>(k * step / 10) : std::nullopt,
                      stamped ? std::optional<Ticks>(k * step / 10) : std::nullopt);
     }
     EXPECT_NEAR(inTicks(clock.now()), 2000 * inTicks(step), inTicks(step));
@@ -247,10 +247,10 @@ TEST(StreamClock, KeepsToThePcrsThroughALargePicture) {
     constexpr std::uint16_t other = 300;
     StreamClock clock;
     for (int k = 0; k < 10; ++k) {
-        clock.packet(pid, k * step, std::nullopt);
+        clock.packet(pcrPid, k * step, std::nullopt);
         clock.packet(other, 99 * step + k * step, std::nullopt);
         for (int packet = 0; packet < (k == 8 ? 1000 : 10); ++packet) {
-            clock.packet(pid, std::nullopt, std::nullopt);
+            clock.packet(pcrPid, std::nullopt, std::nullopt);
             EXPECT_LE(clock.now(), (k + 1) * step);
         }
     }
@@ -259,14 +259,14 @@ TEST(StreamClock, KeepsToThePcrsThroughALargePicture) {
 
 TEST(StreamClock, ReadsByEstimationWhenTheReferenceIsGone) {
     StreamClock clock;
-    play(clock, 0s, 10);
+    playPcrs(clock, 0s, 10);
     int readings = 0;
     for (std::uint64_t k = 9; k < board::tunables::clockPatience; ++k) {
-        readings += clock.packet(pid, std::nullopt, std::nullopt) ? 1 : 0;
+        readings += clock.packet(pcrPid, std::nullopt, std::nullopt) ? 1 : 0;
     }
     EXPECT_EQ(readings, 1) << "as many packets as a large picture has; then it is not one";
     for (int k = 0; k < 100; ++k) { // 0.4 s
-        readings += clock.packet(pid, std::nullopt, std::nullopt) ? 1 : 0;
+        readings += clock.packet(pcrPid, std::nullopt, std::nullopt) ? 1 : 0;
     }
     EXPECT_EQ(readings, 5);
     EXPECT_EQ(clock.now() / step, 9 + (static_cast<Ticks::rep>(board::tunables::clockPatience) + 100) / 10);
@@ -274,20 +274,20 @@ TEST(StreamClock, ReadsByEstimationWhenTheReferenceIsGone) {
 
 TEST(StreamClock, RunsByItsPacketsWhileThePcrIsStuckAndWithItBehind) {
     StreamClock clock;
-    const Ticks before = play(clock, 0s, 10);
+    const Ticks before = playPcrs(clock, 0s, 10);
     for (int k = 0; k < 100; ++k) {
-        play(clock, 9 * step, 1);
+        playPcrs(clock, 9 * step, 1);
     }
     EXPECT_NEAR(inTicks(clock.now() - before), 100 * inTicks(step), inTicks(step));
-    play(clock, 10 * step, 10);
+    playPcrs(clock, 10 * step, 10);
     EXPECT_NEAR(inTicks(clock.now() - before), 110 * inTicks(step), inTicks(step));
 }
 
 TEST(StreamClock, TakesTheTimeOfAPcrThatIsWrittenTwice) {
     StreamClock clock;
     for (int k = 0; k < 100; ++k) {
-        play(clock, k * step, 1);
-        play(clock, k * step, 1);
+        playPcrs(clock, k * step, 1);
+        playPcrs(clock, k * step, 1);
     }
     EXPECT_NEAR(inTicks(clock.now()), 99.95 * inTicks(step), inTicks(step) / 100);
 }
@@ -296,7 +296,7 @@ TEST(StreamClock, IsTimedByTheStampsOrAtAnAssumedRateWhereThePcrIsStuckFromTheSt
     StreamClock clock;
     const auto play = [&clock](std::uint64_t packets, bool withStamps) {
         for (std::uint64_t k = 0; k < packets; ++k) {
-            clock.packet(pid, k % 10 == 0 ? std::optional<Ticks>(77) : std::nullopt,
+            clock.packet(pcrPid, k % 10 == 0 ? std::optional<Ticks>(77) : std::nullopt,
                          withStamps && k % 10 == 5
                              ? std::optional<Ticks>(static_cast<Ticks::rep>(k) * step / 10)
                              : std::nullopt);
@@ -312,9 +312,9 @@ TEST(StreamClock, IsTimedByTheStampsOrAtAnAssumedRateWhereThePcrIsStuckFromTheSt
 TEST(StreamClock, FollowsAnotherPidWhereTheFirstIsStuck) {
     constexpr std::uint16_t other = 300;
     StreamClock clock;
-    play(clock, 0s, 10);
+    playPcrs(clock, 0s, 10);
     for (int k = 0; k < 100; ++k) {
-        clock.packet(pid, 9 * step, std::nullopt);
+        clock.packet(pcrPid, 9 * step, std::nullopt);
         clock.packet(other, 500 * step + k * step, std::nullopt);
     }
     EXPECT_EQ(clock.now() / step, 10 + 99);
@@ -324,7 +324,7 @@ TEST(StreamClock, FollowsThePidThatRunsWhereAnotherIsStuckToo) {
     constexpr std::uint16_t stuck = 300;
     constexpr std::uint16_t running = 301;
     StreamClock clock;
-    play(clock, 0s, 10);
+    playPcrs(clock, 0s, 10);
     for (int k = 0; k < 100; ++k) {
         clock.packet(stuck, Ticks(77), std::nullopt);
         clock.packet(running, 500 * step + k * step, std::nullopt);
@@ -335,9 +335,9 @@ TEST(StreamClock, FollowsThePidThatRunsWhereAnotherIsStuckToo) {
 TEST(StreamClock, RunsWithPcrsThatBecomeSparse) {
     constexpr Ticks sparse = 2500ms;
     StreamClock clock;
-    play(clock, 0s, 50);
+    playPcrs(clock, 0s, 50);
     for (int k = 1; k <= 20; ++k) {
-        play(clock, 49 * step + k * sparse, 1);
+        playPcrs(clock, 49 * step + k * sparse, 1);
     }
     EXPECT_GT(clock.now(), 49 * step + 18 * sparse);
 }
@@ -351,7 +351,7 @@ TEST_P(CutStream, GoesOnWhereverTheClocksHaveLeapt) {
     const auto play = [&clock](Ticks start, bool withReference) {
         for (int k = 0; k < 50; ++k) {
             clock.packet(other, 7 * step + start + k * step, std::nullopt);
-            clock.packet(pid, withReference ? std::optional<Ticks>(start + k * step) : std::nullopt,
+            clock.packet(pcrPid, withReference ? std::optional<Ticks>(start + k * step) : std::nullopt,
                          std::nullopt);
         }
     };
@@ -368,15 +368,15 @@ INSTANTIATE_TEST_SUITE_P(, CutStream, testing::Values(20s, 40s, 20'000s),
 TEST(StreamClock, TakesADamagedPcrBehindItsRangeForNoStepBack) {
     constexpr Ticks modulus{(std::int64_t{1} << 33) * 300};
     StreamClock clock;
-    clock.packet(pid, modulus + Ticks(200), std::nullopt);
-    clock.packet(pid, step, std::nullopt);
+    clock.packet(pcrPid, modulus + Ticks(200), std::nullopt);
+    clock.packet(pcrPid, step, std::nullopt);
     EXPECT_EQ(clock.now(), step - Ticks(200));
 }
 
 TEST(StreamClock, RunsWithTimeStampsWhereThereIsNoPcr) {
     StreamClock clock;
     for (std::uint64_t k = 0; k < 6000; ++k) {
-        clock.packet(pid, std::nullopt,
+        clock.packet(pcrPid, std::nullopt,
                      k % 10 == 0 ? std::optional<Ticks>(static_cast<Ticks::rep>(k) * step / 10)
                                  : std::nullopt);
     }
@@ -385,11 +385,11 @@ TEST(StreamClock, RunsWithTimeStampsWhereThereIsNoPcr) {
 
 TEST(StreamClock, RunsAtAnAssumedRateWhereThereIsNoTimeAtAll) {
     StreamClock clock;
-    clock.packet(pid, std::nullopt, std::nullopt);
+    clock.packet(pcrPid, std::nullopt, std::nullopt);
     EXPECT_EQ(clock.now(), 0s);
     EXPECT_TRUE(clock.passEnded());
     for (int k = 0; k < 1000; ++k) {
-        clock.packet(pid, std::nullopt, std::nullopt);
+        clock.packet(pcrPid, std::nullopt, std::nullopt);
     }
     EXPECT_NEAR(inTicks(clock.now()), assumedTicks(1001), 1);
 }
@@ -397,10 +397,10 @@ TEST(StreamClock, RunsAtAnAssumedRateWhereThereIsNoTimeAtAll) {
 TEST(StreamClock, LearnsTheTrueRateFromPcrsThatComeLate) {
     StreamClock clock;
     for (std::uint64_t k = 0; k < board::tunables::clockPatience + 1000; ++k) {
-        clock.packet(pid, std::nullopt, std::nullopt);
+        clock.packet(pcrPid, std::nullopt, std::nullopt);
     }
-    const Ticks before = play(clock, 0s, 1);
-    EXPECT_NEAR(inTicks(play(clock, step, 100) - before), 100 * inTicks(step), 2 * inTicks(step));
+    const Ticks before = playPcrs(clock, 0s, 1);
+    EXPECT_NEAR(inTicks(playPcrs(clock, step, 100) - before), 100 * inTicks(step), 2 * inTicks(step));
 }
 
 // A live stream in real time, told after every PCR's packets.
@@ -408,9 +408,9 @@ class LiveClock : public testing::Test {
   protected:
     // Ten packets, the first with this PCR, or with none.
     void packets(std::optional<Ticks> pcr) {
-        clock.packet(pid, pcr, std::nullopt);
+        clock.packet(pcrPid, pcr, std::nullopt);
         for (int packet = 0; packet < 9; ++packet) {
-            clock.packet(pid, std::nullopt, std::nullopt);
+            clock.packet(pcrPid, std::nullopt, std::nullopt);
         }
     }
 
@@ -449,7 +449,7 @@ TEST_F(LiveClock, FollowsRealTimeWhileNothingArrives) {
 TEST_F(LiveClock, RunsByRealTimeWhenItsPcrHasDied) {
     run(0s, 50);
     for (int k = 0; k < 50; ++k) { // a trickle of packets
-        clock.packet(pid, std::nullopt, std::nullopt);
+        clock.packet(pcrPid, std::nullopt, std::nullopt);
         pass(100ms);
         EXPECT_NEAR(error(), 0, 600) << k;
     }
@@ -467,7 +467,7 @@ TEST_F(LiveClock, RunsByRealTimeWhenItsPcrIsStuck) {
 
 TEST_F(LiveClock, RunsByRealTimeFromTheBeginningWhereNoTimeIsShown) {
     for (std::uint64_t k = 0; k < 2 * board::tunables::clockPatience; ++k) {
-        clock.packet(pid, std::nullopt, std::nullopt);
+        clock.packet(pcrPid, std::nullopt, std::nullopt);
         pass(100us); // 15 Mbit/s
     }
     EXPECT_NEAR(error(), 0, 1);

@@ -11,8 +11,6 @@ namespace {
 using namespace streamWriter;
 using Effect = board::StreamTables::Effect;
 
-constexpr std::uint16_t pmtPid = 0x100;
-
 class StreamTables : public testing::Test {
   protected:
     Effect section(std::uint16_t pid, const Bytes& bytes) {
@@ -57,11 +55,11 @@ TEST_F(StreamTables, RecognisesEverySectionThatIsRepeated) {
     const Bytes conditional = cat(caDescriptor(0x500, 0x300));
     const Bytes services = sdt(77, 9, {{5, false, serviceDescriptor(1, "", "One")}});
     const Bytes network = nit(1, networkNameDescriptor("Netz"), {{77, 9, {}}});
-    const Bytes present = eit(0x4E, 5, 77, 9, {{1, 60000, 0, 60, {}}});
-    const Bytes schedule = eit(0x50, 5, 77, 9, {{1, 60000, 0, 60, {}}});
+    const Bytes eventsNow = eit(0x4E, 5, 77, 9, {{1, 60000, 0, 60, {}}});
+    const Bytes eventsToCome = eit(0x50, 5, 77, 9, {{1, 60000, 0, 60, {}}});
     const std::vector<std::pair<std::uint16_t, Bytes>> all{
-        {0, list},     {pmtPid, programMap}, {1, conditional}, {17, services},
-        {16, network}, {18, present},        {18, schedule}};
+        {0, list},     {pmtPid, programMap}, {1, conditional},  {17, services},
+        {16, network}, {18, eventsNow},      {18, eventsToCome}};
     for (const auto& [pid, bytes] : all) {
         EXPECT_EQ(section(pid, altered(bytes)), Effect::bad) << pid;
         section(pid, bytes);

@@ -19,6 +19,11 @@ Bytes joined(const std::vector<Bytes>& parts);
 // A number as count bytes, most significant first.
 Bytes number(std::uint64_t value, std::size_t count);
 
+// What the PIDs of a stream of one program are called here.
+inline constexpr std::uint16_t pmtPid = 0x100;
+inline constexpr std::uint16_t videoPid = 0x101;
+inline constexpr std::uint16_t audioPid = 0x102;
+
 // Descriptors.
 Bytes descriptor(std::uint8_t tag, const Bytes& content);
 Bytes caDescriptor(std::uint16_t systemId, std::uint16_t pid);

@@ -95,7 +95,7 @@ struct ChainRequest {
 class EveryDocument : public WholeChain, public testing::WithParamInterface<ChainRequest> {};
 
 TEST_P(EveryDocument, ComesFromTheStreamWithAllTables) {
-    const std::string made = document({"--deterministic", MPEGFE_SAMPLES "/all-tables.ts"}, GetParam().text);
+    const std::string made = document({"--deterministic", sampleWithAllTables}, GetParam().text);
     EXPECT_EQ(made, golden(std::string(GetParam().name) + ".document", made));
 }
 

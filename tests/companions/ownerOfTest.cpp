@@ -115,17 +115,17 @@ TEST_P(SocketOfTheGroup, IsForTheUserAndTheGroupAlone) {
 
 TEST_P(SocketOfTheGroup, StandsBesideALockOfTheGroup) {
     ::umask(GetParam());
-    constexpr companions::LockWords words{5, [](int) { return companions::Trouble{}; },
-                                          [](const std::string&) { return companions::Trouble{}; }};
+    constexpr companions::LockWords silent{5, [](int) { return companions::Trouble{}; },
+                                           [](const std::string&) { return companions::Trouble{}; }};
     {
         const OwnerOf owner(wire::directory, 5);
-        const companions::LockFile lock(file.c_str(), words);
+        const companions::LockFile lock(file.c_str(), silent);
         EXPECT_EQ(statusOf(file).st_mode & 07777U, 0660U);
     }
     ASSERT_EQ(::chmod(file.c_str(), 0644), 0);
     {
         const OwnerOf owner(wire::directory, 5);
-        const companions::LockFile lock(file.c_str(), words);
+        const companions::LockFile lock(file.c_str(), silent);
     }
     EXPECT_EQ(statusOf(file).st_mode & 07777U, 0660U) << "as an earlier program may have left it";
 }

@@ -31,7 +31,7 @@ std::string detail(const std::string& elements) {
 }
 
 template <typename Body>
-Body bodyOf(const std::string& text) {
+Body readBody(const std::string& text) {
     const auto result = readDocument(text);
     if (const auto* const error = std::get_if<manager::ReadError>(&result)) {
         ADD_FAILURE() << describe(*error) << " of\n" << text;
@@ -40,7 +40,7 @@ Body bodyOf(const std::string& text) {
     return std::get<Body>(std::get<manager::Document>(result));
 }
 
-std::string refusal(const std::string& text) {
+std::string refusalOf(const std::string& text) {
     const auto result = readDocument(text);
     const auto* const error = std::get_if<manager::ReadError>(&result);
     return error != nullptr ? describe(*error) : "read";
@@ -55,30 +55,30 @@ TEST(DocumentReader, readsWhateverCommasStandInAProgramDetail) {
     const std::string privateData = R"({"pidType":"PRIVATE","pidNum":"516"})";
     for (const std::string commas : {",", ",,", ",,,"}) {
         const auto body =
-            bodyOf<manager::ProgramDetail>(detail(commas + audio + ',' + privateData + ',' + ecm));
+            readBody<manager::ProgramDetail>(detail(commas + audio + ',' + privateData + ',' + ecm));
         ASSERT_EQ(body.audio.size(), 1U);
         EXPECT_EQ(body.audio[0].sampleRateHertz, 44100);
         EXPECT_EQ(body.audio[0].bitRateBitPerSecond, 192000);
         EXPECT_EQ(body.privateData, std::vector{manager::PidElement{516}});
         EXPECT_EQ(body.ecm, std::vector{manager::PidElement{600}});
     }
-    EXPECT_EQ(bodyOf<manager::ProgramDetail>(detail(",")).pmt, (manager::PmtElement{256, 1}));
+    EXPECT_EQ(readBody<manager::ProgramDetail>(detail(",")).pmt, (manager::PmtElement{256, 1}));
 }
 
 TEST(DocumentReader, readsTheCommaBehindSet) {
-    const auto body = bodyOf<manager::Sdt>(sdt(R"([{"svcName":"A","svcProvider":"B","caFlag":"Set",},)"
-                                               R"({"svcName":"C","svcProvider":"D","caFlag":"Set",}])"));
+    const auto body = readBody<manager::Sdt>(sdt(R"([{"svcName":"A","svcProvider":"B","caFlag":"Set",},)"
+                                                 R"({"svcName":"C","svcProvider":"D","caFlag":"Set",}])"));
     EXPECT_EQ(body.services,
               (std::vector{manager::Service{"A", "B", "Set"}, manager::Service{"C", "D", "Set"}}));
 }
 
 TEST(DocumentReader, readsTheWordOfAnEmptyTable) {
-    EXPECT_TRUE(bodyOf<manager::Sdt>(sdt(R"("noServices")")).services.empty());
+    EXPECT_TRUE(readBody<manager::Sdt>(sdt(R"("noServices")")).services.empty());
 }
 
 TEST(DocumentReader, endsATextWhereTheShapeGoesOn) {
     const auto nameOf = [](const std::string& name) {
-        return bodyOf<manager::Sdt>(
+        return readBody<manager::Sdt>(
                    sdt(R"([{"svcName":")" + name +
                        R"(","svcProvider":"P","caFlag":"Clear"},{"svcName":"next","svcProvider":"Q","caFlag":"Clear"}])"))
             .services.at(0)
@@ -92,7 +92,7 @@ TEST(DocumentReader, endsATextWhereTheShapeGoesOn) {
 }
 
 TEST(DocumentReader, takesTheFirstEndWhereATextCouldHaveTwo) {
-    const auto body = bodyOf<manager::Sdt>(
+    const auto body = readBody<manager::Sdt>(
         sdt(R"([{"svcName":"A","svcProvider":"B","svcProvider":"C","caFlag":"Clear"}])"));
     EXPECT_EQ(body.services.at(0).name, "A");
     EXPECT_EQ(body.services.at(0).provider, R"(B","svcProvider":"C)");
@@ -101,29 +101,29 @@ TEST(DocumentReader, takesTheFirstEndWhereATextCouldHaveTwo) {
 TEST(DocumentReader, isNotLedAstrayByAWholeEntryInATextIfItGoesOnOtherwise) {
     const std::string text = R"(x","caFlag":"Clear"},{"svcName":)";
     const auto body =
-        bodyOf<manager::Sdt>(sdt(R"([{"svcName":"A","svcProvider":")" + text + R"(","caFlag":"Set",}])"));
+        readBody<manager::Sdt>(sdt(R"([{"svcName":"A","svcProvider":")" + text + R"(","caFlag":"Set",}])"));
     ASSERT_EQ(body.services.size(), 1U);
     EXPECT_EQ(body.services.at(0).provider, text);
 }
 
 TEST(DocumentReader, saysWhereReadingEnds) {
-    EXPECT_EQ(refusal(""), "expected the head of a document at byte 0");
-    EXPECT_EQ(refusal("[1]"), "expected the head of a document at byte 0");
-    EXPECT_EQ(refusal(document("PAX", "")), "expected the head of a document at byte 0");
-    EXPECT_EQ(refusal(document("PAT", "")), "expected \"pgms\" at byte 55");
-    EXPECT_EQ(refusal(document("PAT", R"("pgms":"many")")), "expected a whole number at byte 63");
-    EXPECT_EQ(refusal(document("PAT", R"("pgms":"1","pidRate":"fast")")), "expected a rate at byte 77");
-    EXPECT_EQ(refusal(document("TDT", R"("tableID":"0x70","Date:MJD":"1","TOD":"12)")),
+    EXPECT_EQ(refusalOf(""), "expected the head of a document at byte 0");
+    EXPECT_EQ(refusalOf("[1]"), "expected the head of a document at byte 0");
+    EXPECT_EQ(refusalOf(document("PAX", "")), "expected the head of a document at byte 0");
+    EXPECT_EQ(refusalOf(document("PAT", "")), "expected \"pgms\" at byte 55");
+    EXPECT_EQ(refusalOf(document("PAT", R"("pgms":"many")")), "expected a whole number at byte 63");
+    EXPECT_EQ(refusalOf(document("PAT", R"("pgms":"1","pidRate":"fast")")), "expected a rate at byte 77");
+    EXPECT_EQ(refusalOf(document("TDT", R"("tableID":"0x70","Date:MJD":"1","TOD":"12)")),
               "expected an end of the text \"TOD\" at byte 94");
-    EXPECT_EQ(refusal(sdt("[]") + " "), "expected the document's end at byte 174");
-    EXPECT_EQ(refusal(sdt(R"("none")")), "expected the word \"noServices\" at byte 171");
+    EXPECT_EQ(refusalOf(sdt("[]") + " "), "expected the document's end at byte 174");
+    EXPECT_EQ(refusalOf(sdt(R"("none")")), "expected the word \"noServices\" at byte 171");
 }
 
 TEST(DocumentReader, refusesEveryDocumentThatIsCutShort) {
     const std::string whole = detail(std::string(",,") + audio);
-    bodyOf<manager::ProgramDetail>(whole);
+    readBody<manager::ProgramDetail>(whole);
     for (std::size_t length = 0; length < whole.size(); ++length) {
-        EXPECT_NE(refusal(whole.substr(0, length)), "read") << length;
+        EXPECT_NE(refusalOf(whole.substr(0, length)), "read") << length;
     }
 }
 
@@ -135,7 +135,7 @@ TEST(DocumentReader, takesTimeInProportionToTheText) {
         while (name.size() < length) {
             name += piece;
         }
-        EXPECT_NE(refusal(sdt(R"([{"svcName":")" + name)), "read");
+        EXPECT_NE(refusalOf(sdt(R"([{"svcName":")" + name)), "read");
     }
 }
 
@@ -143,13 +143,13 @@ TEST(DocumentReader, readsTheGoldenDocuments) {
     int read = 0;
     std::ifstream session(GOLDEN_DOCUMENTS "/session.documents");
     for (std::string line; std::getline(session, line); ++read) {
-        EXPECT_EQ(refusal(line), "read") << line;
+        EXPECT_EQ(refusalOf(line), "read") << line;
     }
     for (const char* name : {"CAT", "EIT", "NIT", "PAT", "SDT", "TDT", "pgmData", "pgmDetail", "pidData"}) {
         std::ifstream file(std::string(GOLDEN_DOCUMENTS "/") + name + ".document");
         std::string line;
         std::getline(file, line);
-        EXPECT_EQ(refusal(line), "read") << line;
+        EXPECT_EQ(refusalOf(line), "read") << line;
         EXPECT_EQ(documentStream(line), name);
         ++read;
     }
@@ -162,7 +162,7 @@ TEST(DocumentReader, readsTheExamplesOfTheClientProtocol) {
     for (std::string line; std::getline(protocol, line);) {
         if (line.starts_with(R"({"requestReply":"dataStream")") &&
             !line.starts_with(document("NAME", " ").substr(0, 49))) {
-            EXPECT_EQ(refusal(line), "read") << line;
+            EXPECT_EQ(refusalOf(line), "read") << line;
             ++read;
         }
     }

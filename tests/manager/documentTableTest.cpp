@@ -24,12 +24,12 @@ std::string firstLine(const std::string& text) {
     return text.substr(0, text.find('\n'));
 }
 
-std::string pidList(const std::string& count, const std::string& pids) {
+std::string pidListDocument(const std::string& count, const std::string& pids) {
     return R"({"requestReply":"dataStream","dataStream":"pidData","pidData":{"pidCount":")" + count +
            R"(","aggStreamRate":"   3.250Mbps","pids":[)" + pids + "]}}";
 }
 
-std::string programList(const std::string& derived, const std::string& programs) {
+std::string programListDocument(const std::string& derived, const std::string& programs) {
     return R"({"requestReply":"dataStream","dataStream":"pgmData","pgmData":{"svcCount":"1","derived":")" +
            derived + R"(","aggStreamRate":"   7.412Mbps","scrambledCount":"1","pgms":[)" + programs + "]}}";
 }
@@ -52,7 +52,7 @@ constexpr const char* videoAndPat =
     R"("pidRate":"  15.040Kbps","scrambled":"0","description":"PAT"})";
 
 TEST(DocumentTable, showsAPidList) {
-    EXPECT_EQ(tableOf(pidList("2", videoAndPat)),
+    EXPECT_EQ(tableOf(pidListDocument("2", videoAndPat)),
               "PID list: 2 PIDs, 3.250Mbps\n"
               "\n"
               "  PID  hex     type   program  index  PMT PID        rate  scrambled\n"
@@ -61,12 +61,12 @@ TEST(DocumentTable, showsAPidList) {
 }
 
 TEST(DocumentTable, saysWhenThePidListWasTooLongForItsDocument) {
-    EXPECT_EQ(firstLine(tableOf(pidList("256", videoAndPat))),
+    EXPECT_EQ(firstLine(tableOf(pidListDocument("256", videoAndPat))),
               "PID list: 256 PIDs (the document has room for 2), 3.250Mbps");
 }
 
 TEST(DocumentTable, showsAProgramList) {
-    EXPECT_EQ(tableOf(programList("0", service("Télé 東京"))),
+    EXPECT_EQ(tableOf(programListDocument("0", service("Télé 東京"))),
               "Program list: 1 program, 1 scrambled, 7.412Mbps\n"
               "\n"
               "  program  index  service    provider  type   PMT PID  PIDs       rate  CA   scrambled\n"
@@ -74,24 +74,24 @@ TEST(DocumentTable, showsAProgramList) {
 }
 
 TEST(DocumentTable, saysWhenTheNamesAreMadeFromThePat) {
-    EXPECT_EQ(firstLine(tableOf(programList("1", service("Program 501")))),
+    EXPECT_EQ(firstLine(tableOf(programListDocument("1", service("Program 501")))),
               "Program list: 1 program, 1 scrambled, 7.412Mbps (the stream has no SDT: the names are made "
               "from the PAT)");
 }
 
 TEST(DocumentTable, showsNamesWithControlCharactersAndForeignBytes) {
-    const std::string text = tableOf(programList("0", service("T\xE9l\xE9\x1b[2J")));
+    const std::string text = tableOf(programListDocument("0", service("T\xE9l\xE9\x1b[2J")));
     EXPECT_NE(text.find(R"(  T\xE9l\xE9\u{1B}[2J  )"), std::string::npos) << text;
 }
 
 TEST(DocumentTable, showsNamesWithQuotationMarksAndBackslashes) {
-    const std::string text = tableOf(programList("0", service(R"(News "24" \n)")));
+    const std::string text = tableOf(programListDocument("0", service(R"(News "24" \n)")));
     EXPECT_NE(text.find(R"(  News "24" \n  )"), std::string::npos) << text;
 }
 
 TEST(DocumentTable, showsFlagsAndTypesItDoesNotKnowAsNumbers) {
-    const std::string text =
-        tableOf(pidList("1", R"({"patIndex":"7","pidOrder":"0","pidNum":"300","pidType":"6",)"
+    const std::string text = tableOf(
+        pidListDocument("1", R"({"patIndex":"7","pidOrder":"0","pidNum":"300","pidType":"6",)"
                              R"("referencePID":"0","pgmNum":"3","pidRate":"   0.000Kbps","scrambled":"2",)"
                              R"("description":""})"));
     EXPECT_EQ(text, "PID list: 1 PID, 3.250Mbps\n"
@@ -199,7 +199,7 @@ TEST(DocumentTable, growsWithTheDocumentAndNotWithItsWidestText) {
     for (int i = 0; i < 5000; ++i) {
         programs += ',' + service("News");
     }
-    const std::string document = programList("0", programs);
+    const std::string document = programListDocument("0", programs);
     const std::string text = tableOf(document);
     EXPECT_LT(text.size(), 2 * document.size());
     std::istringstream lines(text);

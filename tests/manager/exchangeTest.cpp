@@ -1,5 +1,7 @@
 // The exchange with a service at the other end of two sockets, stepped by times that the test makes up.
 #include "exchange/exchange.h"
+#include "scriptedService.h"
+#include "support/patience.h"
 #include "tunables.h"
 
 #include <csignal>
@@ -19,17 +21,18 @@ using manager::Exchange;
 using manager::makeRequest;
 using manager::ServiceState;
 using manager::Time;
+using testSupport::ack;
+using testSupport::patience;
 
-constexpr const char* ack = R"({"reply": "ack"})";
-constexpr const char* pat = R"({"requestReply":"dataStream","dataStream":"PAT","PAT":{}})";
-constexpr const char* cat = R"({"requestReply":"dataStream","dataStream":"CAT","CAT":{}})";
+constexpr const char* patDocument = R"({"requestReply":"dataStream","dataStream":"PAT","PAT":{}})";
+constexpr const char* catDocument = R"({"requestReply":"dataStream","dataStream":"CAT","CAT":{}})";
 
 class ExchangeTest : public testing::Test {
   protected:
     ExchangeTest() {
         for (zmq::socket_t* socket : {&requests, &documents, &serviceRequests, &serviceDocuments}) {
             socket->set(zmq::sockopt::linger, 0);
-            socket->set(zmq::sockopt::rcvtimeo, 20'000);
+            socket->set(zmq::sockopt::rcvtimeo, patience.count());
         }
         requests.bind("tcp://127.0.0.1:*");
         documents.bind("tcp://127.0.0.1:*");
@@ -46,7 +49,7 @@ class ExchangeTest : public testing::Test {
     void stepUntil(Done done) {
         while (!done()) {
             auto items = exchange.pollItems();
-            ASSERT_GT(zmq::poll(items, 20s), 0) << "nothing happens";
+            ASSERT_GT(zmq::poll(items, patience), 0) << "nothing happens";
             exchange.step(now);
         }
     }
@@ -111,7 +114,7 @@ TEST_F(ExchangeTest, tellsWhatTheServiceDoes) {
     EXPECT_EQ(state(), ServiceState::waiting);
     now += manager::tunables::recordsWait;
     EXPECT_EQ(state(), ServiceState::noStream);
-    sendDocument(pat);
+    sendDocument(patDocument);
     EXPECT_EQ(state(), ServiceState::answering);
     EXPECT_TRUE(exchange.idle());
     EXPECT_EQ(told, (std::vector<std::string>{"reply", "answer to PAT"}));
@@ -122,7 +125,7 @@ TEST_F(ExchangeTest, sendsNothingWhileItKnowsOfNoService) {
     ASSERT_TRUE(exchange.take({makeRequest("PAT", "on")}));
     serviceRequests.connect(requests.get(zmq::sockopt::last_endpoint));
     zmq::pollitem_t writable{requests.handle(), 0, ZMQ_POLLOUT, 0};
-    ASSERT_EQ(zmq::poll(&writable, 1, 20s), 1);
+    ASSERT_EQ(zmq::poll(&writable, 1, patience), 1);
     exchange.step(now); // knows of it from now on
     EXPECT_FALSE(exchange.sent());
     EXPECT_EQ(takeRequest(), R"({"dataStream": "PAT", "status": "on"})");
@@ -134,9 +137,9 @@ TEST_F(ExchangeTest, sendsTheNextRequestWhenTheLastIsAnswered) {
     exchange.take({makeRequest("CAT", "on")});
     EXPECT_EQ(takeRequest(), R"({"dataStream": "PAT", "status": "on"})");
     acknowledge();
-    sendDocument(cat);
+    sendDocument(catDocument);
     EXPECT_FALSE(exchange.idle());
-    sendDocument(pat);
+    sendDocument(patDocument);
     EXPECT_EQ(takeRequest(), R"({"dataStream": "CAT", "status": "on"})");
     EXPECT_EQ(told, (std::vector<std::string>{"reply", "stray", "answer to PAT"}));
 }
@@ -214,11 +217,11 @@ TEST(ConnectedServicesTest, leaveASocketThatOthersGoOnToUse) {
     zmq::socket_t requests(context, zmq::socket_type::req);
     std::optional<ConnectedServices> services(std::in_place, context, requests);
     requests.set(zmq::sockopt::linger, 0);
-    requests.set(zmq::sockopt::rcvtimeo, 20'000);
+    requests.set(zmq::sockopt::rcvtimeo, patience.count());
     requests.bind("tcp://127.0.0.1:*");
     services.reset();
     zmq::socket_t service(context, zmq::socket_type::rep);
-    service.set(zmq::sockopt::rcvtimeo, 20'000);
+    service.set(zmq::sockopt::rcvtimeo, patience.count());
     service.connect(requests.get(zmq::sockopt::last_endpoint));
     requests.send(zmq::str_buffer("request"), zmq::send_flags::none);
     zmq::message_t message;

@@ -1,5 +1,7 @@
 #include "httpConnection.h"
 
+#include "patience.h"
+
 #include <arpa/inet.h>
 #include <array>
 #include <cstdlib>
@@ -12,12 +14,6 @@
 #include <utility>
 
 namespace testSupport {
-namespace {
-
-constexpr int patience = 20'000; // ms
-
-} // namespace
-
 HttpConnection::HttpConnection(std::uint16_t toPort, int receiveBytes)
     : socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)), port(toPort) {
     if (receiveBytes > 0) {
@@ -53,7 +49,7 @@ void HttpConnection::get(const std::string& path, const std::string& lines) cons
 bool HttpConnection::receive() {
     std::array<char, 65536> buffer{};
     pollfd readable{socket, POLLIN, 0};
-    if (poll(&readable, 1, patience) != 1) {
+    if (poll(&readable, 1, patience.count()) != 1) {
         return false;
     }
     const ssize_t length = recv(socket, buffer.data(), buffer.size(), 0);

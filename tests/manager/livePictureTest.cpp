@@ -20,14 +20,14 @@ using manager::PictureTime;
 using manager::requestNamed;
 using manager::ServiceState;
 
-std::string pid(int number, int program, const std::string& description = "VIDEO",
-                const std::string& rate = "   1.000Kbps") {
+std::string pidJson(int number, int program, const std::string& description = "VIDEO",
+                    const std::string& rate = "   1.000Kbps") {
     return R"({"patIndex":"1","pidOrder":"0","pidNum":")" + std::to_string(number) +
            R"(","pidType":"4","referencePID":"0","pgmNum":")" + std::to_string(program) + R"(","pidRate":")" +
            rate + R"(","scrambled":"0","description":")" + description + R"("})";
 }
 
-std::string pidList(const std::vector<std::string>& pids) {
+std::string pidListJson(const std::vector<std::string>& pids) {
     std::string list;
     for (const std::string& each : pids) {
         list += (list.empty() ? "" : ",");
@@ -37,7 +37,7 @@ std::string pidList(const std::vector<std::string>& pids) {
            std::to_string(pids.size()) + R"(","aggStreamRate":"   9.000Kbps","pids":[)" + list + "]}}";
 }
 
-std::string programList(const std::string& name) {
+std::string programListJson(const std::string& name) {
     return R"({"requestReply":"dataStream","dataStream":"pgmData","pgmData":{"svcCount":"1","derived":"1","aggStreamRate":"   9.000Kbps","scrambledCount":"0","pgms":[{"pgmNum":"1","patIndex":"1","svcType":"1","referencePID":"4096","pidCount":"1","pgmRate":"   2.000Kbps","caFlag":"0","allScrambled":"0","svcProvider":"P","svcName":")" +
            name + R"("}]}})";
 }
@@ -68,11 +68,11 @@ TEST_F(LivePictureTest, tellsNothingWhileNothingIsNew) {
 }
 
 TEST_F(LivePictureTest, tellsOnlyTheRowsThatAreNew) {
-    take("pidData", pidList({pid(256, 1)}));
-    take("pgmData", programList("News"));
+    take("pidData", pidListJson({pidJson(256, 1)}));
+    take("pgmData", programListJson("News"));
     live.change(now);
     now += 1s;
-    take("pgmData", programList("Film"));
+    take("pgmData", programListJson("Film"));
     EXPECT_EQ(
         live.change(now),
         R"({"version":2,"time":1001000,"programs":[{"programNumber":1,"patIndex":1,"name":"Film",)"
@@ -83,28 +83,28 @@ TEST_F(LivePictureTest, tellsOnlyTheRowsThatAreNew) {
 }
 
 TEST_F(LivePictureTest, leavesEventsThatAChangeWillTellOutOfThePicture) {
-    take("pidData", pidList({pid(256, 1)}));
+    take("pidData", pidListJson({pidJson(256, 1)}));
     EXPECT_NE(live.everything(now)->find(R"("events":[]})"), std::string::npos);
     live.change(now);
     EXPECT_NE(live.everything(now)->find(R"("kind":"pidCame")"), std::string::npos);
 }
 
 TEST_F(LivePictureTest, makesThePictureOnceForAllOfASecondWhileNothingIsNew) {
-    take("pidData", pidList({pid(256, 1)}));
+    take("pidData", pidListJson({pidJson(256, 1)}));
     live.change(now);
     const auto picture = live.everything(now);
     observe(ServiceState::absent);
     EXPECT_EQ(live.everything(now + 999ms), picture);
     const auto later = live.everything(now + 1s);
     EXPECT_NE(later->find("\"time\":1001000,"), std::string::npos);
-    take("pidData", pidList({pid(256, 1)}));
+    take("pidData", pidListJson({pidJson(256, 1)}));
     EXPECT_NE(live.everything(now + 1s), later);
 }
 
 TEST_F(LivePictureTest, keepsWhatHasGoneForAQuarterOfAnHour) {
-    take("pidData", pidList({pid(256, 1), pid(257, 1)}));
+    take("pidData", pidListJson({pidJson(256, 1), pidJson(257, 1)}));
     live.change(now);
-    take("pidData", pidList({pid(256, 1)}));
+    take("pidData", pidListJson({pidJson(256, 1)}));
     const std::string gone = live.change(now);
     EXPECT_NE(gone.find(R"("lastSeen":1000000,"gone":true})"), std::string::npos) << gone;
     EXPECT_NE(gone.find(R"("kind":"pidGone","pid":257,"text":"VIDEO"})"), std::string::npos) << gone;
@@ -119,18 +119,18 @@ TEST_F(LivePictureTest, keepsWhatHasGoneForAQuarterOfAnHour) {
 }
 
 TEST_F(LivePictureTest, tellsAnotherStreamByPidsThatAreAllOther) {
-    take("pidData", pidList({pid(0, 0, "PAT"), pid(256, 1), pid(257, 1)}));
-    take("pidData", pidList({pid(0, 0, "PAT"), pid(257, 1), pid(258, 1)}));
+    take("pidData", pidListJson({pidJson(0, 0, "PAT"), pidJson(256, 1), pidJson(257, 1)}));
+    take("pidData", pidListJson({pidJson(0, 0, "PAT"), pidJson(257, 1), pidJson(258, 1)}));
     EXPECT_EQ(live.change(now).find("newStream"), std::string::npos);
-    take("pidData", pidList({pid(0, 0, "PAT"), pid(400, 1), pid(8191, 0, "NULL")}));
+    take("pidData", pidListJson({pidJson(0, 0, "PAT"), pidJson(400, 1), pidJson(8191, 0, "NULL")}));
     const std::string change = live.change(now);
     EXPECT_NE(change.find(R"("kind":"newStream","text":""})"), std::string::npos) << change;
 }
 
 TEST_F(LivePictureTest, tellsThatAPidHasChangedItsProgram) {
-    take("pidData", pidList({pid(256, 1)}));
+    take("pidData", pidListJson({pidJson(256, 1)}));
     live.change(now);
-    take("pidData", pidList({pid(256, 2)}));
+    take("pidData", pidListJson({pidJson(256, 2)}));
     const std::string change = live.change(now);
     EXPECT_NE(change.find(R"("kind":"pidChanged","pid":256,"text":"program 2","was":"program 1"})"),
               std::string::npos)
@@ -146,7 +146,7 @@ TEST_F(LivePictureTest, showsWhatEveryRequestGoesThroughAsAnswering) {
 
 TEST_F(LivePictureTest, tellsThatServiceAndStreamGoAndComeBack) {
     observe(ServiceState::answering);
-    take("pidData", pidList({pid(256, 1)}));
+    take("pidData", pidListJson({pidJson(256, 1)}));
     now += 5s;
     observe(ServiceState::absent);
     const std::string gone = live.change(now);
@@ -154,7 +154,7 @@ TEST_F(LivePictureTest, tellsThatServiceAndStreamGoAndComeBack) {
     EXPECT_NE(gone.find(R"("kind":"serviceGone","text":""})"), std::string::npos) << gone;
     EXPECT_NE(gone.find(R"("kind":"streamGone","text":""})"), std::string::npos) << gone;
     observe(ServiceState::answering);
-    take("pidData", pidList({pid(256, 1)}));
+    take("pidData", pidListJson({pidJson(256, 1)}));
     const std::string back = live.change(now);
     EXPECT_NE(back.find(R"("state":"running")"), std::string::npos) << back;
     EXPECT_NE(back.find(R"("kind":"serviceBack","text":""})"), std::string::npos) << back;
@@ -162,7 +162,7 @@ TEST_F(LivePictureTest, tellsThatServiceAndStreamGoAndComeBack) {
 }
 
 TEST_F(LivePictureTest, missesNoStreamWhileNobodyAsks) {
-    take("pidData", pidList({pid(256, 1)}));
+    take("pidData", pidListJson({pidJson(256, 1)}));
     watchedSince.reset();
     now += 1min;
     observe(ServiceState::absent);
@@ -188,13 +188,13 @@ TEST_F(LivePictureTest, keepsADocumentThatCannotBeRead) {
 }
 
 TEST_F(LivePictureTest, setsRatesSideBySide) {
-    take("pidData", pidList({pid(256, 1)}));
+    take("pidData", pidListJson({pidJson(256, 1)}));
     now += 30ms;
-    take("pgmData", programList("News"));
+    take("pgmData", programListJson("News"));
     now += 1s;
-    take("pidData", pidList({pid(256, 1), pid(257, 1, "AUDIO", "     infKbps")}));
+    take("pidData", pidListJson({pidJson(256, 1), pidJson(257, 1, "AUDIO", "     infKbps")}));
     now += 1s;
-    take("pidData", pidList({pid(257, 1, "AUDIO", "   7.000Kbps")}));
+    take("pidData", pidListJson({pidJson(257, 1, "AUDIO", "   7.000Kbps")}));
     EXPECT_EQ(rateTable(live.picture(), 900s, now),
               R"({"times":[1000000,1001030,1002030],"total":[9000,9000,9000],)"
               R"("pids":{"256":[1000,1000,null],"257":[null,null,7000]},"programs":{"1":[2000,null,null]}})");
@@ -204,7 +204,7 @@ TEST_F(LivePictureTest, setsRatesSideBySide) {
 }
 
 TEST_F(LivePictureTest, writesRatesOfAnySize) {
-    take("pidData", pidList({pid(256, 1, "VIDEO", "99999999999999.999Mbps")}));
+    take("pidData", pidListJson({pidJson(256, 1, "VIDEO", "99999999999999.999Mbps")}));
     EXPECT_EQ(rateTable(live.picture(), 900s, now),
               R"({"times":[1000000],"total":[9000],"pids":{"256":[100000002004087734272]},"programs":{}})");
 }
@@ -223,7 +223,7 @@ TEST(WallClockTest, followsAClockThatIsSetForward) {
 }
 
 TEST_F(LivePictureTest, missesNoStreamWhenTheClockIsSetForward) {
-    take("pidData", pidList({pid(256, 1)}));
+    take("pidData", pidListJson({pidJson(256, 1)}));
     observe(ServiceState::answering);
     now += 1h;
     live.setForward(1h);
@@ -232,7 +232,7 @@ TEST_F(LivePictureTest, missesNoStreamWhenTheClockIsSetForward) {
 }
 
 TEST_F(LivePictureTest, writesTablesThatASpreadsheetTakesForText) {
-    take("pgmData", programList("=HYPERLINK(\"x\"),\xE9"));
+    take("pgmData", programListJson("=HYPERLINK(\"x\"),\xE9"));
     EXPECT_EQ(csvTable(live, "programs"),
               "programNumber,patIndex,name,provider,serviceType,pmtPid,pidCount,rateBitPerSecond,least,most,"
               "freeCaMode,allScrambled,firstSeen,lastSeen,gone\r\n"

@@ -1,8 +1,10 @@
 // The program itself, run against a scripted service; what it prints and how it ends is compared as one text.
 
+#include "reading.h"
 #include "scriptedService.h"
 #include "support/childProcess.h"
 #include "support/isolation.h"
+#include "support/patience.h"
 #include "wire/endpoints.h"
 
 #include <array>
@@ -25,11 +27,14 @@
 namespace {
 
 using namespace std::chrono_literals;
+using testSupport::ack;
 using testSupport::ChildProcess;
 using testSupport::Isolation;
+using testSupport::patience;
+using testSupport::readToEnd;
+using testSupport::readUntil;
 using testSupport::ScriptedService;
 
-constexpr const char* ack = R"({"reply": "ack"})";
 constexpr const char* emptyPat =
     R"({"requestReply":"dataStream","dataStream":"PAT","PAT":{"pgms":"0","pidRate":"   0.000Kbps","details":[]}})";
 constexpr const char* emptyPidList =
@@ -40,30 +45,6 @@ constexpr const char* radioDetail =
 
 constexpr const char* patOfTwo =
     R"({"requestReply":"dataStream","dataStream":"PAT","PAT":{"pgms":"3","pidRate":"   1.500Kbps","details":[{"pgmNum":"0","referencePID":"16"},{"pgmNum":"501","referencePID":"256"},{"pgmNum":"502","referencePID":"512"}]}})";
-
-// Takes what a pipe holds until it ends, or until the text ends in `until`.
-std::string readUntil(int descriptor, const std::string& until) {
-    std::string text;
-    std::array<char, 4096> buffer{};
-    pollfd readable{descriptor, POLLIN, 0};
-    while (poll(&readable, 1, 20'000) == 1) {
-        const ssize_t length = read(descriptor, buffer.data(), buffer.size());
-        if (length == 0 || (length < 0 && errno != EAGAIN)) {
-            break;
-        }
-        if (length > 0) {
-            text.append(buffer.data(), static_cast<std::size_t>(length));
-        }
-        if (!until.empty() && text.ends_with(until)) {
-            break;
-        }
-    }
-    return text;
-}
-
-std::string readToEnd(int descriptor) {
-    return readUntil(descriptor, {});
-}
 
 // Somebody who connects to an endpoint and speaks another protocol.
 class Stranger {
@@ -102,7 +83,8 @@ class Stranger {
     ssize_t receive() const {
         std::array<char, 256> buffer{};
         pollfd readable{descriptor, POLLIN, 0};
-        return poll(&readable, 1, 20'000) == 1 ? read(descriptor, buffer.data(), buffer.size()) : -1;
+        return poll(&readable, 1, patience.count()) == 1 ? read(descriptor, buffer.data(), buffer.size())
+                                                         : -1;
     }
 
     int descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
@@ -113,7 +95,7 @@ class Stranger {
 std::string transcript(ChildProcess& program) {
     const std::string output = readToEnd(program.outputDescriptor());
     const std::string errors = readToEnd(program.errorDescriptor());
-    const auto status = program.waitFor(20s);
+    const auto status = program.waitFor(patience);
     return output + errors + (status ? testSupport::describeStatus(*status) : "still running") + '\n';
 }
 
@@ -241,7 +223,7 @@ TEST_F(Manager, writesOutWhatATerminalWouldActOn) {
     EXPECT_EQ(service.takeAcknowledgement(), ack);
     EXPECT_EQ(readUntil(terminal, "details\":[]}}\r\n"),
               std::string(ack) + "\r\n{\"name\":\"\\u{1B}[2J\\xE9\"}\r\n" + emptyPat + "\r\n");
-    EXPECT_TRUE(manager.waitFor(20s));
+    EXPECT_TRUE(manager.waitFor(patience));
     close(line);
     close(terminal);
 }

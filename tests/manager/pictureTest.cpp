@@ -17,7 +17,8 @@ using manager::PidList;
 using manager::ProgramList;
 using manager::RateHistory;
 
-ListedPid pid(int number, double rate = 1000, const std::string& description = "VIDEO", int scrambled = 0) {
+ListedPid listedPid(int number, double rate = 1000, const std::string& description = "VIDEO",
+                    int scrambled = 0) {
     ListedPid listed;
     listed.pid = number;
     listed.rateBitPerSecond = rate;
@@ -26,7 +27,7 @@ ListedPid pid(int number, double rate = 1000, const std::string& description = "
     return listed;
 }
 
-PidList pidList(std::vector<ListedPid> pids) {
+PidList listOf(std::vector<ListedPid> pids) {
     const int count = static_cast<int>(pids.size());
     return {count, 5000, std::move(pids)};
 }
@@ -93,24 +94,24 @@ TEST(RateHistory, leavesWhatIsNoNumberOutOfLeastAndMost) {
 
 TEST(Picture, remembersPidsThatHaveGone) {
     Picture picture;
-    picture.take(pidList({pid(256), pid(257)}), 1s);
-    picture.take(pidList({pid(256)}), 2s);
-    picture.take(pidList({pid(256)}), 3s);
+    picture.take(listOf({listedPid(256), listedPid(257)}), 1s);
+    picture.take(listOf({listedPid(256)}), 2s);
+    picture.take(listOf({listedPid(256)}), 3s);
     const auto& gone = picture.pids().at(257);
     EXPECT_FALSE(gone.isPresent);
     EXPECT_EQ(gone.lastSeen, 1s);
     EXPECT_EQ(kindsOf(picture), (std::vector{EventKind::pidCame, EventKind::pidCame, EventKind::pidWent}));
     EXPECT_EQ(picture.events().back().about, 257);
     EXPECT_EQ(picture.events().back().time, 2s);
-    picture.take(pidList({pid(257)}), 4s);
+    picture.take(listOf({listedPid(257)}), 4s);
     EXPECT_TRUE(picture.pids().at(257).isPresent);
     EXPECT_EQ(picture.pids().at(257).firstSeen, 1s);
 }
 
 TEST(Picture, takesNoPidForGoneThatItsDocumentHadNoRoomFor) {
     Picture picture;
-    picture.take(pidList({pid(256), pid(257)}), 1s);
-    PidList cut = pidList({pid(256)});
+    picture.take(listOf({listedPid(256), listedPid(257)}), 1s);
+    PidList cut = listOf({listedPid(256)});
     cut.pidCount = 2;
     picture.take(cut, 2s);
     EXPECT_TRUE(picture.pids().at(257).isPresent);
@@ -120,9 +121,9 @@ TEST(Picture, takesNoPidForGoneThatItsDocumentHadNoRoomFor) {
 TEST(Picture, tellsWhatAPidTurnsInto) {
     Picture picture;
     picture.take(manager::ProgramDetail{}, 1s);
-    picture.take(pidList({pid(256, 0, "Unk")}), 1s);
-    picture.take(pidList({pid(256, 0, "VIDEO", 1)}), 2s);
-    picture.take(pidList({pid(256, 0, "VIDEO", 0)}), 3s);
+    picture.take(listOf({listedPid(256, 0, "Unk")}), 1s);
+    picture.take(listOf({listedPid(256, 0, "VIDEO", 1)}), 2s);
+    picture.take(listOf({listedPid(256, 0, "VIDEO", 0)}), 3s);
     EXPECT_EQ(kindsOf(picture), (std::vector{EventKind::pidCame, EventKind::pidChanged,
                                              EventKind::pidScrambled, EventKind::pidCleared}));
     EXPECT_EQ(picture.events()[1].before, "Unk");
@@ -132,10 +133,10 @@ TEST(Picture, tellsWhatAPidTurnsInto) {
 TEST(Picture, tellsNothingOfWhatTheServiceLearnsBehindTheFirstList) {
     Picture picture;
     const auto learn = [&](PictureTime time) {
-        picture.take(pidList({pid(256, 0, "Unk")}), time);
-        picture.take(pidList({pid(256, 0, "PCR")}), time);
+        picture.take(listOf({listedPid(256, 0, "Unk")}), time);
+        picture.take(listOf({listedPid(256, 0, "PCR")}), time);
         picture.take(manager::ProgramDetail{}, time);
-        picture.take(pidList({pid(256, 0, "VID+PCR", 1)}), time);
+        picture.take(listOf({listedPid(256, 0, "VID+PCR", 1)}), time);
     };
     learn(1s);
     EXPECT_EQ(kindsOf(picture), std::vector{EventKind::pidCame});
@@ -143,7 +144,7 @@ TEST(Picture, tellsNothingOfWhatTheServiceLearnsBehindTheFirstList) {
     picture.note(EventKind::peerCame, 3s);
     learn(4s);
     EXPECT_EQ(kindsOf(picture), (std::vector{EventKind::pidCame, EventKind::peerWent, EventKind::peerCame}));
-    picture.take(pidList({pid(256, 0, "AUDIO", 1)}), 5s);
+    picture.take(listOf({listedPid(256, 0, "AUDIO", 1)}), 5s);
     EXPECT_EQ(picture.events().back().kind, EventKind::pidChanged);
 }
 
@@ -170,8 +171,8 @@ TEST(Picture, tellsThePatsProgramsButNotItsNetworkEntry) {
 
 TEST(Picture, keepsRatesOfStreamPidsAndServices) {
     Picture picture;
-    picture.take(pidList({pid(256, 100)}), 1s);
-    picture.take(pidList({pid(256, 300)}), 2s);
+    picture.take(listOf({listedPid(256, 100)}), 1s);
+    picture.take(listOf({listedPid(256, 300)}), 2s);
     EXPECT_EQ(picture.pids().at(256).rates.least(), 100);
     EXPECT_EQ(picture.pids().at(256).rates.most(), 300);
     EXPECT_EQ(picture.streamRates().size(), 2U);
@@ -179,7 +180,7 @@ TEST(Picture, keepsRatesOfStreamPidsAndServices) {
 
 TEST(Picture, hasANewerVersionOnWhatChangesOnly) {
     Picture picture;
-    picture.take(pidList({pid(256)}), 1s);
+    picture.take(listOf({listedPid(256)}), 1s);
     picture.take(serviceList(501, "News"), 1s);
     const auto known = picture.version();
     picture.take(serviceList(501, "News"), 2s);
@@ -196,9 +197,9 @@ TEST(Picture, staysBoundedHoweverManyPidsComeAndGo) {
     for (int round = 0; round < 20; ++round) {
         std::vector<ListedPid> pids;
         for (int i = 0; i < 200; ++i) {
-            pids.push_back(pid(round * 200 + i, 0, std::string(1000, 'n')));
+            pids.push_back(listedPid(round * 200 + i, 0, std::string(1000, 'n')));
         }
-        picture.take(pidList(pids), std::chrono::seconds(round));
+        picture.take(listOf(pids), std::chrono::seconds(round));
     }
     EXPECT_EQ(picture.pids().size(), Picture::mostPids);
     EXPECT_TRUE(picture.pids().at(19 * 200 + 199).isPresent);
@@ -208,7 +209,7 @@ TEST(Picture, staysBoundedHoweverManyPidsComeAndGo) {
 
 TEST(Picture, takesAPidOnceThatIsListedTwice) {
     Picture picture;
-    picture.take(pidList({pid(256, 1, "VIDEO"), pid(256, 2, "AUDIO")}), 1s);
+    picture.take(listOf({listedPid(256, 1, "VIDEO"), listedPid(256, 2, "AUDIO")}), 1s);
     EXPECT_EQ(kindsOf(picture), std::vector{EventKind::pidCame});
     EXPECT_EQ(picture.pids().at(256).newest.description, "VIDEO");
 }

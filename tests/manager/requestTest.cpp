@@ -11,7 +11,7 @@ using manager::makeRequest;
 using manager::ManagerError;
 using manager::requestText;
 
-std::string refusal(const char* dataStream, const char* value) {
+std::string requestRefusal(const char* dataStream, const char* value) {
     try {
         makeRequest(dataStream, value);
     } catch (const ManagerError& error) {
@@ -57,17 +57,17 @@ TEST(Request, bringsADocumentUnlessItIsOff) {
 
 TEST(Request, isRefusedForAnUnknownDataStream) {
     EXPECT_EQ(
-        refusal("pat", "on"),
+        requestRefusal("pat", "on"),
         "no such data stream: expected one of pidData, pgmData, pgmDetail, PAT, CAT, NIT, SDT, EIT, TDT, got "
         "\"pat\"; capital and small letters count");
 }
 
 TEST(Request, isRefusedForAValueThatTheDataStreamDoesNotTake) {
     EXPECT_EQ(
-        refusal("PAT", "On"),
+        requestRefusal("PAT", "On"),
         "the request is incomplete: expected on or off after PAT, got \"On\"; see mpegfe-manager --help");
     for (const char* value : {"on", "", "3x", "0x3", " 3", "99999999999", "-1", "59", "+3"}) {
-        EXPECT_EQ(refusal("pgmDetail", value),
+        EXPECT_EQ(requestRefusal("pgmDetail", value),
                   "the request is incomplete: expected a program index from 0 to 58 after pgmDetail, got \"" +
                       std::string(value) + "\"; see mpegfe-manager --help");
     }

@@ -1,5 +1,6 @@
 #include "scriptedService.h"
 
+#include "patience.h"
 #include "wire/endpoints.h"
 
 #include <gtest/gtest.h>
@@ -7,14 +8,13 @@
 namespace testSupport {
 namespace {
 
-constexpr int patience = 20'000; // ms
 constexpr const char* nothing = "nothing in time";
 
 zmq::socket_t patient(zmq::context_t& context, zmq::socket_type type) {
     zmq::socket_t socket(context, type);
     socket.set(zmq::sockopt::linger, 0);
-    socket.set(zmq::sockopt::rcvtimeo, patience);
-    socket.set(zmq::sockopt::sndtimeo, patience);
+    socket.set(zmq::sockopt::rcvtimeo, patience.count());
+    socket.set(zmq::sockopt::sndtimeo, patience.count());
     return socket;
 }
 

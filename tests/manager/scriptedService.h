@@ -1,6 +1,8 @@
 // The service's ends of both channels, saying and expecting what a test tells them to.
 #pragma once
 
+#include "support/acknowledgement.h"
+
 #include <string>
 #include <vector>
 #include <zmq.hpp>

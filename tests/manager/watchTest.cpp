@@ -1,8 +1,10 @@
 // The program watching, against a scripted service: in lines, and on a terminal.
 
+#include "reading.h"
 #include "scriptedService.h"
 #include "support/childProcess.h"
 #include "support/isolation.h"
+#include "support/patience.h"
 
 #include <array>
 #include <chrono>
@@ -19,10 +21,13 @@
 namespace {
 
 using namespace std::chrono_literals;
+using testSupport::ack;
 using testSupport::ChildProcess;
+using testSupport::patience;
+using testSupport::readToEnd;
+using testSupport::readUntil;
 using testSupport::ScriptedService;
 
-constexpr const char* ack = R"({"reply": "ack"})";
 constexpr const char* patRequest = R"({"dataStream": "PAT", "status": "on"})";
 constexpr const char* offRequest = R"({"dataStream": "pidData", "status": "off"})";
 
@@ -55,21 +60,6 @@ void serveEnd(ScriptedService& service) {
     service.reply(ack);
 }
 
-// Reads until the text has this, or to the end when it is empty.
-std::string readUntil(int descriptor, const std::string& wanted) {
-    std::string text;
-    std::array<char, 4096> buffer{};
-    pollfd readable{descriptor, POLLIN, 0};
-    while ((wanted.empty() || text.find(wanted) == std::string::npos) && poll(&readable, 1, 20'000) == 1) {
-        const ssize_t length = read(descriptor, buffer.data(), buffer.size());
-        if (length <= 0) {
-            break;
-        }
-        text.append(buffer.data(), static_cast<std::size_t>(length));
-    }
-    return text;
-}
-
 // The program on a terminal of its own.
 class OnTerminal {
   public:
@@ -100,7 +90,7 @@ class OnTerminal {
     }
 
     std::string readUntil(const std::string& wanted) const {
-        return ::readUntil(terminal, wanted);
+        return testSupport::readUntil(terminal, wanted);
     }
     void press(const std::string& keys) const {
         EXPECT_EQ(write(terminal, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
@@ -110,7 +100,7 @@ class OnTerminal {
         EXPECT_EQ(ioctl(terminal, TIOCSWINSZ, &size), 0);
     }
     std::string ending() {
-        ::readUntil(terminal, {});
+        testSupport::readToEnd(terminal);
         int status = 0;
         waitpid(pid, &status, 0);
         pid = -1;
@@ -140,12 +130,12 @@ TEST_F(Watch, printsOneDocumentAfterTheOtherWhereThereIsNoTerminal) {
     EXPECT_EQ(service.takeAcknowledgement(), ack);
     std::string output;
     pollfd readable{manager.outputDescriptor(), POLLIN, 0};
-    while (!output.ends_with(jsonWith("3")) && poll(&readable, 1, 20'000) == 1) {
+    while (!output.ends_with(jsonWith("3")) && poll(&readable, 1, patience.count()) == 1) {
         output += readUntil(manager.outputDescriptor(), "\n");
     }
     manager.signal(SIGINT);
     serveEnd(service);
-    const auto status = manager.waitFor(20s);
+    const auto status = manager.waitFor(patience);
     EXPECT_EQ(output, jsonWith("1") + jsonWith("2") + jsonWith("3"));
     ASSERT_TRUE(status);
     EXPECT_EQ(testSupport::describeStatus(*status), "exit code 0");
@@ -159,9 +149,9 @@ TEST_F(Watch, stopsTheFeedWhenNobodyReadsItsOutputAnyMore) {
     manager.closeOutput();
     serve(service, patRequest, patWith("2"));
     serveEnd(service);
-    const auto status = manager.waitFor(20s);
+    const auto status = manager.waitFor(patience);
     EXPECT_EQ(status ? testSupport::describeStatus(*status) : "still running", "exit code 0");
-    EXPECT_EQ(readUntil(manager.errorDescriptor(), {}), "");
+    EXPECT_EQ(readToEnd(manager.errorDescriptor()), "");
 }
 
 TEST_F(Watch, stopsTheFeedWhenItsTerminalGoes) {
@@ -170,22 +160,22 @@ TEST_F(Watch, stopsTheFeedWhenItsTerminalGoes) {
     serve(service, patRequest, patWith("1"));
     manager.signal(SIGHUP);
     serveEnd(service);
-    const auto status = manager.waitFor(20s);
+    const auto status = manager.waitFor(patience);
     EXPECT_EQ(status ? testSupport::describeStatus(*status) : "still running", "exit code 0");
 }
 
 TEST_F(Watch, saysWhatKeepsTheNextDocumentAway) {
     ChildProcess manager({MPEGFE_MANAGER, "PAT", "on", "--watch", "--json"}, {});
     pollfd readable{manager.errorDescriptor(), POLLIN, 0};
-    ASSERT_EQ(poll(&readable, 1, 20'000), 1);
+    ASSERT_EQ(poll(&readable, 1, patience.count()), 1);
     EXPECT_EQ(readUntil(manager.errorDescriptor(), "\n"), "mpegfe-manager: no service is connected\n");
     ScriptedService service;
     EXPECT_EQ(service.takeRequest(), patRequest);
-    ASSERT_EQ(poll(&readable, 1, 20'000), 1);
+    ASSERT_EQ(poll(&readable, 1, patience.count()), 1);
     EXPECT_EQ(readUntil(manager.errorDescriptor(), "\n"),
               "mpegfe-manager: the service does not answer: it works on an earlier request\n");
     service.reply(ack);
-    ASSERT_EQ(poll(&readable, 1, 20'000), 1);
+    ASSERT_EQ(poll(&readable, 1, patience.count()), 1);
     EXPECT_EQ(readUntil(manager.errorDescriptor(), "\n"),
               "mpegfe-manager: waiting for the parser's records\n");
 }
@@ -240,11 +230,11 @@ TEST_F(Watch, showsNoControlSequenceOfAStreamToATerminal) {
 
 TEST_F(Watch, watchesNothingThatBringsNoDocument) {
     ChildProcess manager({MPEGFE_MANAGER, "PAT", "off", "--watch"}, {});
-    const auto status = manager.waitFor(20s);
+    const auto status = manager.waitFor(patience);
     ASSERT_TRUE(status);
     EXPECT_EQ(testSupport::describeStatus(*status), "exit code 2");
     EXPECT_EQ(
-        readUntil(manager.errorDescriptor(), {}),
+        readToEnd(manager.errorDescriptor()),
         "mpegfe-manager: nothing to watch: expected a request that brings a document, got \"off\"; watch "
         "with \"on\"\n");
 }

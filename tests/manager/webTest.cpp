@@ -4,6 +4,7 @@
 #include "scriptedService.h"
 #include "support/childProcess.h"
 #include "support/isolation.h"
+#include "support/patience.h"
 
 #include "web/webServer.h"
 
@@ -41,11 +42,11 @@ using namespace std::chrono_literals;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
+using testSupport::ack;
 using testSupport::ChildProcess;
 using testSupport::HttpConnection;
+using testSupport::patience;
 using testSupport::ScriptedService;
-
-constexpr const char* ack = R"({"reply": "ack"})";
 
 // What a service answers, by the data stream.
 using Answers = std::map<std::string, std::string>;
@@ -136,7 +137,7 @@ class Web : public testing::Test {
         std::string line;
         pollfd readable{manager->errorDescriptor(), POLLIN, 0};
         char letter = 0;
-        while (!line.ends_with('\n') && poll(&readable, 1, 20'000) == 1 &&
+        while (!line.ends_with('\n') && poll(&readable, 1, patience.count()) == 1 &&
                read(manager->errorDescriptor(), &letter, 1) == 1) {
             line += letter;
         }
@@ -174,7 +175,7 @@ class Web : public testing::Test {
 
     // Waits until something is so; false when it is not within 20 s.
     static bool becomes(const std::function<bool()>& isSo) {
-        const auto until = std::chrono::steady_clock::now() + 20s;
+        const auto until = std::chrono::steady_clock::now() + patience;
         while (!isSo()) {
             if (std::chrono::steady_clock::now() > until) {
                 return false;
@@ -538,7 +539,7 @@ TEST_F(Web, stopsTheFeedAtTheEnd) {
         serveUpTo(service, "pgmData");
         manager->signal(signal);
         EXPECT_EQ(serveUpTo(service, "none"), R"({"dataStream": "pidData", "status": "off"})");
-        const auto status = manager->waitFor(20s);
+        const auto status = manager->waitFor(patience);
         EXPECT_EQ(status ? testSupport::describeStatus(*status) : "still running", "exit code 0");
         manager.reset();
     }
@@ -678,7 +679,7 @@ TEST_F(Web, saysThatThePortIsTaken) {
     // Beside the first one, whose lock keeps a second manager out, somebody else has the port.
     const std::string taken = host();
     manager->signal(SIGTERM);
-    ASSERT_TRUE(manager->waitFor(20s));
+    ASSERT_TRUE(manager->waitFor(patience));
     const int other = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_in address{};
     address.sin_family = AF_INET;
@@ -694,14 +695,14 @@ TEST_F(Web, saysThatThePortIsTaken) {
               "mpegfe-manager: cannot serve the page: expected a free port at http://" + taken +
                   "/, got the error \"Address already in use\"; another program has the port: stop it, or "
                   "name another with --web ADDRESS:PORT\n");
-    const auto status = manager->waitFor(20s);
+    const auto status = manager->waitFor(patience);
     EXPECT_EQ(status ? testSupport::describeStatus(*status) : "still running", "exit code 5");
     close(other);
 }
 
 TEST_F(Web, takesNoAddressThatIsNone) {
     manager->signal(SIGTERM);
-    ASSERT_TRUE(manager->waitFor(20s));
+    ASSERT_TRUE(manager->waitFor(patience));
     for (const std::string address :
          {"127.0.0.1", "8080", "localhost:8080", "127.0.0.1:65536", "[::1:80", "::1:"}) {
         manager = std::make_unique<ChildProcess>(std::vector<std::string>{MPEGFE_MANAGER, "--web", address},
@@ -710,7 +711,7 @@ TEST_F(Web, takesNoAddressThatIsNone) {
                   "mpegfe-manager: the page has no such address: expected ADDRESS:PORT in numbers, for "
                   "example 127.0.0.1:8080, got \"" +
                       address + "\"; see mpegfe-manager --help\n");
-        const auto status = manager->waitFor(20s);
+        const auto status = manager->waitFor(patience);
         EXPECT_EQ(status ? testSupport::describeStatus(*status) : "still running", "exit code 2");
     }
 }

@@ -1,5 +1,6 @@
 // Whatever was bound at an endpoint and whatever it sent, in whatever the service was doing: the next good
 // peer is served within 2 s, and the console shows nothing of it.
+#include "../support/acknowledgement.h"
 #include "../support/isolation.h"
 #include "badKinds.h"
 #include "disturbedExchange.h"
@@ -193,7 +194,7 @@ TEST_F(Peers, RequestsThatWaitTakeABoundedAmountOfMemory) {
     exchange.publish("PAT stream");
     exchange.publish("TS-STATUS stream");
     exchange.await("a document", [&] { return exchange.peers.document(); });
-    exchange.peers.answerDocument({R"({"reply": "ack"})"});
+    exchange.peers.answerDocument({testSupport::ack});
     for (int request = 0; request < count; ++request) {
         exchange.await("an acknowledgement", [&] { return exchange.peers.acknowledgement(); });
     }

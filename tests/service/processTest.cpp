@@ -1,5 +1,6 @@
 // The process itself, rather than what it says: unrecorded, under a memory checker, with more requests than
 // it can take and with consoles that nobody reads.
+#include "../support/acknowledgement.h"
 #include "../support/isolation.h"
 #include "../support/testedService.h"
 #include "cases.h"
@@ -13,8 +14,6 @@ namespace serviceTest {
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr const char* plainAck = R"({"reply": "ack"})";
 
 // A name of such a length that the lines of 400 requests are more than a pipe holds.
 std::string unknownStream(std::size_t number) {
@@ -78,7 +77,7 @@ class Process : public testing::Test {
         const std::string console = consoleLines(expectedTranscript("start-up")) + refusals(count);
         run.waitUntil("all refusals", [&] { return run.console().size() >= console.size(); });
         EXPECT_EQ(std::count(run.trufios().acknowledgements.begin(), run.trufios().acknowledgements.end(),
-                             plainAck),
+                             testSupport::ack),
                   static_cast<std::ptrdiff_t>(count));
         EXPECT_EQ(run.console(), console);
     }

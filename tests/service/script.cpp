@@ -1,5 +1,6 @@
 #include "script.h"
 
+#include "../support/acknowledgement.h"
 #include "recordText.h"
 
 #include <algorithm>
@@ -13,7 +14,6 @@
 namespace serviceTest {
 namespace {
 
-constexpr std::string_view plainAck = R"({"reply": "ack"})";
 constexpr std::string_view closingRequest = R"({"dataStream":"end of script"})";
 
 // One line of a script.
@@ -212,7 +212,7 @@ void Player::finish() {
     run.trufios().sendRequest({std::string(closingRequest)});
     run.waitUntil("the acknowledgement of the closing request",
                   [&] { return !run.trufios().acknowledgements.empty(); });
-    requireEqual("acknowledgement", std::string(plainAck), takeFront(run.trufios().acknowledgements));
+    requireEqual("acknowledgement", std::string(testSupport::ack), takeFront(run.trufios().acknowledgements));
     if (consoleOpen) {
         run.waitUntil("the refusal of the closing request", [&] {
             return run.console().ends_with("Illegal Client MPEG Request: end of script\n"
@@ -266,7 +266,7 @@ void Player::requestParts(const Line& line) {
 void Player::acknowledged(const Line&) {
     run.waitUntil("an acknowledgement", [&] { return !run.trufios().acknowledgements.empty(); });
     const std::string text = takeFront(run.trufios().acknowledgements);
-    requireEqual("acknowledgement", std::string(plainAck), text);
+    requireEqual("acknowledgement", std::string(testSupport::ack), text);
     note("requests: sends " + text);
 }
 
@@ -338,7 +338,7 @@ void Player::document(const Line& line) {
     note("documents: sends " + takeFront(run.trufios().documents));
     const std::string reply = restOf(line);
     if (reply != "unanswered") {
-        run.trufios().answerDocument(reply.empty() ? std::string(plainAck) : reply);
+        run.trufios().answerDocument(reply.empty() ? std::string(testSupport::ack) : reply);
     }
 }
 

@@ -1,5 +1,8 @@
 #include "exchange.h"
 
+#include "acknowledgement.h"
+#include "patience.h"
+
 #include <chrono>
 #include <set>
 #include <stdexcept>
@@ -8,8 +11,6 @@ namespace testSupport {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-constexpr std::chrono::seconds patience{20};
 
 std::set<std::string> distinct(const std::deque<std::string>& topics) {
     return {topics.begin(), topics.end()};
@@ -57,7 +58,7 @@ std::string Exchange::awaitDocument() {
 }
 
 void Exchange::acknowledgeDocument() {
-    trufios.answerDocument(R"({"reply": "ack"})");
+    trufios.answerDocument(ack);
 }
 
 // The end of the connection takes all subscriptions back, so that none is taken for the next feed's.

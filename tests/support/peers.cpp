@@ -1,5 +1,6 @@
 #include "peers.h"
 
+#include "patience.h"
 #include "wire/endpoints.h"
 
 #include <array>
@@ -14,13 +15,10 @@ namespace {
 
 constexpr const char* publisherEndpoint = "tcp://127.0.0.1:" WIRE_PARSER_PORT;
 
-// Milliseconds within which somebody must have connected before something is sent.
-constexpr int patience = 20000;
-
 zmq::socket_t bound(zmq::context_t& context, zmq::socket_type type, const char* endpoint) {
     zmq::socket_t socket(context, type);
     socket.set(zmq::sockopt::linger, 0);
-    socket.set(zmq::sockopt::sndtimeo, patience);
+    socket.set(zmq::sockopt::sndtimeo, patience.count()); // until somebody has connected
     if (type == zmq::socket_type::xpub) {
         socket.set(zmq::sockopt::xpub_verboser, 1);
     }
