@@ -60,6 +60,7 @@ class DisturbedExchange {
     void awaitAnswer();
     void awaitRecords();
     void awaitSubscriptions();
+    void stopNoticed(Channel channel);
     std::string awaitAcknowledgement();
     void awaitConsole(const std::string& line, std::size_t start);
 

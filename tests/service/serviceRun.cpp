@@ -105,7 +105,7 @@ void ServiceRun::hearUntil(const std::string& what, const std::function<bool()>&
             throw std::runtime_error("the service ended while the test waited for " + what);
         }
         if (Clock::now() >= deadline) {
-            throw std::runtime_error("there never was " + what);
+            throw std::runtime_error("there never was " + what + "; the console:\n" + consoleText);
         }
         hearOnce(std::min(until(deadline), step));
     }
