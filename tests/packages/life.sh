@@ -228,6 +228,18 @@ update() {
     isAnswered "updated"
 }
 
+# The service is started again once it is installed again, as the same user, whose directory others may be using.
+keptUntilPurge='> /etc/systemd/system/multi-user.target.wants/mpegfe.service
+> /dev/shm/zmq
+> /dev/shm/zmq/mpegfe-board.lock
+> /dev/shm/zmq/mpegfe-manager.lock
+> /dev/shm/zmq/uRO_MMR_MPEGFE-1
+> /dev/shm/zmq/uRO_MMR_MpegFE
+> /dev/shm/zmq/uRO_MpegFE_MMR
+> /run/mpegfe.lock
+> mpegfe
+> mpegfe'
+
 removeAndPurge() {
     local left
     inside systemctl disable --now test-board 2>/dev/null
@@ -235,8 +247,10 @@ removeAndPurge() {
     inside sed -i '/mpegfe-parser/d' /etc/hosts
     inside apt-get remove --yes mpegfe mpegfe-tools >"$work/remove.log" 2>&1 || fail "cannot be removed: $(cat "$work/remove.log")"
     inside pidof mpegFE && fail "the service outlives its package"
+    left=$({ diff <(echo "$1") <(filesOf) || true; } | sed -n 's/^\([<>] [^:]*\).*/\1/p')
+    [ "$left" = "$keptUntilPurge" ] || fail "not what stays until the purge: $left"
     inside apt-get purge --yes mpegfe mpegfe-tools >"$work/purge.log" 2>&1 || fail "cannot be purged: $(cat "$work/purge.log")"
     left=$(diff <(echo "$1") <(filesOf) || true)
     [ -z "$left" ] || fail "left behind after the purge: $left"
-    seen "removed and purged: nothing is left behind"
+    seen "removed and purged: user, directory and start link stay until the purge, and nothing behind it"
 }
