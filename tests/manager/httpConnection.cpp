@@ -14,6 +14,7 @@
 #include <utility>
 
 namespace testSupport {
+
 HttpConnection::HttpConnection(std::uint16_t toPort, int receiveBytes)
     : socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)), port(toPort) {
     if (receiveBytes > 0) {

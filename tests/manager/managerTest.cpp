@@ -9,7 +9,6 @@
 
 #include <array>
 #include <cerrno>
-#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -26,7 +25,6 @@
 
 namespace {
 
-using namespace std::chrono_literals;
 using testSupport::ack;
 using testSupport::ChildProcess;
 using testSupport::Isolation;

@@ -6,8 +6,6 @@
 #include "support/isolation.h"
 #include "support/patience.h"
 
-#include <array>
-#include <chrono>
 #include <csignal>
 #include <gtest/gtest.h>
 #include <poll.h>
@@ -20,7 +18,6 @@
 
 namespace {
 
-using namespace std::chrono_literals;
 using testSupport::ack;
 using testSupport::ChildProcess;
 using testSupport::patience;
